@@ -1,0 +1,7 @@
+#include <kenro/code/propertyitem.h>
+
+namespace Kenro {
+
+PropertyItem::~PropertyItem() = default;
+
+} // namespace Kenro

@@ -1,0 +1,8 @@
+#include <kenro/project/jobstats.h>
+
+namespace Kenro {
+
+JobStats::~JobStats() = default;
+ProgressProvider::~ProgressProvider() = default;
+
+} // namespace Kenro

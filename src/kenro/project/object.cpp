@@ -1,0 +1,7 @@
+#include <kenro/project/object.h>
+
+namespace Kenro {
+
+Object::~Object() = default;
+
+} // namespace Kenro

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QString>
+
+namespace KenroTest {
+
+/**
+ * The real-content folder named by KENRO_TESTDATA. Empty when the variable
+ * is unset; a set variable that names no folder fails the calling test.
+ */
+QString testDataPath();
+
+} // namespace KenroTest
+
+/// In a test function: the test-data folder into \a var, or a skip that says why.
+#define KENRO_REQUIRE_TESTDATA(var)                                                                \
+    QString const var = KenroTest::testDataPath();                                                 \
+    if (qEnvironmentVariableIsSet("KENRO_TESTDATA"))                                               \
+        QVERIFY2(!var.isEmpty(), "KENRO_TESTDATA is set but names no folder");                     \
+    else                                                                                           \
+        QSKIP("KENRO_TESTDATA is not set: the tests on real content do not run")
