@@ -61,26 +61,38 @@ private Q_SLOTS:
         QTest::addColumn<int>("id");
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("toolTip");
-        QTest::newRow("0") << 0 << "System" << "";
+        QTest::newRow("0") << 0 << "System"
+                           << "";
         QTest::newRow("3") << 3
                            << "Do you want to reload the file using the specified encoding?\nThis "
                               "will make the editor display characters using this encoding, "
                               "otherwise characters will remain unchanged and only saved using "
                               "this encoding."
                            << "";
-        QTest::newRow("4") << 4 << "Code toolbar" << "Show/Hide the code toolbar in all code editors";
-        QTest::newRow("18") << 18 << "Go to line..." << "Go to the specifed line";
+        QTest::newRow("4") << 4 << "Code toolbar"
+                           << "Show/Hide the code toolbar in all code editors";
+        QTest::newRow("18") << 18 << "Go to line..."
+                            << "Go to the specifed line";
         QTest::newRow("70") << 70 << "Delete all Contact boxes of current animation"
                             << "Remove all Contact boxs of current animation";
-        QTest::newRow("101") << 101 << "Sprites" << "";
-        QTest::newRow("115") << 115 << "" << "Add one or more sprites";
-        QTest::newRow("171") << 171 << "" << "";
-        QTest::newRow("173") << 173 << "" << "Import one or more sounds from another opened project...";
-        QTest::newRow("174") << 174 << "Previous sound" << "";
-        QTest::newRow("175") << 175 << "" << "";
-        QTest::newRow("217") << 217 << "Emulator" << "";
-        QTest::newRow("218") << 218 << "" << "";
-        QTest::newRow("-1") << -1 << "" << "";
+        QTest::newRow("101") << 101 << "Sprites"
+                             << "";
+        QTest::newRow("115") << 115 << ""
+                             << "Add one or more sprites";
+        QTest::newRow("171") << 171 << ""
+                             << "";
+        QTest::newRow("173") << 173 << ""
+                             << "Import one or more sounds from another opened project...";
+        QTest::newRow("174") << 174 << "Previous sound"
+                             << "";
+        QTest::newRow("175") << 175 << ""
+                             << "";
+        QTest::newRow("217") << 217 << "Emulator"
+                             << "";
+        QTest::newRow("218") << 218 << ""
+                             << "";
+        QTest::newRow("-1") << -1 << ""
+                            << "";
     }
 
     void actionTexts()

@@ -14,8 +14,8 @@ int main(int argc, char **argv)
     QStringList const args = app.arguments();
     if (args.size() < 3)
         return 2;
-    QIODevice::OpenMode mode = args.at(2) == QLatin1String("readwrite") ? QIODevice::ReadWrite
-                                                                        : QIODevice::WriteOnly;
+    QIODevice::OpenMode mode =
+        args.at(2) == QLatin1String("readwrite") ? QIODevice::ReadWrite : QIODevice::WriteOnly;
     QIODevice *device = Kenro::FileSystemArchive::instance().openFile(args.at(1), mode);
     if (!device)
         return 1;

@@ -186,7 +186,8 @@ private Q_SLOTS:
 
         fs.closeFile(device);
         QCOMPARE(readAll(name), QByteArray("new"));
-        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList({QStringLiteral("sheet.ext")}));
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files),
+                 QStringList({QStringLiteral("sheet.ext")}));
     }
 
     void discardKeepsOldContent()
@@ -200,7 +201,8 @@ private Q_SLOTS:
         device->write("never seen");
         fs.discardFile(device);
         QCOMPARE(readAll(name), QByteArray("old"));
-        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList({QStringLiteral("keep.txt")}));
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files),
+                 QStringList({QStringLiteral("keep.txt")}));
     }
 
     void discardedNewFileIsGone()
@@ -264,7 +266,7 @@ private Q_SLOTS:
         QVERIFY(writer.waitForReadyRead(20000));
         QCOMPARE(writer.readLine().trimmed(), QByteArray("writing"));
         QThread::msleep(50); // let it write a while longer
-        writer.kill();       // SIGKILL: no destructor runs
+        writer.kill(); // SIGKILL: no destructor runs
         QVERIFY(writer.waitForFinished(10000));
         QCOMPARE(writer.exitStatus(), QProcess::CrashExit);
 
@@ -372,7 +374,8 @@ private Q_SLOTS:
 
         QCOMPARE(answerer.titles(), QStringList({QStringLiteral("File error!")}));
         KenroTest::DialogAnswerer::Seen const &box = answerer.seen.first();
-        QVERIFY(box.text.startsWith(QStringLiteral("Can't replace contents of file '%1'.").arg(name)));
+        QVERIFY(
+            box.text.startsWith(QStringLiteral("Can't replace contents of file '%1'.").arg(name)));
         // The box offers only Ok, so even a user who wants out keeps the data.
         QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
         QCOMPARE(readAll(name), QByteArray("new"));

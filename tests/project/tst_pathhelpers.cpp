@@ -153,13 +153,27 @@ private Q_SLOTS:
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("base");
         QTest::addColumn<QString>("relative");
-        QTest::newRow("sibling") << "C:/a/b/c.txt" << "C:/a/d" << "../b/c.txt";
-        QTest::newRow("empty base") << "C:/a/b.txt" << "" << "C:/a/b.txt";
-        QTest::newRow("inside") << "/game/chars/kfm/kfm.def" << "/game/" << "chars/kfm/kfm.def";
-        QTest::newRow("backslashes") << "C:\\a\\b\\c.txt" << "C:\\a" << "b/c.txt";
-        QTest::newRow("two up") << "/x/y.txt" << "/x/p/q" << "../../y.txt";
-        QTest::newRow("other drive, no drive logic") << "D:/x/y.txt" << "C:/a" << "../../:/x/y.txt";
-        QTest::newRow("case sensitive") << "/Game/a.txt" << "/game" << "../Game/a.txt";
+        QTest::newRow("sibling") << "C:/a/b/c.txt"
+                                 << "C:/a/d"
+                                 << "../b/c.txt";
+        QTest::newRow("empty base") << "C:/a/b.txt"
+                                    << ""
+                                    << "C:/a/b.txt";
+        QTest::newRow("inside") << "/game/chars/kfm/kfm.def"
+                                << "/game/"
+                                << "chars/kfm/kfm.def";
+        QTest::newRow("backslashes") << "C:\\a\\b\\c.txt"
+                                     << "C:\\a"
+                                     << "b/c.txt";
+        QTest::newRow("two up") << "/x/y.txt"
+                                << "/x/p/q"
+                                << "../../y.txt";
+        QTest::newRow("other drive, no drive logic") << "D:/x/y.txt"
+                                                     << "C:/a"
+                                                     << "../../:/x/y.txt";
+        QTest::newRow("case sensitive") << "/Game/a.txt"
+                                        << "/game"
+                                        << "../Game/a.txt";
     }
 
     void absolutePathToRelative()

@@ -90,7 +90,8 @@ private Q_SLOTS:
         QTest::newRow("backward") << "alpha" << 2 << 1u << QList<int>{0};
         QTest::newRow("backward at the start") << "alpha" << 0 << 1u << QList<int>{};
         QTest::newRow("backward wraps") << "alpha" << 0 << 3u << QList<int>{4};
-        QTest::newRow("backward wrap reaches the current item") << "gamma" << 3 << 3u << QList<int>{3};
+        QTest::newRow("backward wrap reaches the current item")
+            << "gamma" << 3 << 3u << QList<int>{3};
         QTest::newRow("backward from the end") << "alpha" << 0 << 5u << QList<int>{4};
         QTest::newRow("all") << "alpha" << 3 << 8u << QList<int>{0, 2, 4};
         QTest::newRow("all wins over backward") << "a$" << 3 << 9u << QList<int>{0, 1, 3};

@@ -57,8 +57,9 @@ QStringList MemoryArchive::entries(QString const &path, QStringList nameFilters,
             continue;
         bool passes = nameFilters.isEmpty();
         for (QString const &pattern : nameFilters) {
-            QRegularExpression const wildcard(QRegularExpression::wildcardToRegularExpression(pattern),
-                                              QRegularExpression::CaseInsensitiveOption);
+            QRegularExpression const wildcard(
+                QRegularExpression::wildcardToRegularExpression(pattern),
+                QRegularExpression::CaseInsensitiveOption);
             passes = passes || wildcard.match(entry).hasMatch();
         }
         if (passes && !result.contains(entry))

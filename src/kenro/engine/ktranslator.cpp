@@ -23,7 +23,9 @@ QString KTranslator::text(int id)
     case 2:
         return tr("Reload");
     case 3:
-        return tr("Do you want to reload the file using the specified encoding?\nThis will make the editor display characters using this encoding, otherwise characters will remain unchanged and only saved using this encoding.");
+        return tr("Do you want to reload the file using the specified encoding?\nThis will make "
+                  "the editor display characters using this encoding, otherwise characters will "
+                  "remain unchanged and only saved using this encoding.");
     case 4:
         return tr("Code toolbar");
     case 5:

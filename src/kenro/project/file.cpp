@@ -21,17 +21,20 @@ constexpr int failuresPerQuestion = 10;
 
 char const removeTitle[] = QT_TRANSLATE_NOOP("File", "File error!");
 char const removeText[] = QT_TRANSLATE_NOOP(
-    "File", "Can't replace contents of file '%1'. Do you want to try again?\nObs.: You can delete "
-            "the file and rename the temporary one manually. Seems that something is preventing "
-            "the file to be replaced.");
+    "File",
+    "Can't replace contents of file '%1'. Do you want to try again?\nObs.: You can delete "
+    "the file and rename the temporary one manually. Seems that something is preventing "
+    "the file to be replaced.");
 char const renameTitle[] = QT_TRANSLATE_NOOP("File", "File rename error!");
 char const renameText[] = QT_TRANSLATE_NOOP(
-    "File", "Can't rename temporary file to '%1'. Do you want to try again?\nObs.: You can rename "
-            "it manually. Seems that something is preventing the file to be renamed.");
+    "File",
+    "Can't rename temporary file to '%1'. Do you want to try again?\nObs.: You can rename "
+    "it manually. Seems that something is preventing the file to be renamed.");
 char const discardTitle[] = QT_TRANSLATE_NOOP("File", "File remove error!");
 char const discardText[] = QT_TRANSLATE_NOOP(
-    "File", "Can't remove temporary file to '%1'. Do you want to try again?\nObs.: You can remove "
-            "it manually. Seems that something is preventing the file to be removed.");
+    "File",
+    "Can't remove temporary file to '%1'. Do you want to try again?\nObs.: You can remove "
+    "it manually. Seems that something is preventing the file to be removed.");
 
 // Questions from worker threads are shown without waiting for the answer: the
 // main thread may itself be waiting for the worker. One such box at a time.
@@ -43,12 +46,14 @@ QMessageBox::StandardButton ask(QString const &title, QString const &text)
     if (!app)
         return QMessageBox::Ok;
     if (QThread::currentThread() == app->thread())
-        return QMessageBox::question(nullptr, title, text, QMessageBox::StandardButtons(QMessageBox::Ok));
+        return QMessageBox::question(nullptr, title, text,
+                                     QMessageBox::StandardButtons(QMessageBox::Ok));
     if (!workerQuestionShown.exchange(true)) {
         QMetaObject::invokeMethod(
             app,
             [title, text] {
-                QMessageBox::question(nullptr, title, text, QMessageBox::StandardButtons(QMessageBox::Ok));
+                QMessageBox::question(nullptr, title, text,
+                                      QMessageBox::StandardButtons(QMessageBox::Ok));
                 workerQuestionShown = false;
             },
             Qt::QueuedConnection);

@@ -143,8 +143,7 @@ QVariant ProjectFile::option(QString const &key) const
     return QVariant();
 }
 
-void ProjectFile::setOption(QString const &key, QVariant const &value, bool inProject,
-                            bool global)
+void ProjectFile::setOption(QString const &key, QVariant const &value, bool inProject, bool global)
 {
     if (inProject) {
         if (Project *owner = project()) {

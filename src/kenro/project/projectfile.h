@@ -47,12 +47,7 @@ public:
     };
 
     /// Bits of the flags of search().
-    enum SearchFlag {
-        SearchBackward = 1,
-        SearchWrap = 2,
-        SearchFromEnd = 4,
-        SearchAll = 8
-    };
+    enum SearchFlag { SearchBackward = 1, SearchWrap = 2, SearchFromEnd = 4, SearchAll = 8 };
 
     /// One match of a search.
     struct SearchResult
@@ -61,7 +56,7 @@ public:
         int item = 0;
         int position = 0;
         int length = 0;
-        QString text;        ///< the searched text
+        QString text; ///< the searched text
         QStringList captures; ///< without the whole match
     };
 
@@ -89,8 +84,7 @@ public:
      * base form, which takes over \a archive unless \a flags holds Copy and
      * tells the parent project. The base form returns false.
      */
-    virtual bool toFile(Archive &archive, QString const &name, unsigned int flags,
-                        JobStats *stats);
+    virtual bool toFile(Archive &archive, QString const &name, unsigned int flags, JobStats *stats);
     /// Reads the file; the same contract as toFile().
     virtual bool fromFile(Archive &archive, QString const &name, unsigned int flags,
                           JobStats *stats);
@@ -114,8 +108,7 @@ public:
      * project (and to the host with \a global); otherwise into the file's own
      * map, where a null \a value removes the key.
      */
-    virtual void setOption(QString const &key, QVariant const &value, bool inProject,
-                           bool global);
+    virtual void setOption(QString const &key, QVariant const &value, bool inProject, bool global);
 
     void addRef();
     unsigned int refCount() const;

@@ -81,8 +81,7 @@ QList<ProjectFile::SearchResult> SearchableProjectFile::search(RegExp const &reg
     return results;
 }
 
-void SearchableProjectFile::replace(QList<SearchResult> const &results,
-                                    QString const &replacement)
+void SearchableProjectFile::replace(QList<SearchResult> const &results, QString const &replacement)
 {
     bool const grouped = results.size() >= 2;
     if (grouped)
