@@ -2,6 +2,10 @@
 #include <kenro/project/pathhelpers.h>
 #include <kenro/project/subitem.h>
 
+#include "testdata.h"
+
+#include <QCryptographicHash>
+#include <QDirIterator>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -128,6 +132,32 @@ private Q_SLOTS:
                  base + QStringLiteral("Chars/nothing/KFM.sff"));
         // A directory does not match the last component, which names a file.
         QCOMPARE(fixFileCase(base, fs, QStringLiteral("CHARS")), base + QStringLiteral("CHARS"));
+    }
+
+    void realGameFolder()
+    {
+        KENRO_REQUIRE_TESTDATA(data);
+        QString const game = data + QStringLiteral("/game/");
+        QVERIFY2(QDir(game).exists(), qPrintable(game));
+        QTemporaryDir dir;
+        FileSystemArchive &fs = FileSystemArchive::instance();
+        int files = 0;
+        QDirIterator it(game, QDir::Files, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            QString const path = it.next();
+            QString const relative = Kenro::absolutePathToRelative(path, game);
+            QVERIFY2(!relative.startsWith(QLatin1String("../")), qPrintable(relative));
+            // Written on a case-blind system, found on this one.
+            QCOMPARE(fixFileCase(game, fs, relative.toUpper()), path);
+            QString const copy = dir.filePath(relative);
+            QVERIFY(copyFile(fs, path, fs, copy));
+            QFile a(path), b(copy);
+            QVERIFY(a.open(QIODevice::ReadOnly) && b.open(QIODevice::ReadOnly));
+            QCOMPARE(QCryptographicHash::hash(b.readAll(), QCryptographicHash::Sha1),
+                     QCryptographicHash::hash(a.readAll(), QCryptographicHash::Sha1));
+            ++files;
+        }
+        QVERIFY2(files >= 20, qPrintable(QString::number(files)));
     }
 
     void fileExtensionIsUpperCase_data()
