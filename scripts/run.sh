@@ -4,6 +4,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup.sh
+
+# ccache hits across clones in other folders.
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
 cmake --preset dev >/dev/null
 cmake --build --preset dev
 cmake --install build/dev >/dev/null
