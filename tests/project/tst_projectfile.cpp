@@ -5,6 +5,7 @@
 
 #include "memoryarchive.h"
 #include "testinterface.h"
+#include "testproject.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -12,63 +13,8 @@
 using namespace Kenro;
 using KenroTest::MemoryArchive;
 using KenroTest::TestInterface;
-
-namespace {
-
-// A project file holding one text, as a concrete module would write it.
-class TextFile : public ProjectFile
-{
-public:
-    QByteArray content;
-    QString name;
-    bool *freed = nullptr;
-
-    bool isEmpty() const override { return content.isEmpty(); }
-    QString fileName() const override { return name; }
-    QList<SearchResult> search(RegExp const &, unsigned int) const override { return {}; }
-    void replace(QList<SearchResult> const &, QString const &) override {}
-
-    bool toFile(Archive &archive, QString const &fileName, unsigned int flags,
-                JobStats *stats) override
-    {
-        QIODevice *device = archive.openFile(fileName, QIODevice::WriteOnly);
-        if (!device)
-            return false;
-        device->write(content);
-        archive.closeFile(device);
-        if (!(flags & Copy))
-            name = fileName;
-        ProjectFile::toFile(archive, fileName, flags, stats);
-        return true;
-    }
-
-    bool fromFile(Archive &archive, QString const &fileName, unsigned int flags,
-                  JobStats *stats) override
-    {
-        QIODevice *device = archive.openFile(fileName, QIODevice::ReadOnly);
-        if (!device)
-            return false;
-        content = device->readAll();
-        archive.closeFile(device);
-        if (!(flags & Copy))
-            name = fileName;
-        ProjectFile::fromFile(archive, fileName, flags, stats);
-        return true;
-    }
-
-protected:
-    Messages *fileMessages() const override { return nullptr; }
-
-private:
-    void free() override
-    {
-        if (freed)
-            *freed = true;
-        delete this;
-    }
-};
-
-} // namespace
+using KenroTest::TestProject;
+using KenroTest::TextFile;
 
 class TestProjectFile : public QObject
 {
@@ -82,7 +28,7 @@ private Q_SLOTS:
         auto *file = new TextFile;
         QCOMPARE(file->option(QStringLiteral("k")).toString(), QStringLiteral("global"));
 
-        Project project(nullptr, 0, nullptr, false);
+        TestProject project(nullptr, 0, nullptr, false);
         QVERIFY(project.addFile(file, Project::Scripts));
         QCOMPARE(file->project(), &project);
         QCOMPARE(file->option(QStringLiteral("k")).toString(), QStringLiteral("global"));
@@ -124,7 +70,7 @@ private Q_SLOTS:
         QCOMPARE(file->option(QStringLiteral("a")).toInt(), 1);
         QVERIFY(!host.options.contains(QStringLiteral("a")));
 
-        Project project(nullptr, 0, nullptr, false);
+        TestProject project(nullptr, 0, nullptr, false);
         project.addFile(file, Project::Sprites);
         file->setOption(QStringLiteral("b"), 2, true, false);
         QCOMPARE(project.option(QStringLiteral("b")).toInt(), 2);
@@ -142,7 +88,7 @@ private Q_SLOTS:
         main->setOption(QStringLiteral("parseCode"), false, false, false);
         main->setOption(QStringLiteral("modelCode"), true, false, false);
         main->setOption(QStringLiteral("other"), 9, false, false);
-        Project project(nullptr, 7, main, true);
+        TestProject project(nullptr, 7, main, true);
         QCOMPARE(project.type(), 7);
         QCOMPARE(project.mainFile(), main);
         QCOMPARE(project.file(Project::Main), main);
@@ -159,7 +105,7 @@ private Q_SLOTS:
 
     void addFileSelectsAndRefusesTwice()
     {
-        Project project(nullptr, 0, nullptr, false);
+        TestProject project(nullptr, 0, nullptr, false);
         QSignalSpy added(&project, &Project::fileAdded);
         auto *a = new TextFile;
         auto *b = new TextFile;
@@ -215,7 +161,7 @@ private Q_SLOTS:
 
         auto *file = new TextFile;
         file->content = "data";
-        Project project(&parent, 0, nullptr, false);
+        TestProject project(&parent, 0, nullptr, false);
         QCOMPARE(&project.archive(), &root);
         QCOMPARE(root.refCount(), 3u);
         project.addFile(file, Project::Scripts);

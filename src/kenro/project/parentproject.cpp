@@ -1,6 +1,7 @@
 #include <kenro/project/parentproject.h>
 
 #include <kenro/project/archive.h>
+#include <kenro/project/project.h>
 
 namespace Kenro {
 
@@ -23,6 +24,30 @@ QString ParentProject::basePath() const
 Archive &ParentProject::archive() const
 {
     return *m_archive;
+}
+
+unsigned int ParentProject::refCount() const
+{
+    return static_cast<unsigned int>(m_projects.size());
+}
+
+QList<Project *> ParentProject::openedProjects() const
+{
+    return m_projects;
+}
+
+void ParentProject::addRef(Project *project)
+{
+    if (project && !m_projects.contains(project))
+        m_projects.append(project);
+}
+
+void ParentProject::forgetProject(Project *project)
+{
+    if (!m_projects.removeOne(project))
+        return;
+    for (ProjectFile *file : project->files())
+        Q_EMIT fileClosed(file);
 }
 
 } // namespace Kenro

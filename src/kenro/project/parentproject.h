@@ -2,18 +2,19 @@
 
 #include <kenro/project/projectfile.h>
 
+#include <QList>
 #include <QObject>
 #include <QString>
 
 namespace Kenro {
 
 class Archive;
-class ProjectFile;
+class Project;
 
 /**
  * What the user opens: a root directory or archive holding many projects.
- * It tells its listeners when files of its projects are added, closed,
- * opened and saved.
+ * It counts its open projects and tells its listeners when files of its
+ * projects are added, closed, opened and saved.
  */
 class KENRO_EXPORT ParentProject : public QObject
 {
@@ -27,6 +28,9 @@ public:
     /// The root directory of all projects.
     QString basePath() const;
     Archive &archive() const;
+    /// The number of open projects.
+    unsigned int refCount() const;
+    QList<Project *> openedProjects() const;
 
 Q_SIGNALS:
     void fileAdded(Kenro::ProjectFile *file);
@@ -34,9 +38,18 @@ Q_SIGNALS:
     void fileOpened(Kenro::ProjectFile *file);
     void fileSaved(Kenro::ProjectFile *file);
 
+protected:
+    /// Counts \a project among the open ones.
+    void addRef(Project *project);
+
 private:
+    friend class Project;
+    // Called when a project is released: its files are closed and it leaves the count.
+    void forgetProject(Project *project);
+
     QString m_basePath;
     Archive *m_archive;
+    QList<Project *> m_projects;
 };
 
 } // namespace Kenro

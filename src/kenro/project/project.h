@@ -6,18 +6,23 @@
 #include <QList>
 #include <QMap>
 #include <QObject>
+#include <QPair>
+#include <QStringList>
 #include <QVariant>
 
 namespace Kenro {
 
 class Archive;
+class MessageList;
 class ParentProject;
-class ProjectFile;
+class ProjectPrivate;
 
 /**
  * One unit of content inside a ParentProject: one game object defined by a
- * main file. Keeps its files by file type and holds options between the
- * files' own and the host's.
+ * main file that names its other files. Keeps the open files by file type,
+ * remembers the selected file of each type, holds options between the
+ * files' own and the host's, and merges the diagnostics of its files.
+ * Engines derive the concrete projects.
  */
 class KENRO_EXPORT Project : public QObject, public Object
 {
@@ -28,25 +33,66 @@ public:
     enum FileType { Main = 0, Sprites = 1, Sounds = 2, Animations = 3, Scripts = 4 };
     /// Bit 1 << type for each type in which a file takes part.
     typedef quint32 FileTypes;
+    /// A file of the project as (file type, name relative to the project's directory).
+    typedef QPair<int, QString> FileEntry;
 
     /**
-     * A project of \a type around \a mainFile. The main file's "parseCode",
-     * "highlightCode" and "modelCode" move into the project's options; with
-     * \a addMainFile the main file is added under type Main.
+     * A project of \a type around \a mainFile in the archive of \a parent.
+     * The main file's "parseCode", "highlightCode" and "modelCode" move into
+     * the project's options and on to the host; with \a addMainFile the main
+     * file is added under Main, and the project holds its reference.
      */
     Project(ParentProject *parent, int type, ProjectFile *mainFile, bool addMainFile);
     ~Project() override;
 
+    /**
+     * Flushes and gives back the archive, leaves the parent, and releases
+     * every file. The engine's subclass deletes the object.
+     */
     void release() override;
 
     /// option(key), or \a defaultValue where that is invalid.
     virtual QVariant option(QString const &key, QVariant defaultValue) const;
+    /// True when every file is empty, and for a project without files.
+    virtual bool isEmpty() const;
+    /// True when any file is modified.
+    virtual bool isModified() const;
+    /// The name of the object, as scripts see it.
+    virtual QString name() const = 0;
+    /// The version of the object, as scripts see it.
+    virtual QString version() const = 0;
+    /// Who made the object.
+    virtual QString author() const = 0;
+    /// A free description of the object.
+    virtual QString comment() const = 0;
+    /**
+     * Appends the project's files to \a list as (file type, name relative to
+     * the project's directory, with a leading '/').
+     */
+    virtual void fileList(QList<FileEntry> &list) const = 0;
+    /**
+     * Saves every file into \a directory of \a target, each at its place
+     * relative to the parent; files that are not open, or unmodified in a
+     * copy, are copied byte for byte. Without \a copy the files and the
+     * project move to \a target; the main file is left to the caller. The
+     * names written are appended to \a files. Returns false only for a
+     * read-only target.
+     */
+    virtual bool saveAll(Archive &target, QString const &directory, bool copy, QStringList *files);
 
     ParentProject *parent() const;
     /// The archive of the project, taken from the parent.
     Archive &archive() const;
     int type() const;
     ProjectFile *mainFile() const;
+    /// The merged diagnostics of the files.
+    MessageList *messages() const;
+    /// The main file's name.
+    QString fileName() const;
+    /// The directory of the main file.
+    QString absolutePath() const;
+    /// The directory relative to the parent's base path.
+    QString basePath() const;
 
     /// The project's own value of \a key, else the host's, else invalid.
     QVariant option(QString const &key) const;
@@ -56,28 +102,60 @@ public:
      */
     void setOption(QString const &key, QVariant const &value, bool global);
 
+    /// The index of the selected file of \a type.
+    unsigned int selectedFile(int type) const;
+    void setSelectedFile(int type, unsigned int index);
+    /// Every file with the mask of the types it serves under.
+    QMap<ProjectFile *, FileTypes> const &filesWithIDs() const;
+    /// The files of \a type, in order; the list is made when missing.
+    QList<ProjectFile *> const &filesByType(int type);
+    /// Every file once.
+    QList<ProjectFile *> files() const;
     /**
-     * Adds \a file under \a type; it becomes the selected file of that type.
-     * Returns false when the file already serves under that type.
+     * The selected file of \a type: null when the type has none, the first
+     * when the selection is out of range.
+     */
+    ProjectFile *file(int type) const;
+    unsigned int fileCount() const;
+    /// The mask of types of \a file; 0 for a file that is not here.
+    FileTypes fileID(ProjectFile *file) const;
+
+    /**
+     * Adds \a file under \a type, taking over the caller's reference; it
+     * becomes the selected file of that type. Returns false when the file
+     * already serves under that type.
      */
     bool addFile(ProjectFile *file, int type);
-    /// The selected file of \a type, or null when the type has none.
-    ProjectFile *file(int type) const;
-    QList<ProjectFile *> filesByType(int type) const;
+    /// Takes \a file out of every type and releases it.
+    void removeFile(ProjectFile *file);
+    /**
+     * Takes the \a index-th file out of \a type. A file that serves under
+     * other types too stays; otherwise it is released.
+     */
+    void removeFile(int type, unsigned int index);
+    /// Moves a file inside the list of \a type.
+    void moveFile(int type, unsigned int from, unsigned int to);
 
 Q_SIGNALS:
     void fileAdded(Kenro::ProjectFile const *file, int type);
+    /// Also sent once with type -1 when a file is taken out of all types.
     void fileRemoved(Kenro::ProjectFile const *file, int type);
+
+protected:
+    /// Reads every file that still exists from its archive again.
+    virtual void reload();
+    /// Places the project in its parent.
+    void addToParent();
+    /**
+     * Takes \a file out of every type without releasing it, and sends
+     * fileRemoved for each of its types and then with -1.
+     */
+    ProjectFile *takeFile(ProjectFile *file);
 
 private:
     int m_type;
-    ParentProject *m_parent;
+    ProjectPrivate *d;
     Archive *m_archive;
-    ProjectFile *m_mainFile;
-    QMap<QString, QVariant> m_options;
-    QMap<ProjectFile *, FileTypes> m_filesWithIDs;
-    QMap<int, unsigned int> m_selected;
-    QMap<int, QList<ProjectFile *>> m_filesByType;
 };
 
 } // namespace Kenro
