@@ -1,0 +1,140 @@
+#include <kenro/code/groupcode.h>
+#include <kenro/code/valuecode.h>
+
+#include <QTextDocument>
+
+namespace Kenro {
+
+GroupCode::GroupCode(QTextBlock const &block, CodeNode *after, unsigned int subType)
+    : ParentCode(Group, block, after), m_subType(subType)
+{
+    for (CodeNode *node = next(); node; node = node->next()) {
+        if (node->type() & SectionMask)
+            break;
+        if (node->type() == CodeNode::Value)
+            insertChild(node, childCount());
+        else if (node->type() == Frame && node->parent())
+            node->parent()->removeChild(node);
+    }
+}
+
+GroupCode::~GroupCode()
+{
+    if (m_values.isEmpty())
+        return;
+    auto *above = static_cast<GroupCode *>(previous(Group, Animation | Frame));
+    if (above) {
+        while (!m_values.isEmpty())
+            above->insertChild(m_values.first(), above->childCount());
+    } else {
+        while (!m_values.isEmpty())
+            removeChild(m_values.last());
+    }
+}
+
+unsigned int GroupCode::subType() const
+{
+    return m_subType;
+}
+
+QList<ValueCode *> const &GroupCode::values() const
+{
+    return m_values;
+}
+
+unsigned int GroupCode::valueCount() const
+{
+    return static_cast<unsigned int>(m_values.size());
+}
+
+ValueCode *GroupCode::valueAt(unsigned int index) const
+{
+    return index < valueCount() ? m_values.at(index) : nullptr;
+}
+
+void GroupCode::removeValue(unsigned int index)
+{
+    if (ValueCode *value = valueAt(index))
+        value->remove(true);
+}
+
+ValueCode *GroupCode::valueByName(QString const &name) const
+{
+    for (ValueCode *value : m_values) {
+        if (value->name() == name)
+            return value;
+    }
+    return nullptr;
+}
+
+QVariant GroupCode::value(QString const &name) const
+{
+    ValueCode const *found = valueByName(name);
+    return found ? found->value() : QVariant();
+}
+
+int GroupCode::lastLine() const
+{
+    QTextDocument const *doc = document();
+    if (!doc)
+        return -1;
+    bool const nested = parent() && parent()->type() == Group;
+    for (CodeNode const *node = next(); node; node = node->next()) {
+        if (node->type() == Animation)
+            return node->firstLine() - 1;
+        if (node->type() == Group) {
+            bool const otherNested = node->parent() && node->parent()->type() == Group;
+            if (nested || !otherNested)
+                return node->firstLine() - 1;
+        }
+    }
+    return doc->blockCount();
+}
+
+unsigned int GroupCode::childCount() const
+{
+    return valueCount();
+}
+
+int GroupCode::childIndex(CodeNode *child) const
+{
+    for (int i = 0; i < m_values.size(); ++i) {
+        if (static_cast<CodeNode *>(m_values.at(i)) == child)
+            return i;
+    }
+    return -1;
+}
+
+CodeNode *GroupCode::childAt(unsigned int index) const
+{
+    return valueAt(index);
+}
+
+void GroupCode::insertChild(CodeNode *child, unsigned int index)
+{
+    if (!child || child->type() != CodeNode::Value)
+        return;
+    detach(child);
+    int const row = qMin(static_cast<int>(index), m_values.size());
+    beginInsert(this, row);
+    setParentOf(child, this);
+    m_values.insert(row, static_cast<ValueCode *>(child));
+    endInsert();
+}
+
+void GroupCode::removeChild(CodeNode *child)
+{
+    // The parent link goes inside the removal, so that views asking about
+    // the row on its way out still find its parent.
+    int const row = childIndex(child);
+    if (row < 0) {
+        setParentOf(child, nullptr);
+        return;
+    }
+    beginRemove(this, row);
+    m_values.removeAt(row);
+    setParentOf(child, nullptr);
+    endRemove();
+}
+
+} // namespace Kenro

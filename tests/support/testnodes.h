@@ -1,0 +1,93 @@
+#pragma once
+
+#include <kenro/code/groupcode.h>
+#include <kenro/code/rootcode.h>
+#include <kenro/code/valuecode.h>
+
+#include <QStringList>
+
+namespace KenroTest {
+
+/// A value written as "name = value", with keywords from a fixed list.
+class TestValue : public Kenro::ValueCode
+{
+public:
+    TestValue(QString const &name, Type type, QTextBlock const &block, Kenro::CodeNode *after,
+              QVariant const &value = QVariant());
+
+    static QStringList const keywords;
+    QString valueName;
+    int changes = 0;
+
+    QString name() const override;
+    void setName(QString const &name) override;
+    QString valueText() const override;
+    QString keyword(unsigned int index) const override;
+
+    using Kenro::CodeNode::change;
+    using Kenro::CodeNode::mergeFormatting;
+    using Kenro::CodeNode::rewrittenLine;
+    using Kenro::ValueCode::asString;
+};
+
+/// A section heading "[name]" that places itself in the root.
+class TestGroup : public Kenro::GroupCode
+{
+public:
+    TestGroup(QString const &name, QTextBlock const &block, Kenro::CodeNode *after,
+              unsigned int subType = 0);
+
+    QString groupName;
+    QList<Kenro::CodeNode *> changedChildren;
+
+    QString name() const override;
+    void setName(QString const &name) override;
+    Kenro::ValueCode *insertValue(unsigned int index, QString const &name,
+                                  QString const &value) override;
+    Kenro::ValueCode *addValue(QString const &name, QString const &value) override;
+    void childChanged(Kenro::CodeNode *child) override;
+};
+
+/// A heading of type Animation that places itself in the root and holds frames.
+class TestAnimation : public Kenro::ParentCode, public Kenro::NamedCode
+{
+public:
+    TestAnimation(QString const &name, QTextBlock const &block, Kenro::CodeNode *after);
+    ~TestAnimation() override;
+
+    QString animationName;
+    QList<Kenro::CodeNode *> frames;
+
+    QString name() const override;
+    void setName(QString const &name) override;
+    unsigned int childCount() const override;
+    int childIndex(Kenro::CodeNode *child) const override;
+    Kenro::CodeNode *childAt(unsigned int index) const override;
+    void insertChild(Kenro::CodeNode *child, unsigned int index) override;
+    void removeChild(Kenro::CodeNode *child) override;
+};
+
+/// A node of type Frame with an "Identifier"; joins the animation above it.
+class TestFrame : public Kenro::ParentCode, public Kenro::PropertyItem
+{
+public:
+    TestFrame(QString const &identifier, QTextBlock const &block, Kenro::CodeNode *after);
+
+    QString identifier;
+
+    QStringList propertyNames() const override;
+    QVariant property(QString const &name) const override;
+    void setProperty(QString const &name, QVariant const &value) override;
+};
+
+/// A root whose chain can be released by the test.
+class TestRoot : public Kenro::RootCode
+{
+    Q_OBJECT
+
+public:
+    using Kenro::RootCode::destroy;
+    using Kenro::RootCode::RootCode;
+};
+
+} // namespace KenroTest
