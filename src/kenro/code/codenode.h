@@ -126,6 +126,7 @@ protected:
 private:
     friend class ParentCode;
     friend class RootCode;
+    friend class CodeDocumentPrivate;
 
     // Roots are not pooled; they tell the pool while they live.
     static void registerRoot(CodeNode const *root, bool live);
