@@ -3,10 +3,12 @@
 
 #include "dialoganswerer.h"
 
+#include "testdata.h"
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+
 #include <QTest>
 #include <QThread>
 
@@ -16,21 +18,6 @@ using Kenro::Archive;
 using Kenro::FileSystemArchive;
 
 namespace {
-
-QByteArray readAll(QString const &name)
-{
-    QFile file(name);
-    if (!file.open(QIODevice::ReadOnly))
-        return QByteArray("<missing>");
-    return file.readAll();
-}
-
-void writeAll(QString const &name, QByteArray const &data)
-{
-    QFile file(name);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(data);
-}
 
 // Runs \a work on another thread after \a delay milliseconds.
 QThread *later(int delay, std::function<void()> work)
@@ -130,7 +117,7 @@ private Q_SLOTS:
         QVERIFY(!fs.directoryExists(name));
         QCOMPARE(fs.openFile(name, QIODevice::ReadOnly), nullptr);
 
-        writeAll(name, "x");
+        QVERIFY(KenroTest::writeFile(name, "x"));
         QVERIFY(fs.fileExists(name));
         QVERIFY(fs.renameFile(name, dir.filePath(QStringLiteral("b.txt"))));
         QVERIFY(!fs.renameFile(name, dir.filePath(QStringLiteral("c.txt"))));
@@ -141,8 +128,8 @@ private Q_SLOTS:
     void entriesLeaveOutLinksAndDots()
     {
         QTemporaryDir dir;
-        writeAll(dir.filePath(QStringLiteral("one.sff")), "1");
-        writeAll(dir.filePath(QStringLiteral("two.air")), "22");
+        QVERIFY(KenroTest::writeFile(dir.filePath(QStringLiteral("one.sff")), "1"));
+        QVERIFY(KenroTest::writeFile(dir.filePath(QStringLiteral("two.air")), "22"));
         QVERIFY(QDir(dir.path()).mkdir(QStringLiteral("sub")));
         QVERIFY(QFile::link(dir.filePath(QStringLiteral("one.sff")),
                             dir.filePath(QStringLiteral("link.sff"))));
@@ -165,27 +152,27 @@ private Q_SLOTS:
         QVERIFY(device);
         device->write("hello");
         fs.closeFile(device);
-        QCOMPARE(readAll(name), QByteArray("hello"));
+        QCOMPARE(KenroTest::readFile(name), QByteArray("hello"));
     }
 
     void replaceKeepsOldContentUntilClosed()
     {
         QTemporaryDir dir;
         QString const name = dir.filePath(QStringLiteral("sheet.ext"));
-        writeAll(name, "old content");
+        QVERIFY(KenroTest::writeFile(name, "old content"));
         FileSystemArchive &fs = FileSystemArchive::instance();
 
         QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
         QVERIFY(device);
         device->write("new");
         static_cast<QFile *>(device)->flush();
-        QCOMPARE(readAll(name), QByteArray("old content"));
+        QCOMPARE(KenroTest::readFile(name), QByteArray("old content"));
         QString const temporary = temporaryOf(name);
         QVERIFY2(!temporary.isEmpty(), "no temporary sibling while replacing");
-        QCOMPARE(readAll(temporary), QByteArray("new"));
+        QCOMPARE(KenroTest::readFile(temporary), QByteArray("new"));
 
         fs.closeFile(device);
-        QCOMPARE(readAll(name), QByteArray("new"));
+        QCOMPARE(KenroTest::readFile(name), QByteArray("new"));
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files),
                  QStringList({QStringLiteral("sheet.ext")}));
     }
@@ -194,13 +181,13 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         QString const name = dir.filePath(QStringLiteral("keep.txt"));
-        writeAll(name, "old");
+        QVERIFY(KenroTest::writeFile(name, "old"));
         FileSystemArchive &fs = FileSystemArchive::instance();
         QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
         QVERIFY(device);
         device->write("never seen");
         fs.discardFile(device);
-        QCOMPARE(readAll(name), QByteArray("old"));
+        QCOMPARE(KenroTest::readFile(name), QByteArray("old"));
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files),
                  QStringList({QStringLiteral("keep.txt")}));
     }
@@ -222,27 +209,27 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         QString const name = dir.filePath(QStringLiteral("rw.bin"));
-        writeAll(name, "abc");
+        QVERIFY(KenroTest::writeFile(name, "abc"));
         FileSystemArchive &fs = FileSystemArchive::instance();
         QIODevice *device = fs.openFile(name, QIODevice::ReadWrite);
         QVERIFY(device);
         QCOMPARE(device->readAll(), QByteArray("abc"));
         device->write("def");
-        QCOMPARE(readAll(name), QByteArray("abc"));
+        QCOMPARE(KenroTest::readFile(name), QByteArray("abc"));
         fs.closeFile(device);
-        QCOMPARE(readAll(name), QByteArray("abcdef"));
+        QCOMPARE(KenroTest::readFile(name), QByteArray("abcdef"));
     }
 
     void deletingTheDeviceCommits()
     {
         QTemporaryDir dir;
         QString const name = dir.filePath(QStringLiteral("d.txt"));
-        writeAll(name, "1");
+        QVERIFY(KenroTest::writeFile(name, "1"));
         QIODevice *device = FileSystemArchive::instance().openFile(name, QIODevice::WriteOnly);
         QVERIFY(device);
         device->write("2");
         delete device;
-        QCOMPARE(readAll(name), QByteArray("2"));
+        QCOMPARE(KenroTest::readFile(name), QByteArray("2"));
     }
 
     void killedWriterLeavesOldContent_data()
@@ -258,7 +245,7 @@ private Q_SLOTS:
         QTemporaryDir dir;
         QString const name = dir.filePath(QStringLiteral("victim.cns"));
         QByteArray const old(100000, 'o');
-        writeAll(name, old);
+        QVERIFY(KenroTest::writeFile(name, old));
 
         QProcess writer;
         writer.start(QStringLiteral(KENRO_ARCHIVE_WRITER), {name, mode});
@@ -270,18 +257,18 @@ private Q_SLOTS:
         QVERIFY(writer.waitForFinished(10000));
         QCOMPARE(writer.exitStatus(), QProcess::CrashExit);
 
-        QCOMPARE(readAll(name), old);
+        QCOMPARE(KenroTest::readFile(name), old);
         // What was being written survives as the temporary sibling, not under the name.
         QString const temporary = temporaryOf(name);
         QVERIFY(!temporary.isEmpty());
-        QVERIFY(readAll(temporary).contains("nnnn"));
+        QVERIFY(KenroTest::readFile(temporary).contains("nnnn"));
     }
 
     void commitWaitsForAFileThatCannotBeRemoved()
     {
         QTemporaryDir dir;
         QString const name = dir.filePath(QStringLiteral("busy.txt"));
-        writeAll(name, "old");
+        QVERIFY(KenroTest::writeFile(name, "old"));
         FileSystemArchive &fs = FileSystemArchive::instance();
         QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
         QVERIFY(device);
@@ -299,14 +286,14 @@ private Q_SLOTS:
         helper->wait();
         delete helper;
         QVERIFY2(waited >= 400, qPrintable(QString::number(waited)));
-        QCOMPARE(readAll(name), QByteArray("new"));
+        QCOMPARE(KenroTest::readFile(name), QByteArray("new"));
     }
 
     void commitWaitsForTheTemporaryToBeRenamed()
     {
         QTemporaryDir dir;
         QString const name = dir.filePath(QStringLiteral("ren.txt"));
-        writeAll(name, "old");
+        QVERIFY(KenroTest::writeFile(name, "old"));
         FileSystemArchive &fs = FileSystemArchive::instance();
         QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
         QVERIFY(device);
@@ -325,7 +312,7 @@ private Q_SLOTS:
         helper->wait();
         delete helper;
         QVERIFY2(waited >= 400, qPrintable(QString::number(waited)));
-        QCOMPARE(readAll(name), QByteArray("new"));
+        QCOMPARE(KenroTest::readFile(name), QByteArray("new"));
         QVERIFY(!QFile::exists(away));
     }
 
@@ -333,7 +320,7 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         QString const name = dir.filePath(QStringLiteral("dis.txt"));
-        writeAll(name, "old");
+        QVERIFY(KenroTest::writeFile(name, "old"));
         FileSystemArchive &fs = FileSystemArchive::instance();
         QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
         QVERIFY(device);
@@ -350,7 +337,7 @@ private Q_SLOTS:
         helper->wait();
         delete helper;
         QVERIFY2(waited >= 400, qPrintable(QString::number(waited)));
-        QCOMPARE(readAll(name), QByteArray("old"));
+        QCOMPARE(KenroTest::readFile(name), QByteArray("old"));
     }
 
     void everyTenthFailureAsksTheUser()
@@ -358,7 +345,7 @@ private Q_SLOTS:
         KenroTest::DialogAnswerer answerer(QMessageBox::No);
         QTemporaryDir dir;
         QString const name = dir.filePath(QStringLiteral("asked.txt"));
-        writeAll(name, "old");
+        QVERIFY(KenroTest::writeFile(name, "old"));
         FileSystemArchive &fs = FileSystemArchive::instance();
         QIODevice *device = fs.openFile(name, QIODevice::WriteOnly);
         QVERIFY(device);
@@ -378,7 +365,7 @@ private Q_SLOTS:
             box.text.startsWith(QStringLiteral("Can't replace contents of file '%1'.").arg(name)));
         // The box offers only Ok, so even a user who wants out keeps the data.
         QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-        QCOMPARE(readAll(name), QByteArray("new"));
+        QCOMPARE(KenroTest::readFile(name), QByteArray("new"));
     }
 };
 

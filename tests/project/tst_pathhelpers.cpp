@@ -43,14 +43,6 @@ private:
     qint64 m_offset = 0;
 };
 
-void writeAll(QString const &name, QByteArray const &data)
-{
-    QDir().mkpath(QFileInfo(name).path());
-    QFile file(name);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(data);
-}
-
 } // namespace
 
 class TestPathHelpers : public QObject
@@ -83,7 +75,7 @@ private Q_SLOTS:
         for (char &byte : data)
             byte = char(generator.bounded(256));
         QString const source = dir.filePath(QStringLiteral("big.sff"));
-        writeAll(source, data);
+        QVERIFY(KenroTest::writeFile(source, data));
         FileSystemArchive &fs = FileSystemArchive::instance();
         QString const target = dir.filePath(QStringLiteral("out/copy.sff"));
         QVERIFY(copyFile(fs, source, fs, target));
@@ -92,7 +84,7 @@ private Q_SLOTS:
         QCOMPARE(copied.readAll(), data);
 
         // Over an existing file: replaced whole.
-        writeAll(source, "short");
+        QVERIFY(KenroTest::writeFile(source, "short"));
         QVERIFY(copyFile(fs, source, fs, target));
         QFile again(target);
         QVERIFY(again.open(QIODevice::ReadOnly));
@@ -104,7 +96,7 @@ private Q_SLOTS:
         QTemporaryDir dir;
         FileSystemArchive &fs = FileSystemArchive::instance();
         QString const source = dir.filePath(QStringLiteral("a.txt"));
-        writeAll(source, "a");
+        QVERIFY(KenroTest::writeFile(source, "a"));
         QVERIFY(!copyFile(fs, source, fs, source));
         QVERIFY(!copyFile(fs, dir.filePath(QStringLiteral("missing")), fs,
                           dir.filePath(QStringLiteral("b.txt"))));
@@ -120,7 +112,7 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         QString const base = dir.path() + QLatin1Char('/');
-        writeAll(base + QStringLiteral("Chars/KFM/kfm.SFF"), "s");
+        QVERIFY(KenroTest::writeFile(base + QStringLiteral("Chars/KFM/kfm.SFF"), "s"));
         FileSystemArchive &fs = FileSystemArchive::instance();
         QCOMPARE(fixFileCase(base, fs, QStringLiteral("Chars/KFM/kfm.SFF")),
                  base + QStringLiteral("Chars/KFM/kfm.SFF"));

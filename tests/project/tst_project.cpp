@@ -6,8 +6,10 @@
 #include "testinterface.h"
 #include "testproject.h"
 
+#include "testdata.h"
 #include <QSignalSpy>
 #include <QTemporaryDir>
+
 #include <QTest>
 
 using namespace Kenro;
@@ -16,20 +18,6 @@ using KenroTest::TestProject;
 using KenroTest::TextFile;
 
 namespace {
-
-QByteArray readAll(QString const &name)
-{
-    QFile file(name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
-
-void writeAll(QString const &name, QByteArray const &data)
-{
-    QDir().mkpath(QFileInfo(name).path());
-    QFile file(name);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(data);
-}
 
 TextFile *load(QString const &name)
 {
@@ -216,8 +204,8 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         QString const base = dir.path() + QStringLiteral("/game/");
-        writeAll(base + QStringLiteral("chars/kfm/kfm.def"), "def");
-        writeAll(base + QStringLiteral("chars/kfm/kfm.cns"), "cns");
+        QVERIFY(KenroTest::writeFile(base + QStringLiteral("chars/kfm/kfm.def"), "def"));
+        QVERIFY(KenroTest::writeFile(base + QStringLiteral("chars/kfm/kfm.cns"), "cns"));
         ParentProject parent(base, FileSystemArchive::instance());
         TestProject project(&parent, 0, load(base + QStringLiteral("chars/kfm/kfm.def")), true);
         QCOMPARE(project.fileName(), base + QStringLiteral("chars/kfm/kfm.def"));
@@ -230,7 +218,8 @@ private Q_SLOTS:
         project.addFile(cns, Project::Scripts);
         project.addFile(gone, Project::Scripts);
         cns->content = "edited";
-        writeAll(base + QStringLiteral("chars/kfm/kfm.cns"), "changed on disk");
+        QVERIFY(
+            KenroTest::writeFile(base + QStringLiteral("chars/kfm/kfm.cns"), "changed on disk"));
         project.reload();
         QCOMPARE(cns->content, QByteArray("changed on disk"));
         QCOMPARE(gone->content, QByteArray("in memory"));
@@ -243,12 +232,12 @@ private Q_SLOTS:
         QString const base = dir.path() + QStringLiteral("/game/");
         QString const kfm = base + QStringLiteral("chars/kfm/");
         QByteArray const sff(300000, 's');
-        writeAll(kfm + QStringLiteral("kfm.def"), "[Files]\r\n");
-        writeAll(kfm + QStringLiteral("kfm.air"), "[Begin Action 0]\r\n");
-        writeAll(kfm + QStringLiteral("kfm.cns"), "[Statedef 0]\r\n");
-        writeAll(kfm + QStringLiteral("kfm.sff"), sff);
-        writeAll(kfm + QStringLiteral("kfm.snd"), "snd");
-        writeAll(kfm + QStringLiteral("sub/extra.st"), "st");
+        QVERIFY(KenroTest::writeFile(kfm + QStringLiteral("kfm.def"), "[Files]\r\n"));
+        QVERIFY(KenroTest::writeFile(kfm + QStringLiteral("kfm.air"), "[Begin Action 0]\r\n"));
+        QVERIFY(KenroTest::writeFile(kfm + QStringLiteral("kfm.cns"), "[Statedef 0]\r\n"));
+        QVERIFY(KenroTest::writeFile(kfm + QStringLiteral("kfm.sff"), sff));
+        QVERIFY(KenroTest::writeFile(kfm + QStringLiteral("kfm.snd"), "snd"));
+        QVERIFY(KenroTest::writeFile(kfm + QStringLiteral("sub/extra.st"), "st"));
 
         ParentProject parent(base, FileSystemArchive::instance());
         TestProject project(&parent, 0, load(kfm + QStringLiteral("kfm.def")), true);
@@ -276,18 +265,22 @@ private Q_SLOTS:
                               QStringLiteral("/kfm.cns"), QStringLiteral("/kfm.sff"),
                               QStringLiteral("/kfm.snd"), QStringLiteral("/sub/extra.st")}));
         QString const copied = copy + QStringLiteral("/chars/kfm/");
-        QCOMPARE(readAll(copied + QStringLiteral("kfm.air")), QByteArray("[Begin Action 1]\r\n"));
-        QCOMPARE(readAll(copied + QStringLiteral("kfm.def")), QByteArray("[Files]\r\n"));
-        QCOMPARE(readAll(copied + QStringLiteral("kfm.cns")), QByteArray("[Statedef 0]\r\n"));
-        QCOMPARE(readAll(copied + QStringLiteral("kfm.sff")), sff);
-        QCOMPARE(readAll(copied + QStringLiteral("kfm.snd")), QByteArray("snd"));
-        QCOMPARE(readAll(copied + QStringLiteral("sub/extra.st")), QByteArray("st"));
+        QCOMPARE(KenroTest::readFile(copied + QStringLiteral("kfm.air")),
+                 QByteArray("[Begin Action 1]\r\n"));
+        QCOMPARE(KenroTest::readFile(copied + QStringLiteral("kfm.def")),
+                 QByteArray("[Files]\r\n"));
+        QCOMPARE(KenroTest::readFile(copied + QStringLiteral("kfm.cns")),
+                 QByteArray("[Statedef 0]\r\n"));
+        QCOMPARE(KenroTest::readFile(copied + QStringLiteral("kfm.sff")), sff);
+        QCOMPARE(KenroTest::readFile(copied + QStringLiteral("kfm.snd")), QByteArray("snd"));
+        QCOMPARE(KenroTest::readFile(copied + QStringLiteral("sub/extra.st")), QByteArray("st"));
         QCOMPARE(air->writes, 1);
         QCOMPARE(cns->writes + sprites->writes, 0); // unmodified: copied, not rewritten
         // A copy leaves every file where it was.
         QCOMPARE(air->fileName(), kfm + QStringLiteral("kfm.air"));
         QVERIFY(air->isModified());
-        QCOMPARE(readAll(kfm + QStringLiteral("kfm.air")), QByteArray("[Begin Action 0]\r\n"));
+        QCOMPARE(KenroTest::readFile(kfm + QStringLiteral("kfm.air")),
+                 QByteArray("[Begin Action 0]\r\n"));
 
         // Saving moves the open files; the main file is the caller's to write.
         QString const moved = dir.path() + QStringLiteral("/moved");
@@ -296,9 +289,10 @@ private Q_SLOTS:
         QCOMPARE(air->fileName(), target + QStringLiteral("kfm.air"));
         QCOMPARE(cns->fileName(), target + QStringLiteral("kfm.cns"));
         QVERIFY(!air->isModified());
-        QCOMPARE(readAll(target + QStringLiteral("kfm.cns")), QByteArray("[Statedef 0]\r\n"));
-        QCOMPARE(readAll(target + QStringLiteral("kfm.sff")), sff);
-        QCOMPARE(readAll(target + QStringLiteral("kfm.snd")), QByteArray("snd"));
+        QCOMPARE(KenroTest::readFile(target + QStringLiteral("kfm.cns")),
+                 QByteArray("[Statedef 0]\r\n"));
+        QCOMPARE(KenroTest::readFile(target + QStringLiteral("kfm.sff")), sff);
+        QCOMPARE(KenroTest::readFile(target + QStringLiteral("kfm.snd")), QByteArray("snd"));
         QVERIFY(!QFile::exists(target + QStringLiteral("kfm.def")));
         QCOMPARE(project.mainFile()->fileName(), kfm + QStringLiteral("kfm.def"));
         project.release();
@@ -308,8 +302,8 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         QString const base = dir.path() + QStringLiteral("/");
-        writeAll(base + QStringLiteral("obj/main.def"), "main");
-        writeAll(base + QStringLiteral("obj/a.cns"), "a");
+        QVERIFY(KenroTest::writeFile(base + QStringLiteral("obj/main.def"), "main"));
+        QVERIFY(KenroTest::writeFile(base + QStringLiteral("obj/a.cns"), "a"));
         ParentProject parent(base, FileSystemArchive::instance());
         TestProject project(&parent, 0, load(base + QStringLiteral("obj/main.def")), true);
         project.entries = {{Project::Scripts, QStringLiteral("/a.cns")}};

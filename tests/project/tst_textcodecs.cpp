@@ -9,15 +9,7 @@
 
 using Kenro::TextCodecs;
 
-namespace {
-
-QByteArray readAll(QString const &name)
-{
-    QFile file(name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
+namespace {} // namespace
 
 class TestTextCodecs : public QObject
 {
@@ -87,7 +79,7 @@ private Q_SLOTS:
                               {"utf16le_bom_info.def", "UTF-16LE"}};
         QMap<QString, QString> texts;
         for (Case const &item : cases) {
-            QByteArray const bytes = readAll(folder + QLatin1String(item.file));
+            QByteArray const bytes = KenroTest::readFile(folder + QLatin1String(item.file));
             QVERIFY2(!bytes.isEmpty(), item.file);
             int codec = -1;
             bool mark = false;

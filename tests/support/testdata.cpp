@@ -1,6 +1,8 @@
 #include "testdata.h"
 
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 
 namespace KenroTest {
 
@@ -10,6 +12,19 @@ QString testDataPath()
     if (path.isEmpty() || !QDir(path).exists())
         return QString();
     return QDir(path).absolutePath();
+}
+
+QByteArray readFile(QString const &name)
+{
+    QFile file(name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
+bool writeFile(QString const &name, QByteArray const &data)
+{
+    QDir().mkpath(QFileInfo(name).path());
+    QFile file(name);
+    return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
 }
 
 } // namespace KenroTest

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 namespace KenroTest {
@@ -9,6 +10,11 @@ namespace KenroTest {
  * is unset; a set variable that names no folder fails the calling test.
  */
 QString testDataPath();
+
+/// The whole content of file \a name, or "<missing>" when it cannot be read.
+QByteArray readFile(QString const &name);
+/// Writes \a data as file \a name, making its directory; false on failure.
+bool writeFile(QString const &name, QByteArray const &data);
 
 } // namespace KenroTest
 
