@@ -185,8 +185,9 @@ private Q_SLOTS:
 
         // States say which kind of section a line stands in.
         QCOMPARE(document.findBlockByNumber(0).userState(), -1);
-        QCOMPARE(document.findBlockByNumber(1).userState(), 1);
-        QCOMPARE(document.findBlockByNumber(4).userState(), 1);
+        int const dataKind = static_cast<int>(data->subType());
+        QCOMPARE(document.findBlockByNumber(1).userState(), dataKind);
+        QCOMPARE(document.findBlockByNumber(4).userState(), dataKind);
         QCOMPARE(document.findBlockByNumber(9).userState(), 0x40000000);
         QCOMPARE(document.findBlockByNumber(11).userState(), 0x40000000);
 

@@ -133,9 +133,18 @@ void TestAnimation::removeChild(CodeNode *child)
 TestFrame::TestFrame(QString const &identifier, QTextBlock const &block, CodeNode *after)
     : ParentCode(Frame, block, after), identifier(identifier)
 {
-    if (CodeNode *animation = previous(Animation, Group))
-        static_cast<TestAnimation *>(animation)->insertChild(
-            this, static_cast<TestAnimation *>(animation)->childCount());
+    auto *animation = static_cast<TestAnimation *>(previous(Animation, Group));
+    if (!animation)
+        return;
+    // Behind the frame of the same animation that stands before it in the chain.
+    unsigned int row = 0;
+    for (CodeNode *node = previous(); node && node != animation; node = node->previous()) {
+        if (node->type() == Frame && node->parent() == animation) {
+            row = static_cast<unsigned int>(animation->childIndex(node) + 1);
+            break;
+        }
+    }
+    animation->insertChild(this, row);
 }
 
 QStringList TestFrame::propertyNames() const

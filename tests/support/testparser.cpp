@@ -66,7 +66,9 @@ CodeNode *TestParser::parse(QString const &line, QTextBlock const &block, CodeNo
         if (oldNode && oldNode->type() == CodeNode::Group &&
             static_cast<TestGroup *>(oldNode)->name() == name)
             return oldNode;
-        return new TestGroup(name, block, context, 1);
+        // Each section name is a kind of its own, so that line states tell
+        // sections apart.
+        return new TestGroup(name, block, context, 1 + qHash(name) % 1000);
     }
 
     match = value.match(trimmed);
@@ -90,7 +92,21 @@ CodeNode *TestParser::parse(QString const &line, QTextBlock const &block, CodeNo
         }
         ValueCode::Type const type = isNumber ? ValueCode::Int : ValueCode::String;
         QVariant const stored = isNumber ? QVariant(number) : QVariant(content);
-        if (oldNode && oldNode->type() == CodeNode::Value) {
+        // The section a new value would join, as its constructor finds it.
+        ParentCode *section = nullptr;
+        for (CodeNode *node = context; node; node = node->previous()) {
+            if (node->type() == CodeNode::Value) {
+                section = node->parent();
+                break;
+            }
+            if (node->type() == CodeNode::Group) {
+                section = static_cast<ParentCode *>(node);
+                break;
+            }
+            if (node->type() == CodeNode::Animation)
+                break;
+        }
+        if (oldNode && oldNode->type() == CodeNode::Value && oldNode->parent() == section) {
             auto *old = static_cast<TestValue *>(oldNode);
             if (old->name() == name && old->valueType() == type) {
                 old->setValue(stored);
@@ -103,13 +119,69 @@ CodeNode *TestParser::parse(QString const &line, QTextBlock const &block, CodeNo
     if (frame.match(trimmed).hasMatch()) {
         if (syntax)
             syntax->setFormat(token(Number), 0, text.size());
-        return new TestFrame(QString(), block, context);
+        return new TestFrame(trimmed, block, context);
     }
 
     if (syntax)
         syntax->addError(token(Invalid), QStringLiteral("Syntax error"), text.indexOf(trimmed),
                          text.size());
     return nullptr;
+}
+
+} // namespace KenroTest
+
+#include <kenro/code/rootcode.h>
+#include <kenro/project/messages.h>
+
+namespace KenroTest {
+
+TestDocument::TestDocument()
+{
+    setParser(&testParser);
+}
+
+namespace {
+
+QString describeNode(CodeNode const *node)
+{
+    QString name;
+    if (auto const *named = dynamic_cast<NamedCode const *>(node))
+        name = named->name();
+    else if (auto const *item = dynamic_cast<PropertyItem const *>(node))
+        name = item->property(QStringLiteral("Identifier")).toString();
+    return QStringLiteral("%1:%2:%3").arg(node->type()).arg(node->lineNo()).arg(name);
+}
+
+void describeTree(ParentCode const *parent, int depth, QString &out)
+{
+    for (unsigned int i = 0; i < parent->childCount(); ++i) {
+        CodeNode const *child = parent->childAt(i);
+        out += QString(depth * 2, QLatin1Char(' ')) + describeNode(child) + QLatin1Char('\n');
+        if (auto const *inner = dynamic_cast<ParentCode const *>(child))
+            describeTree(inner, depth + 1, out);
+    }
+}
+
+} // namespace
+
+QString TestDocument::describe()
+{
+    QString out = QStringLiteral("chain\n");
+    for (CodeNode const *node = root()->next(); node; node = node->next())
+        out += describeNode(node) + QLatin1Char('\n');
+    out += QStringLiteral("tree\n");
+    describeTree(root(), 0, out);
+    out += QStringLiteral("messages\n");
+    Messages *list = messages();
+    for (unsigned int i = 0; i < list->count(Message::All); ++i) {
+        Message const message = list->at(i, Message::All);
+        out += QStringLiteral("%1 %2:%3 %4\n")
+                   .arg(message.type)
+                   .arg(message.line)
+                   .arg(message.column)
+                   .arg(message.text);
+    }
+    return out;
 }
 
 } // namespace KenroTest

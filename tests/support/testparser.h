@@ -5,7 +5,7 @@
 namespace KenroTest {
 
 /**
- * A small parser for tests: "[Name]" sections (subType 1), "[Begin Action n]"
+ * A small parser for tests: "[Name]" sections (a subType for each name), "[Begin Action n]"
  * animations with "x, y" frame lines, "key = value" values, ";" comments.
  * "old_" keys are deprecated, empty values warn, anything else is an error.
  * A line keeps its node when kind and name stay the same.
@@ -18,6 +18,30 @@ public:
     Kenro::CodeNode *parse(QString const &text, QTextBlock const &block, Kenro::CodeNode *oldNode,
                            Kenro::CodeNode *context, Kenro::RootCode *root,
                            Kenro::CodeParserSyntax *syntax) override;
+};
+
+} // namespace KenroTest
+
+#include <kenro/code/codedocument.h>
+
+namespace KenroTest {
+
+/// A code document driven by a TestParser of its own.
+class TestDocument : public Kenro::CodeDocument
+{
+    Q_OBJECT
+
+public:
+    TestDocument();
+    TestParser testParser;
+    void formatLines(int, int, bool) override {}
+    using Kenro::CodeDocument::reparse;
+
+    /// The chain, the tree and the messages, written out for comparison.
+    QString describe();
+
+private:
+    void free() override { delete this; }
 };
 
 } // namespace KenroTest

@@ -64,6 +64,7 @@ public:
 
 private:
     friend class CodeDocumentPrivate;
+    friend class CodeDocument;
     CodeBlockData(QTextBlock const &block, CodeDocumentPrivate *owner);
 
     CodeBlockDataPrivate *d;

@@ -4,15 +4,20 @@
 #include <kenro/code/codeparser.h>
 #include <kenro/project/messages.h>
 
+#include <QFutureWatcher>
 #include <QTextBlock>
 #include <QTextCharFormat>
+#include <QTextCursor>
 #include <QVector>
 
 class QTextDocument;
 
 namespace Kenro {
 
+class Archive;
+class CodeDocument;
 class CodeNode;
+class JobStats;
 class ProjectFile;
 class RootCode;
 
@@ -46,6 +51,8 @@ class KENRO_EXPORT CodeDocumentPrivate : public Messages, public CodeParserSynta
 
 public:
     CodeDocumentPrivate(QTextDocument *document, RootCode *root);
+    /// The private part of \a document, running its pass on every change.
+    explicit CodeDocumentPrivate(CodeDocument *document);
     ~CodeDocumentPrivate() override;
 
     QTextDocument *document() const;
@@ -73,6 +80,47 @@ public:
 
     /// Set while the document is being destroyed: marks are not told.
     bool clearing = false;
+
+    // The code document's side.
+    CodeDocument *q = nullptr;
+    QTextCursor cursor;
+    short changeDepth = 0;
+    short messageLock = 0;
+    bool inReformat = false;
+    bool inPass = false;
+    bool reparsePending = false;
+    bool rehighlightPending = false;
+    bool modelEnabled = true;
+    int modelLock = 0;
+    int modelRowCount = 0;
+    int revision = 0;
+    int codec = 0;
+    bool byteOrderMark = false;
+
+    struct PendingSave
+    {
+        Archive *archive = nullptr;
+        QIODevice *device = nullptr;
+        QString path;
+        unsigned int flags = 0;
+        JobStats *stats = nullptr;
+        int codec = 0; // may change on the pool when the text needs another
+    };
+    QFutureWatcher<void> saveWatcher;
+    PendingSave pendingSave;
+    bool saving = false;
+
+    void reformatBlocks(int position, int charsRemoved, int charsAdded);
+    void reformatBlock(QTextBlock const &block, bool highlight);
+    void wholeDocumentPass();
+    /// The one way in which code changes text.
+    void changeText(QTextCursor &cursor, QString const &text);
+    void lockModel();
+    void unlockModel();
+    void markAllSaved();
+    /// Ends a finished background save on this thread.
+    void completeSave();
+    void releaseAllNodes();
 
     // Messages
     ProjectFile *file() const override;

@@ -220,8 +220,16 @@ void CodeDocumentPrivate::parseBlock(QTextBlock const &block, bool highlight)
     data->d->node = node;
     if (oldNode) {
         if (node != oldNode) {
-            oldNode->m_previous = nullptr;
-            oldNode->m_next = nullptr;
+            // Put the old node back behind its predecessor before it goes,
+            // so that its death sees the chain as it is: a heading hands its
+            // values to the section above, and the unlinking patches the
+            // right neighbours.
+            CodeNode *previous = oldNode->m_previous ? oldNode->m_previous : m_root;
+            oldNode->m_previous = previous;
+            oldNode->m_next = previous->m_next;
+            if (previous->m_next)
+                previous->m_next->m_previous = oldNode;
+            previous->m_next = oldNode;
             oldNode->release();
         } else {
             if (oldNode->m_previous)

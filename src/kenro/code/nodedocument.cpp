@@ -1,34 +1,53 @@
 #include "nodedocument_p.h"
 
+#include <kenro/code/codedocument.h>
+
 #include <QTextCursor>
 #include <QTextDocument>
 
 namespace Kenro {
 namespace NodeDocument {
 
-void replaceText(QTextCursor &cursor, QString const &text)
+namespace {
+
+CodeDocument *codeDocument(QTextDocument const *document)
 {
-    cursor.insertText(text);
+    return qobject_cast<CodeDocument *>(const_cast<QTextDocument *>(document));
 }
 
-bool preservesFormatting(QTextDocument const *)
+} // namespace
+
+void replaceText(QTextCursor &cursor, QString const &text)
 {
-    return false;
+    if (CodeDocument *document = codeDocument(cursor.document()))
+        document->insertOnCursor(text, cursor);
+    else
+        cursor.insertText(text);
+}
+
+bool preservesFormatting(QTextDocument const *document)
+{
+    CodeDocument const *code = codeDocument(document);
+    return code && code->option(QStringLiteral("preserve_code_formatting")).toBool();
 }
 
 QString lineCommentMarker(QTextDocument const *)
 {
+    // The engine's language description tells the marker; until engines
+    // exist, no language has one.
     return QString();
 }
 
-QIcon nodeIcon(QTextDocument const *, CodeNode const *)
+QIcon nodeIcon(QTextDocument const *document, CodeNode const *node)
 {
-    return QIcon();
+    CodeDocument const *code = codeDocument(document);
+    return code ? code->nodeIcon(node) : QIcon();
 }
 
-bool parsesCode(QTextDocument const *)
+bool parsesCode(QTextDocument const *document)
 {
-    return true;
+    CodeDocument const *code = codeDocument(document);
+    return !code || code->option(QStringLiteral("parseCode"), true).toBool();
 }
 
 } // namespace NodeDocument
