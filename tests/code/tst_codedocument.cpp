@@ -132,6 +132,11 @@ private Q_SLOTS:
                                 "[Size]\nxscale = 1[End]\n"));
         QCOMPARE(document.describe(), freshDescription(document.toPlainText()));
 
+        // A section appends a value behind its last one.
+        data->appendValue(QStringLiteral("defence = 5"));
+        QCOMPARE(data->valueAt(data->valueCount() - 1)->name(), QStringLiteral("defence"));
+        QCOMPARE(document.findBlockByNumber(6).text(), QStringLiteral("defence = 5"));
+
         // A node rewrites its line through the same path.
         QModelIndex const index = document.indexInLine(3);
         QVERIFY(index.isValid());

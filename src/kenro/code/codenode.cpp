@@ -2,6 +2,8 @@
 
 #include "nodedocument_p.h"
 
+#include <kenro/code/codedocument.h>
+
 #include <QTextDocument>
 
 #include <cstdlib>
@@ -464,18 +466,31 @@ void ParentCode::changed(ParentCode const *parent, int row, int column)
         up->changed(parent, row, column);
 }
 
+void ParentCode::appendValue(QString const &text)
+{
+    auto *code = qobject_cast<CodeDocument *>(document());
+    if (!code)
+        return;
+    unsigned int const count = childCount();
+    CodeNode const *anchor = count > 0 ? childAt(count - 1) : this;
+    code->insertAfter(anchor, text, true);
+}
+
 void ParentCode::insertRootChild(CodeNode *child)
 {
-    CodeNode *nearest = nullptr;
+    // The nearest top-level node before the child has the root as its
+    // parent; without one the walk ends at the root itself.
     for (CodeNode *node = child->previous(); node; node = node->previous()) {
         if (node->type() == Root) {
-            auto *root = static_cast<ParentCode *>(node);
-            int const index = nearest ? root->childIndex(nearest) + 1 : 0;
-            root->insertChild(child, static_cast<unsigned int>(qMax(index, 0)));
+            static_cast<ParentCode *>(node)->insertChild(child, 0);
             return;
         }
-        if (!nearest && node->parent() && node->parent()->type() == Root)
-            nearest = node;
+        ParentCode *parent = node->parent();
+        if (parent && parent->type() == Root) {
+            int const index = parent->childIndex(node) + 1;
+            parent->insertChild(child, static_cast<unsigned int>(qMax(index, 0)));
+            return;
+        }
     }
 }
 

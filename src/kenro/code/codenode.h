@@ -159,6 +159,8 @@ public:
     virtual void beginRemove(ParentCode const *parent, int row);
     virtual void endRemove();
     void changed(ParentCode const *parent, int row, int column) override;
+    /// Adds \a text as a line behind this node's section; nothing without a code document.
+    void appendValue(QString const &text);
 
 protected:
     using CodeNode::CodeNode;
