@@ -193,7 +193,7 @@ void CodeDocumentPrivate::reformatBlocks(int position, int charsRemoved, int cha
 void CodeDocumentPrivate::reformatBlock(QTextBlock const &block, bool highlight)
 {
     m_currentBlock = block;
-    m_formatChanges.fill(QTextCharFormat(), qMax(block.length() - 1, 0));
+    m_formatChanges.fill(0, qMax(block.length() - 1, 0));
     parseBlock(block, highlight);
     if (!block.isValid() || !block.layout())
         return;
@@ -217,16 +217,16 @@ void CodeDocumentPrivate::reformatBlock(QTextBlock const &block, bool highlight)
     int const count = m_formatChanges.size();
     int i = 0;
     while (i < count) {
-        QTextCharFormat const format = m_formatChanges.at(i);
+        short const id = m_formatChanges.at(i);
         int start = i;
-        while (i < count && m_formatChanges.at(i) == format)
+        while (i < count && m_formatChanges.at(i) == id)
             ++i;
-        if (format == QTextCharFormat())
+        if (id == 0)
             continue;
         QTextLayout::FormatRange range;
         range.start = start;
         range.length = i - start;
-        range.format = format;
+        range.format = m_formats.at(id);
         if (preeditLength > 0) {
             if (range.start >= preeditPosition)
                 range.start += preeditLength;

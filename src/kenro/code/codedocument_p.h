@@ -69,7 +69,7 @@ public:
      */
     void parseBlock(QTextBlock const &block, bool highlight);
     /// The formats of the characters of the block last parsed.
-    QVector<QTextCharFormat> const &formatChanges() const;
+    QVector<QTextCharFormat> formatChanges() const;
     /// The node that a new node of \a block follows.
     CodeNode *contextOf(QTextBlock const &block) const;
     /**
@@ -155,7 +155,14 @@ private:
     unsigned int m_counters[3] = {0, 0, 0};
     QVector<CodeBlockData::SyntaxMessage> m_pendingMessages;
     CodeBlockData *m_firstMessageBlock = nullptr;
-    QVector<QTextCharFormat> m_formatChanges;
+    // The formats of the current line, one per character, as indexes into
+    // m_formats (0 is the default format): lines are compared and
+    // compressed without copying formats.
+    QVector<short> m_formatChanges;
+    QVector<QTextCharFormat> m_formats{QTextCharFormat()};
+    QVector<int> m_formatKeys{-1};
+    short formatId(TokenType type, int underline);
+    void fillFormat(short id, int start, int end);
 };
 
 } // namespace Kenro

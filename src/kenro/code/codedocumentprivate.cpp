@@ -75,9 +75,46 @@ void CodeDocumentPrivate::setFile(ProjectFile *file)
     m_file = file;
 }
 
-QVector<QTextCharFormat> const &CodeDocumentPrivate::formatChanges() const
+QVector<QTextCharFormat> CodeDocumentPrivate::formatChanges() const
 {
-    return m_formatChanges;
+    QVector<QTextCharFormat> formats;
+    formats.reserve(m_formatChanges.size());
+    for (short id : m_formatChanges)
+        formats.append(m_formats.at(id));
+    return formats;
+}
+
+short CodeDocumentPrivate::formatId(TokenType type, int underline)
+{
+    // The table may change between passes: the cache holds what it said.
+    QTextCharFormat format = syntaxFormat(type);
+    static QColor const underlines[] = {QColor(), Qt::red, QColor(255, 127, 0, 255),
+                                        QColor(255, 255, 0, 255)};
+    if (underline > 0) {
+        format.setUnderlineStyle(QTextCharFormat::SpellCheckUnderline);
+        format.setUnderlineColor(underlines[underline]);
+    }
+    int const key = static_cast<int>(type) * 4 + underline;
+    for (int i = 1; i < m_formatKeys.size(); ++i) {
+        if (m_formatKeys.at(i) == key) {
+            if (m_formats.at(i) != format)
+                m_formats[i] = format;
+            return static_cast<short>(i);
+        }
+    }
+    m_formatKeys.append(key);
+    m_formats.append(format);
+    return static_cast<short>(m_formats.size() - 1);
+}
+
+void CodeDocumentPrivate::fillFormat(short id, int start, int end)
+{
+    int const length = m_formatChanges.size();
+    if (start < 0 || start >= length)
+        return;
+    end = qMin(end, length);
+    for (int i = start; i < end; ++i)
+        m_formatChanges[i] = id;
 }
 
 ProjectFile *CodeDocumentPrivate::file() const
@@ -200,7 +237,7 @@ void CodeDocumentPrivate::parseBlock(QTextBlock const &block, bool highlight)
     data->d->links.clear();
     data->d->parsed = false;
     m_pendingMessages.clear();
-    m_formatChanges.fill(QTextCharFormat(), qMax(block.length() - 1, 0));
+    m_formatChanges.fill(0, qMax(block.length() - 1, 0));
     QTextBlock(block).setUserState(0);
 
     CodeNode *context = contextOf(block);
@@ -322,29 +359,18 @@ void CodeDocumentPrivate::updateFoldingIndent(CodeBlockData *data, CodeNode *con
 
 void CodeDocumentPrivate::setFormat(TokenType type, int start, int end)
 {
-    int const length = m_formatChanges.size();
-    if (start < 0 || start >= length)
+    if (start < 0 || start >= m_formatChanges.size())
         return;
-    end = qMin(end, length);
-    QTextCharFormat const format = syntaxFormat(type);
-    for (int i = start; i < end; ++i)
-        m_formatChanges[i] = format;
+    fillFormat(formatId(type, 0), start, end);
     if (type != Comment && m_currentData)
         m_currentData->d->parsed = true;
 }
 
 void CodeDocumentPrivate::addMessage(int type, TokenType token, QString const &text, int start,
-                                     int end, QColor const &underline)
+                                     int end, QColor const &)
 {
-    int const length = m_formatChanges.size();
-    if (start >= 0 && start < length) {
-        int const stop = qMin(end, length);
-        QTextCharFormat format = syntaxFormat(token);
-        format.setUnderlineStyle(QTextCharFormat::SpellCheckUnderline);
-        format.setUnderlineColor(underline);
-        for (int i = start; i < stop; ++i)
-            m_formatChanges[i] = format;
-    }
+    if (start >= 0 && start < m_formatChanges.size())
+        fillFormat(formatId(token, type + 1), start, end);
     if (m_currentData)
         m_currentData->d->parsed = true;
     // Counted when the line's messages join the model, so that the rows
