@@ -99,14 +99,15 @@ QByteArray encode(QString text, unsigned int flags, int &codec, bool byteOrderMa
     return TextCodecs::stringToData(text, codec, byteOrderMark);
 }
 
-// Decodes \a bytes so that writing the text back gives the same bytes: a
-// detected codec that cannot do that gives way to one that can, and
-// Latin-1, which maps every byte, is the last resort.
+// Decodes \a bytes with \a codec, or detects one when it is below 0 so
+// that writing the text back gives the same bytes: a detected codec that
+// cannot do that gives way to one that can, and Latin-1, which maps every
+// byte, is the last resort.
 QString decode(QByteArray const &bytes, int &codec, bool &byteOrderMark)
 {
-    codec = -1;
+    bool const detect = codec < 0;
     QString text = TextCodecs::stringFromData(bytes, &codec, &byteOrderMark);
-    if (TextCodecs::stringToData(text, codec, byteOrderMark) == bytes)
+    if (!detect || TextCodecs::stringToData(text, codec, byteOrderMark) == bytes)
         return text;
     for (char const *name :
          {"UTF-8", "Shift_JIS", "EUC-JP", "GB18030", "Big5", "windows-1252", "ISO-8859-1"}) {
@@ -861,42 +862,23 @@ void CodeDocument::reset()
 
 void CodeDocument::reload()
 {
-    Archive &source = archive();
-    QString const path = fileName();
-    QIODevice *device = source.openFile(path, QIODevice::ReadOnly);
-    if (!device)
-        return;
-    waitForSave();
-    int codec = d->codec;
-    bool mark = false;
-    QString text = TextCodecs::stringFromData(device->readAll(), &codec, &mark);
-    source.closeFile(device);
-    text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
-    if (optionOn(this, "open_tabToSpace", false))
-        text = tabsToSpaces(text);
-    d->codec = codec;
-    d->byteOrderMark = mark;
-    d->lockModel();
-    ++d->messageLock;
-    setPlainText(text);
-    if (--d->messageLock == 0)
-        d->notifyUpdate();
-    d->modelEnabled = optionOn(this, "modelCode", true);
-    d->unlockModel();
-    d->markAllSaved();
-    setModified(false);
-    ProjectFile::fromFile(source, path, 0, nullptr);
+    readFile(archive(), fileName(), d->codec, 0, nullptr);
 }
 
 bool CodeDocument::fromFile(Archive &archive, QString const &path, unsigned int flags,
                             JobStats *stats)
 {
     fileLoaded(archive, path, flags & Copy);
+    return readFile(archive, path, -1, flags, stats);
+}
+
+bool CodeDocument::readFile(Archive &archive, QString const &path, int codec, unsigned int flags,
+                            JobStats *stats)
+{
     QIODevice *device = archive.openFile(path, QIODevice::ReadOnly);
     if (!device)
         return false;
     waitForSave();
-    int codec = -1;
     bool mark = false;
     QString text = decode(device->readAll(), codec, mark);
     // Line ends are the document's business: CRLF on disk, LF in the text.

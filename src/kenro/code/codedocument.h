@@ -169,6 +169,9 @@ protected:
 private:
     friend class CodeDocumentPrivate;
     friend class CodeDocumentRoot;
+    // Reads the file with \a codec, detected when below 0.
+    bool readFile(Archive &archive, QString const &path, int codec, unsigned int flags,
+                  JobStats *stats);
     void saveFinished(Archive *archive, QIODevice *device, QString const &path, unsigned int flags,
                       JobStats *stats);
 
