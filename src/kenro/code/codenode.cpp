@@ -260,37 +260,33 @@ CodeNode *CodeNode::next() const
     return m_next;
 }
 
-ParentCode *CodeNode::parent(Type type, int stopMask) const
+// The first node of \a type from \a node on along \a link, or null at the
+// end or at a node whose type shares a bit with \a stopMask.
+template<typename Node, typename Link>
+Node *CodeNode::search(Node *node, Link link, Type type, int stopMask)
 {
-    for (ParentCode *node = m_parent; node; node = node->m_parent) {
+    for (; node; node = node->*link) {
         if (node->m_type == type)
             return node;
         if (node->m_type & stopMask)
             return nullptr;
     }
     return nullptr;
+}
+
+ParentCode *CodeNode::parent(Type type, int stopMask) const
+{
+    return search(m_parent, &CodeNode::m_parent, type, stopMask);
 }
 
 CodeNode *CodeNode::previous(Type type, int stopMask) const
 {
-    for (CodeNode *node = m_previous; node; node = node->m_previous) {
-        if (node->m_type == type)
-            return node;
-        if (node->m_type & stopMask)
-            return nullptr;
-    }
-    return nullptr;
+    return search(m_previous, &CodeNode::m_previous, type, stopMask);
 }
 
 CodeNode *CodeNode::next(Type type, int stopMask) const
 {
-    for (CodeNode *node = m_next; node; node = node->m_next) {
-        if (node->m_type == type)
-            return node;
-        if (node->m_type & stopMask)
-            return nullptr;
-    }
-    return nullptr;
+    return search(m_next, &CodeNode::m_next, type, stopMask);
 }
 
 namespace {

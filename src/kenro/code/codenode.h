@@ -128,6 +128,9 @@ private:
     friend class RootCode;
     friend class CodeDocumentPrivate;
 
+    template<typename Node, typename Link>
+    static Node *search(Node *node, Link link, Type type, int stopMask);
+
     // Roots are not pooled; they tell the pool while they live.
     static void registerRoot(CodeNode const *root, bool live);
 
