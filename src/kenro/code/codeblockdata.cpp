@@ -5,10 +5,34 @@
 #include <kenro/code/codenode.h>
 #include <kenro/code/codeparser.h>
 
+#include <new>
+
 namespace Kenro {
 
+namespace {
+
+constexpr std::size_t privateOffset(std::size_t size)
+{
+    return (size + alignof(CodeBlockDataPrivate) - 1) / alignof(CodeBlockDataPrivate) *
+        alignof(CodeBlockDataPrivate);
+}
+
+} // namespace
+
+void *CodeBlockData::operator new(std::size_t size)
+{
+    Q_ASSERT(size == sizeof(CodeBlockData));
+    return ::operator new(privateOffset(size) + sizeof(CodeBlockDataPrivate));
+}
+
+void CodeBlockData::operator delete(void *pointer)
+{
+    ::operator delete(pointer);
+}
+
 CodeBlockData::CodeBlockData(QTextBlock const &block, CodeDocumentPrivate *owner)
-    : d(new CodeBlockDataPrivate)
+    : d(new (reinterpret_cast<char *>(this) + privateOffset(sizeof(CodeBlockData)))
+            CodeBlockDataPrivate)
 {
     d->block = block;
     d->owner = owner;
@@ -31,7 +55,7 @@ CodeBlockData::~CodeBlockData()
         d->node = nullptr;
         node->release();
     }
-    delete d;
+    d->~CodeBlockDataPrivate();
 }
 
 CodeBlockData *CodeBlockData::blockData(QTextBlock const &block, CodeDocumentPrivate *owner)

@@ -8,6 +8,8 @@
 #include <QTextBlockUserData>
 #include <QVector>
 
+#include <cstddef>
+
 namespace Kenro {
 
 class CodeDocumentPrivate;
@@ -66,6 +68,10 @@ private:
     friend class CodeDocumentPrivate;
     friend class CodeDocument;
     CodeBlockData(QTextBlock const &block, CodeDocumentPrivate *owner);
+    // The data and its private part are one allocation: a document makes
+    // one per line.
+    static void *operator new(std::size_t size);
+    static void operator delete(void *pointer);
 
     CodeBlockDataPrivate *d;
 };

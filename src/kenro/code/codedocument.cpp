@@ -89,8 +89,32 @@ QTextCodec *codecOf(int index)
 
 // A text that the file's codec cannot hold is written as UTF-8 instead, so
 // that no character typed since loading is lost; \a codec tells which.
+// The document's raw text as plain text, the way QTextDocument::toPlainText
+// makes it; done apart so that a background save copies the text on the
+// GUI thread and converts it on the pool.
+void rawToPlain(QString &text)
+{
+    for (QChar &c : text) {
+        switch (c.unicode()) {
+        case 0xfdd0: // beginning of a frame
+        case 0xfdd1: // end of a frame
+        case QChar::ParagraphSeparator:
+        case QChar::LineSeparator:
+            c = QLatin1Char('\n');
+            break;
+        case QChar::Nbsp:
+            c = QLatin1Char(' ');
+            break;
+        default:
+            break;
+        }
+    }
+}
+
+// The bytes of the document's raw text for saving.
 QByteArray encode(QString text, unsigned int flags, int &codec, bool byteOrderMark)
 {
+    rawToPlain(text);
     text.replace(QLatin1Char('\n'), QLatin1String("\r\n"));
     if (flags & spaceToTabFlag)
         text = spacesToTabs(text);
@@ -163,12 +187,15 @@ void CodeDocumentPrivate::reformatBlocks(int position, int charsRemoved, int cha
     QTextBlock last = m_document->findBlock(position + charsAdded + (charsRemoved > 0 ? 1 : 0));
     if (!last.isValid())
         last = m_document->lastBlock();
-    int const endPosition = last.position() + last.length();
-
+    // The pass ends after the last changed line unless the line states keep
+    // changing; the text does not move while it runs, so lines are compared
+    // instead of positions.
     bool forceNext = false;
+    bool pastLast = false;
     for (QTextBlock block = first; block.isValid(); block = block.next()) {
-        if (block.position() >= endPosition && !forceNext)
+        if (pastLast && !forceNext)
             break;
+        pastLast = pastLast || block == last;
         int const oldState = block.userState();
         reformatBlock(block, highlight);
         if (reparsePending || rehighlightPending)
@@ -924,7 +951,7 @@ bool CodeDocument::toFile(Archive &archive, QString const &path, unsigned int fl
 
     if (!(flags & Background)) {
         int codec = d->codec;
-        device->write(encode(toPlainText(), flags, codec, d->byteOrderMark));
+        device->write(encode(toRawText(), flags, codec, d->byteOrderMark));
         d->codec = codec;
         saveFinished(&archive, device, path, flags, stats);
         return true;
@@ -934,7 +961,7 @@ bool CodeDocument::toFile(Archive &archive, QString const &path, unsigned int fl
     // the device is closed back on this thread.
     d->pendingSave = {&archive, device, path, flags, stats};
     d->pendingSave.codec = d->codec;
-    QString const text = toPlainText();
+    QString const text = toRawText();
     bool const mark = d->byteOrderMark;
     int *codec = &d->pendingSave.codec;
     d->saveWatcher.setFuture(QtConcurrent::run(

@@ -155,6 +155,8 @@ int CodeDocumentPrivate::removeMessages(CodeBlockData *data)
     int row = 0;
     CodeBlockData *previous = nullptr;
     bool const listed = !data->d->syntaxMessages.isEmpty();
+    if (!listed && !m_firstMessageBlock)
+        return 0;
     int const number = listed ? -1 : data->d->block.blockNumber();
     for (CodeBlockData *item = m_firstMessageBlock; item && item != data;
          item = item->d->nextMessageBlock) {

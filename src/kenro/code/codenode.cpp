@@ -6,6 +6,7 @@
 
 #include <QTextDocument>
 
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 #include <vector>
@@ -31,10 +32,28 @@ class Pool
 public:
     ~Pool()
     {
-        for (FreeList &list : lists) {
-            for (void *block : list.blocks)
-                std::free(block);
+        for (void *slab : slabs)
+            std::free(slab);
+    }
+
+    // New blocks are cut from slabs: a loaded script makes a node per line,
+    // and one allocation per node would be most of the cost of making it.
+    void *carve(unsigned int size)
+    {
+        constexpr std::size_t slabSize = 64 * 1024;
+        if (size > slabLeft) {
+            std::size_t const bytes = std::max<std::size_t>(slabSize, size);
+            void *slab = std::malloc(bytes);
+            if (!slab)
+                throw std::bad_alloc();
+            slabs.push_back(slab);
+            slabNext = static_cast<char *>(slab);
+            slabLeft = bytes;
         }
+        void *block = slabNext;
+        slabNext += size;
+        slabLeft -= size;
+        return block;
     }
 
     FreeList *find(unsigned int size)
@@ -55,6 +74,9 @@ public:
     }
 
     std::vector<FreeList> lists;
+    std::vector<void *> slabs;
+    char *slabNext = nullptr;
+    std::size_t slabLeft = 0;
     std::size_t bytes = 0;
 };
 
@@ -105,16 +127,16 @@ void CodeNode::registerRoot(CodeNode const *root, bool live)
 
 void *CodeNode::allocate(unsigned int size)
 {
-    unsigned int const total = size + static_cast<unsigned int>(headerSize);
+    // Sizes are rounded to the header's alignment so that carved blocks stay aligned.
+    unsigned int const total =
+        static_cast<unsigned int>((size + headerSize + headerSize - 1) / headerSize * headerSize);
     FreeList &list = pool().get(total);
     if (!list.blocks.empty()) {
         void *block = list.blocks.back();
         list.blocks.pop_back();
         return static_cast<char *>(block) + headerSize;
     }
-    void *block = std::malloc(total);
-    if (!block)
-        throw std::bad_alloc();
+    void *block = pool().carve(total);
     sizeOf(block) = total;
     pool().bytes += total;
     return static_cast<char *>(block) + headerSize;
