@@ -110,7 +110,7 @@ private Q_SLOTS:
     void removalSignals()
     {
         MemoryArchive archive;
-        ParentProject parent(QStringLiteral("/game/"), archive);
+        KenroTest::TestParentProject parent(QStringLiteral("/game/"), archive);
         TestProject project(&parent, 0, nullptr, false);
         project.addToParent();
         QCOMPARE(parent.refCount(), 1u);
@@ -206,7 +206,7 @@ private Q_SLOTS:
         QString const base = dir.path() + QStringLiteral("/game/");
         QVERIFY(KenroTest::writeFile(base + QStringLiteral("chars/kfm/kfm.def"), "def"));
         QVERIFY(KenroTest::writeFile(base + QStringLiteral("chars/kfm/kfm.cns"), "cns"));
-        ParentProject parent(base, FileSystemArchive::instance());
+        KenroTest::TestParentProject parent(base, FileSystemArchive::instance());
         TestProject project(&parent, 0, load(base + QStringLiteral("chars/kfm/kfm.def")), true);
         QCOMPARE(project.fileName(), base + QStringLiteral("chars/kfm/kfm.def"));
         QCOMPARE(project.absolutePath(), base + QStringLiteral("chars/kfm"));
@@ -239,7 +239,7 @@ private Q_SLOTS:
         QVERIFY(KenroTest::writeFile(kfm + QStringLiteral("kfm.snd"), "snd"));
         QVERIFY(KenroTest::writeFile(kfm + QStringLiteral("sub/extra.st"), "st"));
 
-        ParentProject parent(base, FileSystemArchive::instance());
+        KenroTest::TestParentProject parent(base, FileSystemArchive::instance());
         TestProject project(&parent, 0, load(kfm + QStringLiteral("kfm.def")), true);
         project.entries = {{Project::Animations, QStringLiteral("/kfm.air")},
                            {Project::Scripts, QStringLiteral("/kfm.cns")},
@@ -304,7 +304,7 @@ private Q_SLOTS:
         QString const base = dir.path() + QStringLiteral("/");
         QVERIFY(KenroTest::writeFile(base + QStringLiteral("obj/main.def"), "main"));
         QVERIFY(KenroTest::writeFile(base + QStringLiteral("obj/a.cns"), "a"));
-        ParentProject parent(base, FileSystemArchive::instance());
+        KenroTest::TestParentProject parent(base, FileSystemArchive::instance());
         TestProject project(&parent, 0, load(base + QStringLiteral("obj/main.def")), true);
         project.entries = {{Project::Scripts, QStringLiteral("/a.cns")}};
         TextFile *a = load(base + QStringLiteral("obj/a.cns"));

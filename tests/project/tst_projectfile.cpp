@@ -153,7 +153,7 @@ private Q_SLOTS:
     {
         MemoryArchive root(QStringLiteral("root"));
         MemoryArchive other(QStringLiteral("other"));
-        ParentProject parent(QStringLiteral("/game/"), root);
+        KenroTest::TestParentProject parent(QStringLiteral("/game/"), root);
         QCOMPARE(root.refCount(), 2u);
         QSignalSpy saved(&parent, &ParentProject::fileSaved);
         QSignalSpy opened(&parent, &ParentProject::fileOpened);

@@ -69,7 +69,7 @@ Kenro::ProgressProvider *TestInterface::progressProvider()
 
 Kenro::Engine *TestInterface::engine()
 {
-    return nullptr;
+    return currentEngine;
 }
 
 Kenro::Editor *TestInterface::currentEditor()

@@ -75,6 +75,8 @@ public:
     QList<Kenro::Project *> projects;
     Kenro::Project *current = nullptr;
     QMap<int, QString> statusTexts;
+    /// What engine() answers.
+    Kenro::Engine *currentEngine = nullptr;
 
 private:
     QTemporaryDir m_settings;

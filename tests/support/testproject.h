@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kenro/project/parentproject.h>
+
 #include <kenro/project/messages.h>
 #include <kenro/project/project.h>
 #include <kenro/project/projectfile.h>
@@ -61,6 +63,15 @@ public:
     using Kenro::Project::addToParent;
     using Kenro::Project::reload;
     using Kenro::Project::takeFile;
+};
+
+/// A root of projects whose engine the test chooses.
+class TestParentProject : public Kenro::ParentProject
+{
+public:
+    using Kenro::ParentProject::ParentProject;
+    Kenro::Engine *engine() const override { return testEngine; }
+    Kenro::Engine *testEngine = nullptr;
 };
 
 } // namespace KenroTest

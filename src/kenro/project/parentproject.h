@@ -9,6 +9,7 @@
 namespace Kenro {
 
 class Archive;
+class Engine;
 class Project;
 
 /**
@@ -31,6 +32,9 @@ public:
     /// The number of open projects.
     unsigned int refCount() const;
     QList<Project *> openedProjects() const;
+
+    /// The engine whose projects these are.
+    virtual Engine *engine() const = 0;
 
 Q_SIGNALS:
     void fileAdded(Kenro::ProjectFile *file);

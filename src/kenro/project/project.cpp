@@ -1,5 +1,7 @@
 #include <kenro/project/project.h>
 
+#include <kenro/engine/engine.h>
+
 #include "project_p.h"
 #include "projectfile_p.h"
 
@@ -203,6 +205,14 @@ Archive &Project::archive() const
 int Project::type() const
 {
     return m_type;
+}
+
+QString Project::typeName() const
+{
+    Engine *engine = parent() ? parent()->engine() : nullptr;
+    if (!engine)
+        return QString();
+    return engine->queryString(Engine::ProjectTypeName, static_cast<unsigned int>(m_type));
 }
 
 ProjectFile *Project::mainFile() const

@@ -84,6 +84,8 @@ public:
     /// The archive of the project, taken from the parent.
     Archive &archive() const;
     int type() const;
+    /// The engine's name of the project's type; empty without an engine.
+    QString typeName() const;
     ProjectFile *mainFile() const;
     /// The merged diagnostics of the files.
     MessageList *messages() const;
