@@ -11,4 +11,4 @@ cmake --preset dev >/dev/null
 cmake --build --preset dev
 cmake --install build/dev >/dev/null
 bash scripts/build-host.sh "$PWD/build/dev-install" build/dev-host
-build/dev-host/kenro-host-example examples
+build/dev-host/kenro-host-example --plugins build/dev-host/plugins examples

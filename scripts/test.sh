@@ -28,6 +28,10 @@ ctest --preset asan -j "$(nproc)"
 cmake --install build/asan >/dev/null
 bash scripts/build-host.sh "$PWD/build/asan-install" build/asan-host \
   -DCMAKE_CXX_FLAGS="-fsanitize=address,undefined" \
-  -DCMAKE_EXE_LINKER_FLAGS="-fsanitize=address,undefined"
-build/asan-host/kenro-host-example examples >/dev/null
-echo "example host: built against the installed package and ran"
+  -DCMAKE_EXE_LINKER_FLAGS="-fsanitize=address,undefined" \
+  -DCMAKE_MODULE_LINKER_FLAGS="-fsanitize=address,undefined"
+host_output=$(build/asan-host/kenro-host-example --plugins build/asan-host/plugins examples)
+# The example plug-in must have registered its reader and read the example image.
+grep -q "extension: type 1, PGM" <<<"$host_output"
+grep -q "read by an extension: 16 x 12 pixels" <<<"$host_output"
+echo "example host and plug-in: built against the installed package and ran"
