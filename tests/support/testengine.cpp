@@ -82,9 +82,9 @@ QString TestEngine::queryString(StringType type, unsigned int index) const
     return QString();
 }
 
-QString TestEngine::version() const
+QMap<int, QString> TestEngine::fileFilters() const
 {
-    return QStringLiteral("1.0");
+    return filters;
 }
 
 Kenro::ProjectFile *TestEngine::createFile(int, Kenro::Project *)

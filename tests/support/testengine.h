@@ -18,6 +18,8 @@ public:
     QString identifier = QStringLiteral("kenro-test");
     QString gameMarker = QStringLiteral("data/system.def");
     QStringList projectTypes{QStringLiteral("Character"), QStringLiteral("Stage")};
+    /// What fileFilters() answers.
+    QMap<int, QString> filters{{3, QStringLiteral("*.air")}, {4, QStringLiteral("*.cns")}};
     /// The arguments of each run(), as "index:arguments".
     QStringList runs;
 
@@ -35,7 +37,7 @@ public:
     Kenro::ProjectFile *openFile(QString const &path, int type) override;
     QIcon icon() const override;
     QString queryString(StringType type, unsigned int index) const override;
-    QString version() const override;
+    QMap<int, QString> fileFilters() const override;
     Kenro::ProjectFile *createFile(int type, Kenro::Project *project) override;
 
     // The configuration's members, for checks.

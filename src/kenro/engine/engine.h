@@ -177,8 +177,9 @@ public:
     virtual Emulator *emulator() const;
     /// A string of the engine's, see StringType.
     virtual QString queryString(StringType type, unsigned int index) const = 0;
-    /// The version of the engine's definition. Only hosts call it.
-    virtual QString version() const = 0;
+    /// The file-dialog pattern of each file type, such as "*.air" for
+    /// animations; file editors open and save with it.
+    virtual QMap<int, QString> fileFilters() const = 0;
     /// A new empty file of \a type for \a project.
     virtual ProjectFile *createFile(int type, Project *project) = 0;
 
