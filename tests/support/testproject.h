@@ -6,6 +6,9 @@
 #include <kenro/project/project.h>
 #include <kenro/project/projectfile.h>
 
+#include <QMap>
+#include <QStringList>
+
 namespace KenroTest {
 
 /**
@@ -61,17 +64,39 @@ public:
     void fileList(QList<FileEntry> &list) const override;
 
     using Kenro::Project::addToParent;
+    using Kenro::Project::fileHierarchyChanged;
     using Kenro::Project::reload;
     using Kenro::Project::takeFile;
 };
 
-/// A root of projects whose engine the test chooses.
+/**
+ * A root of projects whose engine the test chooses. The files of projects
+ * that are not open are listed from `projectFileLists`, by the project's
+ * relative path; dispose() only counts.
+ */
 class TestParentProject : public Kenro::ParentProject
 {
+    Q_OBJECT
+
 public:
     using Kenro::ParentProject::ParentProject;
     Kenro::Engine *engine() const override { return testEngine; }
+    Kenro::Project *openProject(Path const *) override { return nullptr; }
+
     Kenro::Engine *testEngine = nullptr;
+    QMap<QString, QStringList> projectFileLists;
+    int disposed = 0;
+
+    using Kenro::ParentProject::addPath;
+    using Kenro::ParentProject::addRef;
+    using Kenro::ParentProject::removePath;
+
+protected:
+    void projectFiles(QString const &relativePath, QStringList &files) override
+    {
+        files += projectFileLists.value(relativePath);
+    }
+    void dispose() override { ++disposed; }
 };
 
 } // namespace KenroTest

@@ -382,6 +382,12 @@ void Project::addToParent()
         d->parent->addRef(this);
 }
 
+void Project::fileHierarchyChanged()
+{
+    if (d->parent)
+        d->parent->rebuildProject(this);
+}
+
 ProjectFile *Project::takeFile(ProjectFile *file)
 {
     FileTypes const mask = d->filesWithIDs.take(file);

@@ -148,6 +148,8 @@ protected:
     virtual void reload();
     /// Places the project in its parent.
     void addToParent();
+    /// Tells the parent that the file list changed, so that its tree follows.
+    void fileHierarchyChanged();
     /**
      * Takes \a file out of every type without releasing it, and sends
      * fileRemoved for each of its types and then with -1.
@@ -155,6 +157,7 @@ protected:
     ProjectFile *takeFile(ProjectFile *file);
 
 private:
+    friend class ParentProject;
     int m_type;
     ProjectPrivate *d;
     Archive *m_archive;
