@@ -497,6 +497,45 @@ private Q_SLOTS:
         training->close();
     }
 
+    void backupAndRestoreThroughTheZipPlugin()
+    {
+        KENRO_REQUIRE_TESTDATA(testdata);
+        KenroTest::TestInterface host;
+        QTemporaryDir copy;
+        QString const base = copy.path() + QStringLiteral("/game/");
+        QVERIFY(
+            copyTree(testdata + QStringLiteral("/game"), copy.path() + QStringLiteral("/game")));
+        ExtensionManager extensions(QStringLiteral(KENRO_PLUGIN_DIR));
+        QCOMPARE(ExtensionManager::byFormat(Extension::ArchiveFormat, "ZIP").size(), 1);
+        KenroTest::TestEngine engine;
+        GameRoot game(base, FileSystemArchive::instance(), &engine);
+        auto *kfm = new DefProject(&game, base + QStringLiteral("chars/kfm/kfm.def"));
+        auto *training =
+            new DefProject(&game, base + QStringLiteral("chars/training/Training.def"));
+
+        QVERIFY(game.backup(QStringLiteral("zipped"), nullptr));
+        QString const stamp = onlyEntry(base + QStringLiteral("backup"));
+        QVERIFY(stamp.endsWith(QStringLiteral("_zipped.zip"))); // no plain tree beside it
+        QString const name = QLatin1Char('/') + stamp.chopped(4);
+
+        // Damage every project file, then restore from the ZIP.
+        QStringList names;
+        for (DefProject *project : {kfm, training}) {
+            QString const folder = QStringLiteral("chars/") +
+                QFileInfo(project->fileName()).dir().dirName() + QLatin1Char('/');
+            for (QString const &file : project->relativeFiles()) {
+                names.append(folder + file);
+                QVERIFY(KenroTest::writeFile(base + folder + file, "damaged"));
+            }
+        }
+        QVERIFY(game.restoreBackup(name, nullptr));
+        for (QString const &file : std::as_const(names))
+            QCOMPARE(KenroTest::readFile(base + file),
+                     KenroTest::readFile(testdata + QStringLiteral("/game/") + file));
+        kfm->close();
+        training->close();
+    }
+
     void saveAsLoneProjectAndGame()
     {
         KENRO_REQUIRE_TESTDATA(testdata);
