@@ -1,0 +1,164 @@
+#include <kenro/code/animationcode.h>
+#include <kenro/code/codedocument.h>
+#include <kenro/code/framecode.h>
+
+#include <QTextDocument>
+
+namespace Kenro {
+
+AnimationCode::AnimationCode(QTextBlock const &block, CodeNode *after)
+    : ParentCode(Animation, block, after)
+{
+    insertRootChild(this);
+    for (CodeNode *node = next(); node; node = node->next()) {
+        if (node->type() & SectionMask)
+            break;
+        if (node->type() == Frame)
+            insertChild(node, childCount());
+    }
+}
+
+AnimationCode::~AnimationCode()
+{
+    if (m_frames.isEmpty())
+        return;
+    auto *above = static_cast<AnimationCode *>(previous(Animation, Group));
+    if (above) {
+        while (!m_frames.isEmpty())
+            above->insertChild(m_frames.first(), above->childCount());
+    } else {
+        while (!m_frames.isEmpty())
+            removeChild(m_frames.last());
+    }
+}
+
+QList<FrameCode *> const &AnimationCode::frames() const
+{
+    return m_frames;
+}
+
+unsigned int AnimationCode::frameCount() const
+{
+    return static_cast<unsigned int>(m_frames.size());
+}
+
+FrameCode *AnimationCode::frameAt(unsigned int index) const
+{
+    return index < frameCount() ? m_frames.at(index) : nullptr;
+}
+
+int AnimationCode::indexOfFrame(FrameCode const *frame) const
+{
+    return static_cast<int>(m_frames.indexOf(const_cast<FrameCode *>(frame)));
+}
+
+unsigned int AnimationCode::selectedFrame() const
+{
+    return m_selectedFrame;
+}
+
+void AnimationCode::setSelectedFrame(unsigned int index)
+{
+    m_selectedFrame = index;
+}
+
+void AnimationCode::removeFrame(unsigned int index)
+{
+    if (FrameCode *frame = frameAt(index))
+        frame->remove(true);
+}
+
+void AnimationCode::moveFrame(unsigned int from, unsigned int to)
+{
+    unsigned int const count = frameCount();
+    if (from >= count || to >= count || from == to)
+        return;
+    auto *code = qobject_cast<CodeDocument *>(document());
+    if (code)
+        code->beginChange();
+    // The copy goes in first, so that the frame's state is read before its
+    // lines go; below the old place the rows shift by one.
+    unsigned int const at = to > from ? to + 1 : to;
+    if (insertFrame(at, static_cast<int>(from)))
+        removeFrame(to > from ? from : from + 1);
+    if (code)
+        code->endChange();
+}
+
+QString AnimationCode::code() const
+{
+    return selectAll().selectedText().trimmed();
+}
+
+void AnimationCode::setCode(QString const &code)
+{
+    auto *doc = qobject_cast<CodeDocument *>(document());
+    if (!doc)
+        return;
+    doc->insertOnCursor(code.trimmed() + QStringLiteral("\n\n"), selectAll());
+}
+
+int AnimationCode::lastLine() const
+{
+    QTextDocument const *doc = document();
+    if (!doc)
+        return -1;
+    for (CodeNode const *node = next(); node; node = node->next()) {
+        if (node->type() & SectionMask)
+            return node->firstLine() - 1;
+    }
+    return doc->blockCount();
+}
+
+unsigned int AnimationCode::childCount() const
+{
+    return frameCount();
+}
+
+int AnimationCode::childIndex(CodeNode *child) const
+{
+    for (int i = 0; i < m_frames.size(); ++i) {
+        if (static_cast<CodeNode *>(m_frames.at(i)) == child)
+            return i;
+    }
+    return -1;
+}
+
+CodeNode *AnimationCode::childAt(unsigned int index) const
+{
+    return frameAt(index);
+}
+
+void AnimationCode::insertChild(CodeNode *child, unsigned int index)
+{
+    if (!child || child->type() != Frame)
+        return;
+    detach(child);
+    int const row = qMin(static_cast<int>(index), m_frames.size());
+    beginInsert(this, row);
+    setParentOf(child, this);
+    m_frames.insert(row, static_cast<FrameCode *>(child));
+    endInsert();
+}
+
+void AnimationCode::removeChild(CodeNode *child)
+{
+    int const row = childIndex(child);
+    if (row < 0) {
+        setParentOf(child, nullptr);
+        return;
+    }
+    beginRemove(this, row);
+    m_frames.removeAt(row);
+    setParentOf(child, nullptr);
+    endRemove();
+}
+
+QStringList AnimationCode::propertyNames() const
+{
+    QStringList names = NamedCode::propertyNames();
+    names.append(QStringLiteral("Identifier"));
+    return names;
+}
+
+} // namespace Kenro
