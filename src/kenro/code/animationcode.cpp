@@ -87,7 +87,11 @@ void AnimationCode::moveFrame(unsigned int from, unsigned int to)
 
 QString AnimationCode::code() const
 {
-    return selectAll().selectedText().trimmed();
+    // Lines come out of a selection with paragraph separators.
+    return selectAll()
+        .selectedText()
+        .replace(QChar::ParagraphSeparator, QLatin1Char('\n'))
+        .trimmed();
 }
 
 void AnimationCode::setCode(QString const &code)

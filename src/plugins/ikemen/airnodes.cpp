@@ -248,7 +248,7 @@ int AirAnimation::firstLine() const
     int line = lineNo();
     QTextBlock above = block().previous();
     while (above.isValid()) {
-        QStringView const text(above.text());
+        QString const text = above.text();
         int const start = AirLine::skipSpaces(text, 0, static_cast<int>(text.size()));
         if (start >= text.size() || text[start] != QLatin1Char(';'))
             break;
@@ -451,9 +451,7 @@ QList<AirBox *> AirBoxes::boxesOf(AirValue const *header)
         return boxes;
     for (CodeNode *node = header->next(); node && node->type() == CodeNode::HitBox;
          node = node->next()) {
-        auto *box = static_cast<AirBox *>(node);
-        if (box->boxType() == header->boxType())
-            boxes.append(box);
+        boxes.append(static_cast<AirBox *>(node));
     }
     return boxes;
 }

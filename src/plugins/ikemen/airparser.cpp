@@ -230,12 +230,27 @@ CodeNode *parseClsn(LineReader &line, int start, QTextBlock const &block, CodeNo
                    line.trimmedEnd);
         return nullptr;
     }
+    // A box belongs to the header above it, whatever its own name says.
+    ContactBoxCode::BoxType boxType = type;
+    CodeNode *above = context;
+    while (above && above->type() == CodeNode::HitBox)
+        above = above->previous();
+    if (auto *header =
+            above && above->type() == CodeNode::Value ? dynamic_cast<AirValue *>(above) : nullptr) {
+        if (header->kind() == AirValue::BoxHeader && header->boxType() != type) {
+            boxType = header->boxType();
+            line.warning(QStringLiteral("A Clsn%1 box under a Clsn%2 header is a Clsn%2 box")
+                             .arg(type == ContactBoxCode::Attack ? 1 : 2)
+                             .arg(boxType == ContactBoxCode::Attack ? 1 : 2),
+                         start, start + 5);
+        }
+    }
     QRect const corners(QPoint(values[0], values[1]), QPoint(values[2], values[3]));
     if (auto *box = reuse<AirBox>(oldNode, CodeNode::HitBox)) {
-        box->update(type, index, corners);
+        box->update(boxType, index, corners);
         return box;
     }
-    return new AirBox(type, index, corners, block, context);
+    return new AirBox(boxType, index, corners, block, context);
 }
 
 CodeNode *parseKeyword(LineReader &line, int start, QTextBlock const &block, CodeNode *oldNode,
