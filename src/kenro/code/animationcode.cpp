@@ -20,6 +20,9 @@ AnimationCode::AnimationCode(QTextBlock const &block, CodeNode *after)
 
 AnimationCode::~AnimationCode()
 {
+    // Leaves the root while it is still an animation, so that whoever hears
+    // of the removal can still read its kind.
+    detach(this);
     if (m_frames.isEmpty())
         return;
     auto *above = static_cast<AnimationCode *>(previous(Animation, Group));
