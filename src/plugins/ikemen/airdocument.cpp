@@ -10,9 +10,34 @@ using namespace Kenro;
 
 namespace KenroIkemen {
 
+QString AirAnimations::animationTemplate() const
+{
+    return QStringLiteral("[Begin Action %1]");
+}
+
+void AirAnimations::free()
+{
+    delete this;
+}
+
 AirDocument::AirDocument() : CodeDocument(Project::Animations)
 {
     setParser(&m_parser);
+    registerNodeFile(new AirAnimations(this), CodeNode::Animation, 0);
+}
+
+AirAnimations *AirDocument::animations() const
+{
+    return static_cast<AirAnimations *>(nodeFile(CodeNode::Animation, 0));
+}
+
+AirAnimations *AirDocument::createAnimations()
+{
+    auto *document = new AirDocument;
+    AirAnimations *file = document->animations();
+    file->addRef();
+    document->release();
+    return file;
 }
 
 AirDocument::~AirDocument()

@@ -81,12 +81,12 @@ ProjectFile *IkemenEngine::openFile(QString const &path, int type)
 {
     if (type != Project::Animations)
         return nullptr;
-    auto *document = new AirDocument;
-    if (!document->fromFile(FileSystemArchive::instance(), path, 0, nullptr)) {
-        document->release();
+    AirAnimations *file = AirDocument::createAnimations();
+    if (!file->fromFile(FileSystemArchive::instance(), path, 0, nullptr)) {
+        file->release();
         return nullptr;
     }
-    return document;
+    return file;
 }
 
 QIcon IkemenEngine::icon() const
@@ -117,10 +117,10 @@ ProjectFile *IkemenEngine::createFile(int type, Project *project)
 {
     if (type != Project::Animations)
         return nullptr;
-    auto *document = new AirDocument;
+    AirAnimations *file = AirDocument::createAnimations();
     if (project)
-        project->addFile(document, type);
-    return document;
+        project->addFile(file, type);
+    return file;
 }
 
 } // namespace KenroIkemen
