@@ -86,6 +86,7 @@ AnimationCode *Animations::duplicate(unsigned int index, QString const &newId)
     if (!doc || !source)
         return nullptr;
     QString text = plainText(source->selectAll());
+    AnimationCode const *following = at(index + 1);
     if (!newId.isEmpty()) {
         QString const identifier = source->property(QStringLiteral("Identifier")).toString();
         QString const oldHeading = animationTemplate().arg(identifier);
@@ -93,11 +94,12 @@ AnimationCode *Animations::duplicate(unsigned int index, QString const &newId)
         int const at = static_cast<int>(text.indexOf(oldHeading, 0, Qt::CaseInsensitive));
         if (at >= 0)
             text.replace(at, oldHeading.size(), animationTemplate().arg(newId));
-        text += QStringLiteral("\n\n");
+        // A blank line parts the copy from the animation below it.
+        text += following ? QStringLiteral("\n\n") : QStringLiteral("\n");
     }
     if (!text.endsWith(QLatin1Char('\n')))
         text += QLatin1Char('\n');
-    if (AnimationCode const *following = this->at(index + 1)) {
+    if (following) {
         QTextCursor cursor(doc);
         cursor.setPosition(doc->findBlockByNumber(following->firstLine()).position());
         doc->insertOnCursor(text, cursor);
@@ -121,11 +123,15 @@ void Animations::move(unsigned int from, unsigned int to)
     AnimationCode *animation = m_animations.at(from);
     QTextCursor section = animation->selectAll();
     // The line break in front goes along, so that the text closes up.
-    int const start = section.selectionStart();
     int const end = section.selectionEnd();
-    section.setPosition(qMax(start - 1, 0));
+    section.setPosition(qMax(section.selectionStart() - 1, 0));
     section.setPosition(end, QTextCursor::KeepAnchor);
+    // Blank lines are laid anew at the new place: one after the section.
     QString text = plainText(section);
+    while (text.startsWith(QLatin1Char('\n')))
+        text.remove(0, 1);
+    while (text.endsWith(QLatin1Char('\n')))
+        text.chop(1);
     m_moving = true;
     int const destination = static_cast<int>(to > from ? to + 1 : to);
     // A move to where the row stands is no move to a view.
@@ -134,15 +140,10 @@ void Animations::move(unsigned int from, unsigned int to)
     beginChange();
     m_animations.removeAt(from);
     animation->remove(true);
-    if (to == count()) {
-        doc->insertAfter(m_animations.isEmpty() ? nullptr : m_animations.last(), text, false);
-    } else {
-        AnimationCode const *before = m_animations.at(to);
-        // At the top of the text no line break stands in front.
-        if (before->firstLine() == 0 && text.startsWith(QLatin1Char('\n')))
-            text.remove(0, 1);
-        doc->insertBefore(before, text, false);
-    }
+    if (to == count())
+        doc->insert(separatorAtEnd(doc) + text + QLatin1Char('\n'));
+    else
+        doc->insertBefore(m_animations.at(to), text + QLatin1Char('\n'), false);
     endChange();
     if (published)
         endMoveRows();
