@@ -124,11 +124,7 @@ unsigned int AnimationCode::childCount() const
 
 int AnimationCode::childIndex(CodeNode *child) const
 {
-    for (int i = 0; i < m_frames.size(); ++i) {
-        if (static_cast<CodeNode *>(m_frames.at(i)) == child)
-            return i;
-    }
-    return -1;
+    return rowIn(m_frames, child);
 }
 
 CodeNode *AnimationCode::childAt(unsigned int index) const
@@ -138,27 +134,13 @@ CodeNode *AnimationCode::childAt(unsigned int index) const
 
 void AnimationCode::insertChild(CodeNode *child, unsigned int index)
 {
-    if (!child || child->type() != Frame)
-        return;
-    detach(child);
-    int const row = qMin(static_cast<int>(index), m_frames.size());
-    beginInsert(this, row);
-    setParentOf(child, this);
-    m_frames.insert(row, static_cast<FrameCode *>(child));
-    endInsert();
+    if (child && child->type() == Frame)
+        insertInto(m_frames, child, index);
 }
 
 void AnimationCode::removeChild(CodeNode *child)
 {
-    int const row = childIndex(child);
-    if (row < 0) {
-        setParentOf(child, nullptr);
-        return;
-    }
-    beginRemove(this, row);
-    m_frames.removeAt(row);
-    setParentOf(child, nullptr);
-    endRemove();
+    removeFrom(m_frames, child);
 }
 
 QStringList AnimationCode::propertyNames() const

@@ -40,6 +40,12 @@ struct ReferenceAction
  */
 QList<ReferenceAction> readReference(QString const &text);
 
+/**
+ * A small AIR text with what the format offers: titles, default and own
+ * boxes with comments, a loop start, flips and blends, a frame held for ever.
+ */
+QString airSample();
+
 /// The model of \a document written out: actions, frames with all fields, boxes, loose frames.
 QString describe(Kenro::CodeDocument *document);
 /// One frame written out.

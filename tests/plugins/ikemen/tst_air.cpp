@@ -46,21 +46,13 @@ QStringList airFiles(QString const &root)
     return files;
 }
 
-QString const sample = QStringLiteral("; Sample\n"
-                                      "[Begin Action 0]\n"
-                                      "Clsn2Default: 1\n"
-                                      " Clsn2[0] = -10, 0, 10,-80   ; body\n"
-                                      "0,0, 0,0, 5   ; stand\n"
-                                      "0,1, 0,0, 5\n"
-                                      "Loopstart\n"
-                                      "0,2, 0,0, 5, H\n"
-                                      "\n"
-                                      "; Punch\n"
-                                      "[begin action 200]\n"
-                                      "Clsn1: 1\n"
-                                      " Clsn1[0] =  15,-70, 50,-60\n"
-                                      "200,0, 10,-2, 3, ,A1, 1.5, 2, 30\n"
-                                      "200,1, 0,0, -1, VH, AS128D64\n");
+// The shared sample with a heading in lower case and every optional field.
+QString const sample =
+    KenroTest::airSample()
+        .replace(QStringLiteral("[Begin Action 200]"), QStringLiteral("[begin action 200]"))
+        .replace(QStringLiteral("200,0, 10,-2, 3, ,A1\n200,1, 0,0, -1\n"),
+                 QStringLiteral("200,0, 10,-2, 3, ,A1, 1.5, 2, 30\n"
+                                "200,1, 0,0, -1, VH, AS128D64\n"));
 
 } // namespace
 

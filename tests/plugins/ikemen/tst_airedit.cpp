@@ -15,21 +15,7 @@ using KenroIkemen::AirDocument;
 
 namespace {
 
-QString const sample = QStringLiteral("; Sample\n"
-                                      "[Begin Action 0]\n"
-                                      "Clsn2Default: 1\n"
-                                      " Clsn2[0] = -10, 0, 10,-80   ; body\n"
-                                      "0,0, 0,0, 5   ; stand\n"
-                                      "0,1, 0,0, 5\n"
-                                      "Loopstart\n"
-                                      "0,2, 0,0, 5, H\n"
-                                      "\n"
-                                      "; Punch\n"
-                                      "[Begin Action 200]\n"
-                                      "Clsn1: 1\n"
-                                      " Clsn1[0] =  15,-70, 50,-60\n"
-                                      "200,0, 10,-2, 3, ,A1\n"
-                                      "200,1, 0,0, -1\n");
+QString const sample = KenroTest::airSample();
 
 AnimationCode *action(CodeDocument &document, int index)
 {
