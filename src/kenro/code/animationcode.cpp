@@ -15,6 +15,8 @@ AnimationCode::AnimationCode(QTextBlock const &block, CodeNode *after)
             break;
         if (node->type() == Frame)
             insertChild(node, childCount());
+        else if (node->type() == Value && node->parent())
+            node->parent()->removeChild(node); // a section above no longer reaches it
     }
 }
 
@@ -23,6 +25,14 @@ AnimationCode::~AnimationCode()
     // Leaves the root while it is still an animation, so that whoever hears
     // of the removal can still read its kind.
     detach(this);
+    // The values that the heading kept from the section above go back to it,
+    // as a fresh reading of the text would place them.
+    if (auto *section = static_cast<ParentCode *>(previous(Group, Animation))) {
+        for (CodeNode *node = next(); node && !(node->type() & SectionMask); node = node->next()) {
+            if (node->type() == Value && !node->parent())
+                section->insertChild(node, section->childCount());
+        }
+    }
     if (m_frames.isEmpty())
         return;
     auto *above = static_cast<AnimationCode *>(previous(Animation, Group));

@@ -23,6 +23,14 @@ GroupCode::~GroupCode()
     // Leaves its parent while it is still a heading, so that whoever hears
     // of the removal can still read its kind.
     detach(this);
+    // The frames that the heading kept from the animation above go back to
+    // it, as a fresh reading of the text would place them.
+    if (auto *animation = static_cast<ParentCode *>(previous(Animation, Group))) {
+        for (CodeNode *node = next(); node && !(node->type() & SectionMask); node = node->next()) {
+            if (node->type() == Frame && !node->parent())
+                animation->insertChild(node, animation->childCount());
+        }
+    }
     if (m_values.isEmpty())
         return;
     auto *above = static_cast<GroupCode *>(previous(Group, Animation | Frame));
