@@ -218,4 +218,11 @@ void Animations::removeChild(CodeNode *child)
     endRemoveRows();
 }
 
+void Animations::childChanged(CodeNode *child)
+{
+    int const row = static_cast<int>(m_animations.indexOf(static_cast<AnimationCode *>(child)));
+    if (row >= 0 && !m_moving)
+        Q_EMIT dataChanged(index(row), index(row));
+}
+
 } // namespace Kenro

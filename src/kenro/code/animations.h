@@ -68,6 +68,8 @@ public:
     // CodeNodeFile
     void insertChild(CodeNode *child, unsigned int index) override;
     void removeChild(CodeNode *child) override;
+    /// Tells views that the animation's row shows something new.
+    void childChanged(CodeNode *child) override;
 
 private:
     QList<AnimationCode *> m_animations;

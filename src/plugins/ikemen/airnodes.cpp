@@ -144,7 +144,14 @@ int AirAnimation::number() const
 
 void AirAnimation::setNumber(int number)
 {
+    if (number == m_number)
+        return;
     m_number = number;
+    // Views and the list of actions show the new name.
+    if (ParentCode *owner = parent()) {
+        owner->childChanged(this);
+        changed(owner, owner->childIndex(this), 0);
+    }
 }
 
 QString AirAnimation::name() const

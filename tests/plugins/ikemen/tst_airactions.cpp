@@ -266,6 +266,28 @@ private Q_SLOTS:
         QCOMPARE(identifiers(other.animations()), order);
     }
 
+    void aNewNumberIsShown()
+    {
+        AirDocument document;
+        document.fromString(sample);
+        Animations *animations = document.animations();
+        AnimationCode *punch = animations->at(1);
+        QSignalSpy listed(animations, &QAbstractItemModel::dataChanged);
+        QSignalSpy tree(document.model(), &QAbstractItemModel::dataChanged);
+        QTextCursor cursor(document.findBlockByNumber(punch->lineNo()));
+        cursor.select(QTextCursor::LineUnderCursor);
+        cursor.insertText(QStringLiteral("[Begin Action 201]"));
+        QCOMPARE(animations->at(1), punch); // the same node, renamed
+        QCOMPARE(listed.size(), 1);
+        QCOMPARE(listed.first().at(0).toModelIndex().row(), 1);
+        QCOMPARE(tree.size(), 1);
+        QCOMPARE(animations->data(animations->index(1)).toString(),
+                 QStringLiteral("Action 201 - Punch"));
+        cursor.select(QTextCursor::LineUnderCursor);
+        cursor.insertText(QStringLiteral("[Begin Action 201]")); // the same again: no news
+        QCOMPARE(listed.size(), 1);
+    }
+
     void movesPublishOneMove()
     {
         AirDocument document;

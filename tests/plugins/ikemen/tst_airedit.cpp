@@ -228,15 +228,18 @@ private Q_SLOTS:
 
     void formattingIndentsBoxes()
     {
-        QString const messy = QStringLiteral("  [Begin Action 1]  \nClsn2: 1\nClsn2[0] = 1,2,3,4 \n   1,1, 0,0, 1   ; c\n");
+        QString const messy = QStringLiteral(
+            "  [Begin Action 1]  \nClsn2: 1\nClsn2[0] = 1,2,3,4 \n   1,1, 0,0, 1   ; c\n");
         AirDocument document;
         document.fromString(messy);
         document.formatLines(0, document.blockCount() - 1, true);
         QCOMPARE(document.toPlainText(),
-                 QStringLiteral("[Begin Action 1]  \nClsn2: 1\n Clsn2[0] = 1,2,3,4 \n1,1, 0,0, 1   ; c\n"));
+                 QStringLiteral(
+                     "[Begin Action 1]  \nClsn2: 1\n Clsn2[0] = 1,2,3,4 \n1,1, 0,0, 1   ; c\n"));
         document.formatLines(0, 1, false);
         QCOMPARE(document.toPlainText(),
-                 QStringLiteral("[Begin Action 1]\nClsn2: 1\n Clsn2[0] = 1,2,3,4 \n1,1, 0,0, 1   ; c\n"));
+                 QStringLiteral(
+                     "[Begin Action 1]\nClsn2: 1\n Clsn2[0] = 1,2,3,4 \n1,1, 0,0, 1   ; c\n"));
         // One undo step each.
         document.undo();
         document.undo();
