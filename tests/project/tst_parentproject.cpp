@@ -366,6 +366,35 @@ private Q_SLOTS:
         project.release();
     }
 
+    void backupPlaceAndReadOnlyRestore()
+    {
+        KenroTest::TestInterface host;
+        KenroTest::MemoryArchive archive(QStringLiteral("game.zip"));
+        archive.files.insert(QStringLiteral("/root/p/p.def"), "def");
+        TestParentProject parent(QStringLiteral("/root/"), archive);
+        auto *main = new WatchedFile;
+        main->fromFile(archive, QStringLiteral("/root/p/p.def"), 0, nullptr);
+        KenroTest::TestProject project(&parent, 0, main, true);
+        project.addToParent();
+
+        // Backups of a project inside an archive lie beside the archive.
+        QRegularExpression const stamp(
+            QStringLiteral("^/memory/game\\.zip/backup/"
+                           "\\d\\d\\.\\d\\d\\.\\d{4}_\\d+\\.\\d+\\.\\d+_(am|pm)_first$"));
+        QString const place = parent.backupPath(QStringLiteral("first"));
+        QVERIFY2(stamp.match(place).hasMatch(), qPrintable(place));
+        TestParentProject onDisk(QStringLiteral("/disk/game/"), FileSystemArchive::instance());
+        QVERIFY(onDisk.backupPath(QString()).startsWith(QStringLiteral("/disk/game/backup/")));
+
+        // A read-only archive cannot take a backup back: nothing is touched.
+        archive.readOnly = true;
+        QVERIFY(!parent.restoreBackup(QStringLiteral("/first"), nullptr));
+        QVERIFY(main->pauses.isEmpty());
+        QCOMPARE(host.refreshes, 0);
+        QCOMPARE(archive.files.value(QStringLiteral("/root/p/p.def")), QByteArray("def"));
+        project.release();
+    }
+
     void gameTreeFollowsTheDisk()
     {
         KENRO_REQUIRE_TESTDATA(testdata);
