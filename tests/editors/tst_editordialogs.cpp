@@ -128,6 +128,12 @@ private Q_SLOTS:
         buttons->button(QDialogButtonBox::Cancel)->click();
         QCOMPARE(handle.dialog->result(), int(QDialog::Rejected));
 
+        // A double click picks the row under it.
+        handle.dialog->show();
+        QSignalSpy accepted(handle.dialog.data(), &QDialog::accepted);
+        Q_EMIT view->doubleClicked(model.index(1, 0));
+        QCOMPARE(accepted.count(), 1);
+
         // release() ends the dialog.
         QPointer<ItemsDialog> watched = handle.dialog;
         handle.dialog->release();

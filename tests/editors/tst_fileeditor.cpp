@@ -24,6 +24,9 @@ using Jobs = KenroTest::TestJobs;
 namespace {
 
 QString const externalTitle = QStringLiteral("External file!");
+QString const externalText = QStringLiteral(
+    "This file isn't a child of the project directory, so will be ignored on 'Run in engine', "
+    "'Backup' and 'Save as' functions. Do you want to %1 it as copy?\nNote: As copy, %2");
 
 // A file whose capabilities, writes and undo calls the test steers and sees.
 class DocFile : public KenroTest::TextFile
@@ -251,7 +254,10 @@ private Q_SLOTS:
         QCOMPARE(dialog.acceptMode, QFileDialog::AcceptOpen);
         if (!inside) {
             QCOMPARE(answerer.seen.last().title, externalTitle);
-            QVERIFY(answerer.seen.last().text.contains(QStringLiteral("load it as copy?")));
+            QCOMPARE(answerer.seen.last().text,
+                     externalText.arg(QStringLiteral("load"),
+                                      QStringLiteral("if you save it the previous file will be "
+                                                     "overwritten!")));
             QCOMPARE(answerer.seen.last().buttons, QMessageBox::Yes | QMessageBox::No);
         }
 
@@ -442,8 +448,9 @@ private Q_SLOTS:
 
         QCOMPARE(answerer.titles(),
                  (QStringList{QStringLiteral("Save scripts as..."), externalTitle}));
-        QVERIFY(answerer.seen.last().text.contains(
-            QStringLiteral("we keep the reference to the previous file!")));
+        QCOMPARE(answerer.seen.last().text,
+                 externalText.arg(QStringLiteral("save"),
+                                  QStringLiteral("we keep the reference to the previous file!")));
         QCOMPARE(KenroTest::readFile(outside), QByteArray("one"));
         QCOMPARE(file->fileName(), answer == QMessageBox::Yes ? old : outside);
         QCOMPARE(space.host.options.value(QStringLiteral("scripts_path")).toString(),

@@ -40,7 +40,8 @@ public:
     /**
      * Asks canDiscard() for every file of this editor's type in \a project
      * (null for the host's current project); every file is asked, even after
-     * a no. True when all agree, and when there is no project.
+     * a no. True when all agree, and when there is no project. A subclass
+     * that overrides the other form brings this one back with `using`.
      */
     bool canDiscard(Project *project) const;
     /// The file shown, or null.
