@@ -1,0 +1,191 @@
+// Decoding the coded voice of the test data with our codecs against the
+// Debian command-line decoders (flac -d, oggdec, mpg123) doing the same job,
+// file in and WAV file out, and our resampler against sox at very high
+// quality. The tools run as processes, so their times include starting one;
+// both sides write their WAV into the same temporary folder.
+#include <kenro/sound/soundcodecs.h>
+
+#include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+QString coded(char const *name)
+{
+    return qEnvironmentVariable("KENRO_TESTDATA") + QStringLiteral("/sounds/coded/") +
+        QString::fromLatin1(name);
+}
+
+bool ready(benchmark::State &state, QString const &input, QString const &tool)
+{
+    if (!QFile::exists(input)) {
+        state.SkipWithError("KENRO_TESTDATA does not name the test data");
+        return false;
+    }
+    if (!tool.isEmpty() && QStandardPaths::findExecutable(tool).isEmpty()) {
+        state.SkipWithError("the command-line tool is not installed (scripts/setup.sh)");
+        return false;
+    }
+    return true;
+}
+
+// Our side: file to sample to WAV file.
+void decodeOurs(benchmark::State &state, char const *name, char const *format)
+{
+    QString const input = coded(name);
+    if (!ready(state, input, QString()))
+        return;
+    QTemporaryDir dir;
+    QString const output = dir.filePath(QStringLiteral("out.wav"));
+    qint64 bytes = 0;
+    for (auto _ : state) {
+        QFile in(input);
+        Kenro::SoundSample sample;
+        if (!Kenro::loadSound(&in, format, sample)) {
+            state.SkipWithError("decoding failed");
+            return;
+        }
+        QFile out(output);
+        Kenro::saveSound(&out, "WAV", sample);
+        bytes += sample.data.size();
+    }
+    state.SetBytesProcessed(bytes);
+}
+
+void runTool(benchmark::State &state, QString const &tool, QStringList const &arguments)
+{
+    QProcess process;
+    process.start(tool, arguments);
+    if (!process.waitForFinished(60000) || process.exitCode() != 0)
+        state.SkipWithError("the command-line tool failed");
+}
+
+// Their side: the same file decoded to a WAV file by the tool.
+void decodeTool(benchmark::State &state, char const *name, QString const &tool,
+                QStringList (*arguments)(QString const &input, QString const &output))
+{
+    QString const input = coded(name);
+    if (!ready(state, input, tool))
+        return;
+    QTemporaryDir dir;
+    QString const output = dir.filePath(QStringLiteral("out.wav"));
+    for (auto _ : state)
+        runTool(state, tool, arguments(input, output));
+}
+
+void BM_FlacOurs(benchmark::State &state)
+{
+    decodeOurs(state, "voice_44k_stereo16.flac", "FLAC");
+}
+
+void BM_FlacTool(benchmark::State &state)
+{
+    decodeTool(state, "voice_44k_stereo16.flac", QStringLiteral("flac"),
+               [](QString const &in, QString const &out) {
+                   return QStringList{QStringLiteral("-d"),
+                                      QStringLiteral("-s"),
+                                      QStringLiteral("-f"),
+                                      QStringLiteral("-o"),
+                                      out,
+                                      in};
+               });
+}
+
+void BM_Flac24Ours(benchmark::State &state)
+{
+    decodeOurs(state, "voice_48k_mono24.flac", "FLAC");
+}
+
+void BM_Flac24Tool(benchmark::State &state)
+{
+    decodeTool(state, "voice_48k_mono24.flac", QStringLiteral("flac"),
+               [](QString const &in, QString const &out) {
+                   return QStringList{QStringLiteral("-d"),
+                                      QStringLiteral("-s"),
+                                      QStringLiteral("-f"),
+                                      QStringLiteral("-o"),
+                                      out,
+                                      in};
+               });
+}
+
+void BM_OggOurs(benchmark::State &state)
+{
+    decodeOurs(state, "voice_44k_stereo16.ogg", "OGG");
+}
+
+void BM_OggTool(benchmark::State &state)
+{
+    decodeTool(state, "voice_44k_stereo16.ogg", QStringLiteral("oggdec"),
+               [](QString const &in, QString const &out) {
+                   return QStringList{QStringLiteral("-Q"), QStringLiteral("-o"), out, in};
+               });
+}
+
+void BM_Mp3Ours(benchmark::State &state)
+{
+    decodeOurs(state, "voice_44k_stereo16.mp3", "MP3");
+}
+
+void BM_Mp3Tool(benchmark::State &state)
+{
+    decodeTool(state, "voice_44k_stereo16.mp3", QStringLiteral("mpg123"),
+               [](QString const &in, QString const &out) {
+                   return QStringList{QStringLiteral("-q"), QStringLiteral("-w"), out, in};
+               });
+}
+
+// 22,050 Hz 8-bit mono voice to 44,100 Hz, WAV in and WAV out on both sides.
+void BM_ResampleOurs(benchmark::State &state)
+{
+    QString const input = coded("voice_22k_mono8.wav");
+    if (!ready(state, input, QString()))
+        return;
+    QTemporaryDir dir;
+    QString const output = dir.filePath(QStringLiteral("out.wav"));
+    for (auto _ : state) {
+        QFile in(input);
+        Kenro::SoundSample sample;
+        Kenro::loadSound(&in, "WAV", sample);
+        Kenro::SampleInfo target = sample;
+        target.frequency = 44100;
+        if (!Kenro::resampleSound(sample, target)) {
+            state.SkipWithError("resampling failed");
+            return;
+        }
+        QFile out(output);
+        Kenro::saveSound(&out, "WAV", sample);
+    }
+}
+
+void BM_ResampleSox(benchmark::State &state)
+{
+    QString const input = coded("voice_22k_mono8.wav");
+    if (!ready(state, input, QStringLiteral("sox")))
+        return;
+    QTemporaryDir dir;
+    QString const output = dir.filePath(QStringLiteral("out.wav"));
+    // "rate -v": sox's very high quality, the peer of the best sinc converter.
+    for (auto _ : state)
+        runTool(
+            state, QStringLiteral("sox"),
+            {input, output, QStringLiteral("rate"), QStringLiteral("-v"), QStringLiteral("44100")});
+}
+
+} // namespace
+
+BENCHMARK(BM_FlacOurs)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_FlacTool)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Flac24Ours)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Flac24Tool)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_OggOurs)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_OggTool)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Mp3Ours)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Mp3Tool)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_ResampleOurs)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_ResampleSox)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK_MAIN();
