@@ -101,6 +101,23 @@ QByteArray noise(int count, quint32 seed)
     return bytes;
 }
 
+Kenro::SoundSample pcm(quint16 channels, quint16 bits, quint32 frequency, QByteArray const &data)
+{
+    Kenro::SoundSample sample;
+    sample.channels = channels;
+    sample.bits = bits;
+    sample.frequency = frequency;
+    sample.frames = quint32(data.size() / (channels * bits / 8));
+    sample.data = data;
+    return sample;
+}
+
+bool consistent(Kenro::SoundSample const &sample)
+{
+    return sample.data.isEmpty() ||
+        sample.data.size() == qsizetype(sample.frames) * sample.channels * sample.bits / 8;
+}
+
 Kenro::SoundSample decoded(QByteArray const &bytes, char const *format)
 {
     QByteArray copy = bytes;

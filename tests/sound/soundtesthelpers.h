@@ -32,6 +32,12 @@ double snr16(QByteArray const &reference, QByteArray const &test);
 /// \a count bytes of reproducible noise from \a seed.
 QByteArray noise(int count, quint32 seed);
 
+/// A sample of \a data with the frames that it holds.
+Kenro::SoundSample pcm(quint16 channels, quint16 bits, quint32 frequency, QByteArray const &data);
+
+/// Whether \a sample is empty or its data has the size that its header gives.
+bool consistent(Kenro::SoundSample const &sample);
+
 /// Reads \a bytes as \a format through an in-memory device.
 Kenro::SoundSample decoded(QByteArray const &bytes, char const *format);
 

@@ -41,17 +41,6 @@ SoundSample leftChannel(SoundSample const &stereo)
     return mono;
 }
 
-SoundSample pcm(quint16 channels, quint16 bits, quint32 frequency, QByteArray const &data)
-{
-    SoundSample sample;
-    sample.channels = channels;
-    sample.bits = bits;
-    sample.frequency = frequency;
-    sample.frames = quint32(data.size() / (channels * bits / 8));
-    sample.data = data;
-    return sample;
-}
-
 // A 16-bit mono sweep, loud enough to matter to a lossy coder.
 SoundSample sweep(quint32 frames)
 {
@@ -76,13 +65,6 @@ QList<int> oggPageFlags(QByteArray const &bytes)
         at += 27 + segments + body;
     }
     return flags;
-}
-
-// Whether \a sample is empty or its data has the size its header gives.
-bool consistent(SoundSample const &sample)
-{
-    return sample.data.isEmpty() ||
-        sample.data.size() == qsizetype(sample.frames) * sample.channels * sample.bits / 8;
 }
 
 } // namespace

@@ -65,17 +65,6 @@ private:
     bool m_answer;
 };
 
-SoundSample pcm(quint16 channels, quint16 bits, quint32 frequency, QByteArray const &data)
-{
-    SoundSample sample;
-    sample.channels = channels;
-    sample.bits = bits;
-    sample.frequency = frequency;
-    sample.frames = quint32(data.size() / (channels * bits / 8));
-    sample.data = data;
-    return sample;
-}
-
 QByteArray mono16Format()
 {
     return formatBody(1, 1, 8000, 16, 16000);
