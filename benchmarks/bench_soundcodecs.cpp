@@ -86,6 +86,16 @@ void decodeTool(benchmark::State &state, char const *name, char const *format, Q
     state.counters["same_pcm"] = same ? 1 : 0;
 }
 
+QStringList flacArguments(QString const &input, QString const &output)
+{
+    return {QStringLiteral("-d"),
+            QStringLiteral("-s"),
+            QStringLiteral("-f"),
+            QStringLiteral("-o"),
+            output,
+            input};
+}
+
 void BM_FlacOurs(benchmark::State &state)
 {
     decodeOurs(state, "voice_44k_stereo16.flac", "FLAC");
@@ -93,15 +103,7 @@ void BM_FlacOurs(benchmark::State &state)
 
 void BM_FlacTool(benchmark::State &state)
 {
-    decodeTool(state, "voice_44k_stereo16.flac", "FLAC", QStringLiteral("flac"),
-               [](QString const &in, QString const &out) {
-                   return QStringList{QStringLiteral("-d"),
-                                      QStringLiteral("-s"),
-                                      QStringLiteral("-f"),
-                                      QStringLiteral("-o"),
-                                      out,
-                                      in};
-               });
+    decodeTool(state, "voice_44k_stereo16.flac", "FLAC", QStringLiteral("flac"), flacArguments);
 }
 
 void BM_Flac24Ours(benchmark::State &state)
@@ -111,15 +113,7 @@ void BM_Flac24Ours(benchmark::State &state)
 
 void BM_Flac24Tool(benchmark::State &state)
 {
-    decodeTool(state, "voice_48k_mono24.flac", "FLAC", QStringLiteral("flac"),
-               [](QString const &in, QString const &out) {
-                   return QStringList{QStringLiteral("-d"),
-                                      QStringLiteral("-s"),
-                                      QStringLiteral("-f"),
-                                      QStringLiteral("-o"),
-                                      out,
-                                      in};
-               });
+    decodeTool(state, "voice_48k_mono24.flac", "FLAC", QStringLiteral("flac"), flacArguments);
 }
 
 void BM_OggOurs(benchmark::State &state)
