@@ -67,6 +67,19 @@ QList<int> oggPageFlags(QByteArray const &bytes)
     return flags;
 }
 
+// The checksum of an Ogg page: CRC-32 with polynomial 0x04C11DB7, not
+// reflected, starting from 0, over the page with its checksum field zeroed.
+quint32 oggChecksum(QByteArray const &page)
+{
+    quint32 crc = 0;
+    for (char const byte : page) {
+        crc ^= quint32(quint8(byte)) << 24;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = crc & 0x80000000u ? (crc << 1) ^ 0x04C11DB7u : crc << 1;
+    }
+    return crc;
+}
+
 } // namespace
 
 class TestSoundCodecs : public QObject
@@ -338,6 +351,23 @@ private Q_SLOTS:
         // STREAMINFO starts at 8; the low 32 bits of the total are at 22.
         qToBigEndian<quint32>(0xFFFFFFFFu, file.data() + 22);
         QVERIFY(decoded(file, "FLAC").data.isEmpty());
+    }
+
+    void oggOversized()
+    {
+        KENRO_REQUIRE_TESTDATA(root);
+        // The last page claims a granule position of 2^40 frames, with a
+        // valid checksum: no sample of terabytes is built.
+        QByteArray file = readFile(coded(root, "voice_44k_stereo16.ogg"));
+        qsizetype const last = file.lastIndexOf("OggS");
+        QVERIFY(last > 0);
+        QByteArray page = file.mid(last);
+        qToLittleEndian<quint64>(quint64(1) << 40, page.data() + 6);
+        qToLittleEndian<quint32>(0, page.data() + 22);
+        qToLittleEndian<quint32>(oggChecksum(page), page.data() + 22);
+        QVERIFY(decoded(file, "OGG").frames == 134802u);
+        file.replace(last, page.size(), page);
+        QVERIFY(decoded(file, "OGG").data.isEmpty());
     }
 };
 
