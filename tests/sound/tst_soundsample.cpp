@@ -383,6 +383,18 @@ private Q_SLOTS:
         QCOMPARE(sample.data, before.data);
     }
 
+    void tooManyFrames()
+    {
+        // A frame count past 32 bits after conversion is refused up front.
+        SoundSample sample = tone(8000, 10, 440, 0.5);
+        sample.frames = 3000000000u;
+        SampleInfo target = sample;
+        target.frequency = 16000;
+        QVERIFY(!resampleSound(sample, target));
+        QCOMPARE(sample.frequency, 8000u);
+        QCOMPARE(sample.data.size(), 20);
+    }
+
     void emptySample()
     {
         // Equal rates with nothing to copy go to the converter, which takes

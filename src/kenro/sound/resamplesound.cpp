@@ -70,16 +70,19 @@ void fromFloats(QVector<float> const &values, unsigned short bits, QByteArray &d
 
 bool resampleSound(SoundSample &sample, SampleInfo info)
 {
-    QVector<float> const input = toFloats(sample);
     bool const sameRate = info.frequency == sample.frequency;
     double const ratio = sameRate ? 1.0 : double(info.frequency) / double(sample.frequency);
     // The converter refuses such ratios anyway; refusing them first keeps the
     // frame count below from overflowing.
     if (!sameRate && !src_is_valid_ratio(ratio))
         return false;
-    auto const frames = quint32(double(sample.frames) * ratio);
+    double const newFrames = double(sample.frames) * ratio;
+    if (newFrames >= 4294967296.0)
+        return false;
+    auto const frames = quint32(newFrames);
     qsizetype const channels = sample.channels;
 
+    QVector<float> const input = toFloats(sample);
     QVector<float> output;
     if (sameRate)
         output = input;
