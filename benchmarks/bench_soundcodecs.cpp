@@ -157,10 +157,10 @@ void BM_Mp3Tool(benchmark::State &state)
                });
 }
 
-// 22,050 Hz 8-bit mono voice to 44,100 Hz, WAV in and WAV out on both sides.
-void BM_ResampleOurs(benchmark::State &state)
+// \a name resampled to \a rate, WAV in and WAV out, on both sides.
+void resampleOurs(benchmark::State &state, char const *name, quint32 rate)
 {
-    QString const input = coded("voice_22k_mono8.wav");
+    QString const input = coded(name);
     if (!ready(state, input, QString()))
         return;
     QTemporaryDir dir;
@@ -170,7 +170,7 @@ void BM_ResampleOurs(benchmark::State &state)
         Kenro::SoundSample sample;
         Kenro::loadSound(&in, "WAV", sample);
         Kenro::SampleInfo target = sample;
-        target.frequency = 44100;
+        target.frequency = rate;
         if (!Kenro::resampleSound(sample, target)) {
             state.SkipWithError("resampling failed");
             return;
@@ -180,18 +180,53 @@ void BM_ResampleOurs(benchmark::State &state)
     }
 }
 
-void BM_ResampleSox(benchmark::State &state)
+void resampleSox(benchmark::State &state, char const *name, quint32 rate)
 {
-    QString const input = coded("voice_22k_mono8.wav");
+    QString const input = coded(name);
     if (!ready(state, input, QStringLiteral("sox")))
         return;
     QTemporaryDir dir;
     QString const output = dir.filePath(QStringLiteral("out.wav"));
-    // "rate -v": sox's very high quality, the peer of the best sinc converter.
+    // "rate -v", sox's very high quality, is the peer of the best sinc
+    // converter; -D leaves out the dither that we do not add either.
     for (auto _ : state)
-        runTool(
-            state, QStringLiteral("sox"),
-            {input, output, QStringLiteral("rate"), QStringLiteral("-v"), QStringLiteral("44100")});
+        runTool(state, QStringLiteral("sox"),
+                {QStringLiteral("-D"), input, output, QStringLiteral("rate"), QStringLiteral("-v"),
+                 QString::number(rate)});
+}
+
+// 22,050 Hz 8-bit mono voice up to 44,100 Hz.
+void BM_ResampleUpOurs(benchmark::State &state)
+{
+    resampleOurs(state, "voice_22k_mono8.wav", 44100);
+}
+
+void BM_ResampleUpSox(benchmark::State &state)
+{
+    resampleSox(state, "voice_22k_mono8.wav", 44100);
+}
+
+// 44,100 Hz 16-bit stereo voice down to 22,050 Hz.
+void BM_ResampleDownOurs(benchmark::State &state)
+{
+    resampleOurs(state, "voice_44k_stereo16.wav", 22050);
+}
+
+void BM_ResampleDownSox(benchmark::State &state)
+{
+    resampleSox(state, "voice_44k_stereo16.wav", 22050);
+}
+
+// The fixed cost in every tool figure: starting a process and waiting for it.
+void BM_ProcessStart(benchmark::State &state)
+{
+    QString const tool = QStandardPaths::findExecutable(QStringLiteral("true"));
+    if (tool.isEmpty()) {
+        state.SkipWithError("no true(1) on the path");
+        return;
+    }
+    for (auto _ : state)
+        runTool(state, tool, {});
 }
 
 } // namespace
@@ -204,6 +239,9 @@ BENCHMARK(BM_OggOurs)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_OggTool)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Mp3Ours)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(BM_Mp3Tool)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_ResampleOurs)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(BM_ResampleSox)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_ResampleUpOurs)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_ResampleUpSox)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_ResampleDownOurs)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_ResampleDownSox)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_ProcessStart)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK_MAIN();
