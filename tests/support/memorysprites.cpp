@@ -132,31 +132,6 @@ unsigned int MemoryPalettes::freeIdentifier() const
     return identifier;
 }
 
-int MemoryPalettes::rowCount(QModelIndex const &parent) const
-{
-    return parent.isValid() ? 0 : static_cast<int>(items.size());
-}
-
-QVariant MemoryPalettes::data(QModelIndex const &index, int role) const
-{
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid) ||
-        role != Qt::DisplayRole)
-        return QVariant();
-    return items.at(index.row())->identifier.toString();
-}
-
-void MemoryPalettes::move(unsigned int from, unsigned int to)
-{
-    int const f = static_cast<int>(from);
-    int const t = static_cast<int>(to);
-    if (f == t || f >= items.size() || t >= items.size())
-        return;
-    beginMoveRows(QModelIndex(), f, f, QModelIndex(), t > f ? t + 1 : t);
-    items.move(f, t);
-    endMoveRows();
-    owner->markModified();
-}
-
 int MemoryPalettes::compare(unsigned int a, unsigned int b) const
 {
     unsigned int const first = items.at(int(a))->identifier.toUInt();
@@ -176,17 +151,16 @@ void MemoryPalettes::endChange()
 
 void MemoryPalettes::remove(unsigned int index)
 {
-    int const row = static_cast<int>(index);
-    if (row >= items.size())
-        return;
-    MemoryPalette *const gone = items.at(row);
+    MemoryPalette *const gone = takeRow(index);
     for (MemorySprite *sprite : std::as_const(owner->items)) {
-        if (sprite->currentPalette == gone)
+        if (gone && sprite->currentPalette == gone)
             sprite->currentPalette = nullptr;
     }
-    beginRemoveRows(QModelIndex(), row, row);
-    delete items.takeAt(row);
-    endRemoveRows();
+    delete gone;
+}
+
+void MemoryPalettes::touched()
+{
     owner->markModified();
 }
 
@@ -221,12 +195,8 @@ Palette *MemoryPalettes::insert(unsigned int index, RGBA const *colors, QVariant
     unsigned int const number = identifier.toUInt(&numeric);
     if (!numeric || find(0, number) >= 0)
         return nullptr;
-    int const row = static_cast<int>(qMin(index, count()));
-    beginInsertRows(QModelIndex(), row, row);
     auto *palette = new MemoryPalette(this, number, colors);
-    items.insert(row, palette);
-    endInsertRows();
-    owner->markModified();
+    insertRow(index, palette);
     return palette;
 }
 
@@ -507,31 +477,6 @@ void MemorySprites::markModified()
     }
 }
 
-int MemorySprites::rowCount(QModelIndex const &parent) const
-{
-    return parent.isValid() ? 0 : static_cast<int>(items.size());
-}
-
-QVariant MemorySprites::data(QModelIndex const &index, int role) const
-{
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid) ||
-        role != Qt::DisplayRole)
-        return QVariant();
-    return items.at(index.row())->identifier.toString();
-}
-
-void MemorySprites::move(unsigned int from, unsigned int to)
-{
-    int const f = static_cast<int>(from);
-    int const t = static_cast<int>(to);
-    if (f == t || f >= items.size() || t >= items.size())
-        return;
-    beginMoveRows(QModelIndex(), f, f, QModelIndex(), t > f ? t + 1 : t);
-    items.move(f, t);
-    endMoveRows();
-    markModified();
-}
-
 int MemorySprites::compare(unsigned int a, unsigned int b) const
 {
     SubItem first;
@@ -556,12 +501,11 @@ void MemorySprites::endChange()
 
 void MemorySprites::remove(unsigned int index)
 {
-    int const row = static_cast<int>(index);
-    if (row >= items.size())
-        return;
-    beginRemoveRows(QModelIndex(), row, row);
-    delete items.takeAt(row);
-    endRemoveRows();
+    delete takeRow(index);
+}
+
+void MemorySprites::touched()
+{
     markModified();
 }
 
@@ -591,11 +535,7 @@ Sprite *MemorySprites::insert(unsigned int index, QVariant const &identifier, QI
         sprite->currentPalette = static_cast<MemoryPalette *>(
             paletteList.add(colors, paletteList.freeIdentifier(), share));
     }
-    int const row = static_cast<int>(qMin(index, count()));
-    beginInsertRows(QModelIndex(), row, row);
-    items.insert(row, sprite);
-    endInsertRows();
-    markModified();
+    insertRow(index, sprite);
     return sprite;
 }
 

@@ -34,8 +34,68 @@ public:
     Kenro::Palette *duplicate() override;
 };
 
+/**
+ * The rows of a collection held in memory: items with an `identifier`, which
+ * is what the list shows.
+ */
+template<typename Base, typename Item>
+class MemoryList : public Base
+{
+public:
+    QList<Item *> items;
+
+    int rowCount(QModelIndex const &parent = QModelIndex()) const override
+    {
+        return parent.isValid() ? 0 : static_cast<int>(items.size());
+    }
+    QVariant data(QModelIndex const &index, int role = Qt::DisplayRole) const override
+    {
+        using Check = QAbstractItemModel::CheckIndexOption;
+        if (!this->checkIndex(index, Check::IndexIsValid | Check::ParentIsInvalid) ||
+            role != Qt::DisplayRole)
+            return QVariant();
+        return items.at(index.row())->identifier.toString();
+    }
+    void move(unsigned int from, unsigned int to) override
+    {
+        int const f = static_cast<int>(from);
+        int const t = static_cast<int>(to);
+        if (f == t || f >= items.size() || t >= items.size())
+            return;
+        this->beginMoveRows(QModelIndex(), f, f, QModelIndex(), t > f ? t + 1 : t);
+        items.move(f, t);
+        this->endMoveRows();
+        touched();
+    }
+
+protected:
+    /// Puts \a item in at \a row, or at the end past it, telling views.
+    void insertRow(unsigned int row, Item *item)
+    {
+        int const at = static_cast<int>(qMin(row, static_cast<unsigned int>(items.size())));
+        this->beginInsertRows(QModelIndex(), at, at);
+        items.insert(at, item);
+        this->endInsertRows();
+        touched();
+    }
+    /// Takes the item at \a row out, telling views; null when there is none.
+    Item *takeRow(unsigned int row)
+    {
+        int const at = static_cast<int>(row);
+        if (row >= static_cast<unsigned int>(items.size()))
+            return nullptr;
+        this->beginRemoveRows(QModelIndex(), at, at);
+        Item *const item = items.takeAt(at);
+        this->endRemoveRows();
+        touched();
+        return item;
+    }
+    /// The content changed.
+    virtual void touched() = 0;
+};
+
 /// The palettes of a MemorySprites, in memory.
-class MemoryPalettes : public Kenro::Palettes
+class MemoryPalettes : public MemoryList<Kenro::Palettes, MemoryPalette>
 {
     Q_OBJECT
 
@@ -44,7 +104,6 @@ public:
     ~MemoryPalettes() override;
 
     MemorySprites *owner;
-    QList<MemoryPalette *> items;
     int changeDepth = 0;
 
     /// The index of \a palette, or -1.
@@ -54,9 +113,6 @@ public:
     /// A number that no palette has yet.
     unsigned int freeIdentifier() const;
 
-    int rowCount(QModelIndex const &parent = QModelIndex()) const override;
-    QVariant data(QModelIndex const &index, int role = Qt::DisplayRole) const override;
-    void move(unsigned int from, unsigned int to) override;
     int compare(unsigned int a, unsigned int b) const override;
     void beginChange() override;
     void endChange() override;
@@ -76,6 +132,9 @@ public:
 
     /// Tells views that the palette at \a row changed.
     void rowChanged(int row);
+
+protected:
+    void touched() override;
 };
 
 /**
@@ -120,7 +179,7 @@ public:
  * identifiers are unique, equal images and palettes are shared as the share
  * mode says, and `askToShare` answers the question of AskToShare.
  */
-class MemorySprites : public Kenro::Sprites
+class MemorySprites : public MemoryList<Kenro::Sprites, MemorySprite>
 {
     Q_OBJECT
 
@@ -128,7 +187,6 @@ public:
     MemorySprites();
 
     MemoryPalettes paletteList;
-    QList<MemorySprite *> items;
     bool dirty = false;
     int changeDepth = 0;
     int changeSteps = 0;
@@ -144,9 +202,6 @@ public:
     void rowChanged(int row);
     void markModified();
 
-    int rowCount(QModelIndex const &parent = QModelIndex()) const override;
-    QVariant data(QModelIndex const &index, int role = Qt::DisplayRole) const override;
-    void move(unsigned int from, unsigned int to) override;
     /// By group, then image number.
     int compare(unsigned int a, unsigned int b) const override;
     void beginChange() override;
@@ -170,6 +225,7 @@ public:
 
 protected:
     Kenro::Messages *fileMessages() const override;
+    void touched() override;
 
 private:
     ~MemorySprites() override;
