@@ -15,6 +15,7 @@ packages=(
   libzip-dev
   xvfb xauth
   libbenchmark-dev
+  clang libclang-rt-14-dev
 )
 # sol2 is header-only and only Debian unstable packages it.
 pinned=(sol2-dev)

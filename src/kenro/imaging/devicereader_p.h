@@ -1,0 +1,100 @@
+#pragma once
+
+#include <QByteArray>
+#include <QIODevice>
+
+#include <algorithm>
+
+namespace Kenro {
+
+/// Opens \a device for reading unless it is readable already; false when that fails.
+inline bool openForReading(QIODevice *device)
+{
+    return device && (device->isReadable() || device->open(QIODevice::ReadOnly));
+}
+
+/// Opens \a device for writing unless it is writable already; false when that fails.
+inline bool openForWriting(QIODevice *device)
+{
+    return device && (device->isWritable() || device->open(QIODevice::WriteOnly));
+}
+
+/// Writes all of \a data; false when the device takes less.
+inline bool writeAll(QIODevice *device, QByteArray const &data)
+{
+    return data.isEmpty() || device->write(data) == data.size();
+}
+
+/**
+ * Reads the bytes of a stream from a device in chunks, for decoders that take
+ * a byte at a time. Chunks are only peeked at; finish() consumes from the
+ * device exactly the bytes that were taken, so that what follows the stream
+ * stays unread. Reading past the end gives zeros and marks the reader as
+ * failed, as a data stream would.
+ */
+class DeviceReader
+{
+public:
+    /// A reader of \a device whose first chunk holds \a expected bytes, when there are so many.
+    DeviceReader(QIODevice *device, qint64 expected)
+        : m_device(device), m_chunkSize(std::clamp<qint64>(expected, 256, MaximumChunk))
+    {}
+    ~DeviceReader() { finish(); }
+    DeviceReader(DeviceReader const &) = delete;
+    DeviceReader &operator=(DeviceReader const &) = delete;
+
+    /// The next byte, or 0 past the end.
+    uchar byte()
+    {
+        if (Q_LIKELY(m_next != m_end) || refill())
+            return *m_next++;
+        m_pastEnd = true;
+        return 0;
+    }
+
+    /// The next two bytes as a little-endian number.
+    quint16 word()
+    {
+        uchar const low = byte();
+        return quint16(low | (byte() << 8));
+    }
+
+    /// True when no byte is left, on the device either.
+    bool atEnd() { return m_next == m_end && !refill(); }
+
+    /// False once a read went past the end.
+    bool ok() const { return !m_pastEnd; }
+
+    /// Consumes the bytes taken so far from the device.
+    void finish()
+    {
+        qint64 const used = m_next - reinterpret_cast<uchar const *>(m_chunk.constData());
+        if (used > 0)
+            m_device->skip(used);
+        m_chunk.clear();
+        m_next = m_end = nullptr;
+    }
+
+private:
+    static constexpr qint64 MaximumChunk = 1 << 24;
+
+    bool refill()
+    {
+        finish();
+        m_chunk = m_device->peek(m_chunkSize);
+        // A decoder that outgrows its first guess gets larger chunks.
+        m_chunkSize = std::min<qint64>(m_chunkSize * 2, MaximumChunk);
+        m_next = reinterpret_cast<uchar const *>(m_chunk.constData());
+        m_end = m_next + m_chunk.size();
+        return m_next != m_end;
+    }
+
+    QIODevice *m_device;
+    qint64 m_chunkSize;
+    QByteArray m_chunk;
+    uchar const *m_next = nullptr;
+    uchar const *m_end = nullptr;
+    bool m_pastEnd = false;
+};
+
+} // namespace Kenro
