@@ -272,6 +272,8 @@ private Q_SLOTS:
     {
         SoundsPointer file(new MemorySounds);
         Sounds &sounds = *file;
+        QAbstractItemModelTester tester(&sounds,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
         addAll(sounds, {QStringLiteral("0, 0"), QStringLiteral("0, 1"), QStringLiteral("0, 2")});
         Sound *kept = sounds.soundAt(0);
         Sound *doomed = sounds.soundAt(2);

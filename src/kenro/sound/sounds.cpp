@@ -123,8 +123,8 @@ void Sounds::noteSoundsChanged(int first, int last)
 
 void Sounds::noteSoundsLeaving(int first, int last)
 {
-    // Rows about to go still hold their sounds: forget those, since they
-    // will be freed before the report.
+    // Rows about to go still hold their sounds: forget those now, since once
+    // freed their addresses may come back for new sounds before the report.
     for (int row = qMax(first, 0); row <= last && row < rowCount(); ++row)
         m_changedSounds.removeAll(soundAt(static_cast<unsigned int>(row)));
     ++m_removals;
