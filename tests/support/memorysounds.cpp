@@ -160,13 +160,7 @@ QVariant MemorySounds::data(QModelIndex const &index, int role) const
 
 int MemorySounds::compare(unsigned int a, unsigned int b) const
 {
-    SubItem first;
-    SubItem second;
-    SubItem::parse(items.at(int(a))->identifier.toString(), first);
-    SubItem::parse(items.at(int(b))->identifier.toString(), second);
-    if (first.first != second.first)
-        return first.first < second.first ? -1 : 1;
-    return first.second < second.second ? -1 : (first.second > second.second ? 1 : 0);
+    return compareSubItems(items.at(int(a))->identifier, items.at(int(b))->identifier);
 }
 
 void MemorySounds::remove(unsigned int index)
