@@ -277,21 +277,35 @@ private Q_SLOTS:
         addAll(sounds, {QStringLiteral("0, 0"), QStringLiteral("0, 1"), QStringLiteral("0, 2")});
         Sound *kept = sounds.soundAt(0);
         Sound *doomed = sounds.soundAt(2);
+        Sound *middle = sounds.soundAt(1);
         QList<Sound *> named;
+        bool removing = false;
         connect(&sounds, &Sounds::soundChanged, this, [&](Sound *sound) {
             named << sound;
             // Hearing of the first sound, this listener deletes another one
             // that was also changed.
-            if (sound == kept && sounds.count() == 3)
+            if (removing && sound == kept && sounds.count() == 3)
                 sounds.remove(2);
         });
+
+        // Sounds are named in row order, whatever the order of their changes.
+        sounds.beginChange();
+        QVERIFY(doomed->setSample(ramp(8, 4)));
+        QVERIFY(kept->setSample(ramp(8, 5)));
+        QVERIFY(middle->setSample(ramp(8, 6)));
+        QVERIFY(doomed->setSample(ramp(8, 7)));
+        sounds.endChange();
+        QCOMPARE(named, QList<Sound *>({kept, middle, doomed}));
+
+        named.clear();
+        removing = true;
         sounds.beginChange();
         QVERIFY(kept->setSample(ramp(8, 1)));
         QVERIFY(doomed->setSample(ramp(8, 2)));
-        QVERIFY(sounds.soundAt(1)->setSample(ramp(8, 3)));
+        QVERIFY(middle->setSample(ramp(8, 3)));
         sounds.endChange();
         QCOMPARE(sounds.count(), 2u);
-        QCOMPARE(named, QList<Sound *>({kept, sounds.soundAt(1)}));
+        QCOMPARE(named, QList<Sound *>({kept, middle}));
     }
 
     void setSampleKeepsToTheFormat_data()

@@ -114,9 +114,8 @@ void Sounds::setModified(bool modified)
 void Sounds::noteSoundsChanged(int first, int last)
 {
     for (int row = qMax(first, 0); row <= last && row < rowCount(); ++row) {
-        Sound *sound = soundAt(static_cast<unsigned int>(row));
-        if (sound && !m_changedSounds.contains(sound))
-            m_changedSounds.append(sound);
+        if (Sound *sound = soundAt(static_cast<unsigned int>(row)))
+            m_changedSounds.insert(sound);
     }
     noteEdit();
 }
@@ -126,7 +125,7 @@ void Sounds::noteSoundsLeaving(int first, int last)
     // Rows about to go still hold their sounds: forget those now, since once
     // freed their addresses may come back for new sounds before the report.
     for (int row = qMax(first, 0); row <= last && row < rowCount(); ++row)
-        m_changedSounds.removeAll(soundAt(static_cast<unsigned int>(row)));
+        m_changedSounds.remove(soundAt(static_cast<unsigned int>(row)));
     ++m_removals;
 }
 
@@ -145,26 +144,25 @@ void Sounds::noteEdit()
 void Sounds::settle()
 {
     bool const listChanged = std::exchange(m_listChanged, false);
-    QList<Sound *> const sounds = std::exchange(m_changedSounds, {});
+    QSet<Sound *> pending = std::exchange(m_changedSounds, {});
     setModified(true);
     Q_EMIT modified();
     if (listChanged)
         Q_EMIT soundCountChanged();
-    if (sounds.isEmpty())
-        return;
-    // A listener may remove sounds while hearing of others; name only those
-    // that are still here when their turn comes.
-    QSet<Sound const *> present;
-    quint64 seen = m_removals + 1;
-    for (Sound *sound : sounds) {
-        if (seen != m_removals) {
-            seen = m_removals;
-            present.clear();
-            for (unsigned int i = 0; i < count(); ++i)
-                present.insert(soundAt(i));
+    // Changed sounds are named in row order, each once. A listener may
+    // remove sounds while hearing of others: after a removal the rows are
+    // walked again from the top, so that only sounds still present are named.
+    quint64 removals = m_removals;
+    unsigned int row = 0;
+    while (!pending.isEmpty() && row < count()) {
+        Sound *sound = soundAt(row++);
+        if (!pending.remove(sound))
+            continue;
+        Q_EMIT soundChanged(sound);
+        if (m_removals != removals) {
+            removals = m_removals;
+            row = 0;
         }
-        if (present.contains(sound))
-            Q_EMIT soundChanged(sound);
     }
 }
 

@@ -4,7 +4,7 @@
 #include <kenro/project/projectfile.h>
 #include <kenro/sound/sound.h>
 
-#include <QList>
+#include <QSet>
 #include <QVariant>
 
 namespace Kenro {
@@ -33,7 +33,7 @@ public:
     /**
      * Closes a bracket. At the last one the file is marked modified and the
      * listeners are told: soundCountChanged() when sounds came or went, then
-     * soundChanged() for each remaining sound whose row changed. A close
+     * soundChanged() for each remaining sound whose row changed, in row order. A close
      * without an open bracket does nothing. Subclasses that override call this.
      */
     void endChange() override;
@@ -95,7 +95,7 @@ private:
     int m_depth = 0;
     bool m_modified = false;
     bool m_listChanged = false;
-    QList<Sound *> m_changedSounds;
+    QSet<Sound *> m_changedSounds;
     // Counts removals and resets, so that a report sees when sounds went.
     quint64 m_removals = 0;
 };
