@@ -306,6 +306,25 @@ private Q_SLOTS:
         sounds.endChange();
         QCOMPARE(sounds.count(), 2u);
         QCOMPARE(named, QList<Sound *>({kept, middle}));
+
+        // A listener that removes a row above the ones still to be named
+        // shifts them up; none of them is missed.
+        Sound *last = sounds.add(QStringLiteral("0, 3"));
+        QVERIFY(last);
+        removing = false;
+        named.clear();
+        QObject guard;
+        connect(&sounds, &Sounds::soundChanged, &guard, [&](Sound *sound) {
+            if (sound == middle)
+                sounds.remove(0);
+        });
+        sounds.beginChange();
+        QVERIFY(kept->setSample(ramp(8, 8)));
+        QVERIFY(middle->setSample(ramp(8, 9)));
+        QVERIFY(last->setSample(ramp(8, 10)));
+        sounds.endChange();
+        QCOMPARE(named, QList<Sound *>({kept, middle, last}));
+        QCOMPARE(sounds.count(), 2u);
     }
 
     void setSampleKeepsToTheFormat_data()
