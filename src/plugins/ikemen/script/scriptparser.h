@@ -13,7 +13,10 @@ namespace Kenro::Ikemen {
  * an entry; ";" starts a comment outside of strings.
  *
  * Lines of "[Begin Action n]" sections are animation lines. They go to the
- * action parser where one is set; without one the heading becomes a group
+ * action parser where one is set, each with the node the line had, which
+ * may be one of this parser's; the action parser's heading node (of type
+ * Animation) then marks the lines below it as its own. Without one the
+ * heading becomes a group
  * of kind Action and its frame, Clsn and Loopstart lines are checked and
  * highlighted but make no node.
  *

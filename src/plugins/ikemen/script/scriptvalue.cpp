@@ -69,8 +69,11 @@ void ScriptValue::setValueText(QString const &text)
 
 void ScriptValue::update(QVariant const &value, bool quoted)
 {
+    // Passes that only colour the text again change nothing and tell nobody.
+    if (quoted == m_quoted && convertFrom(valueType(), value) == rawValue())
+        return;
     m_quoted = quoted;
-    setValue(value);
+    valueChanged(value);
 }
 
 } // namespace Kenro::Ikemen

@@ -41,7 +41,10 @@ public:
     QString lineText() const;
     /// Rewrites the value part of the line with \a text, keeping the name and the comment.
     void setValueText(QString const &text);
-    /// Takes \a value and \a quoted from a new parse of the unchanged line.
+    /**
+     * Takes \a value and \a quoted from a new parse of the line; a real
+     * change is told to the parent and the views.
+     */
     void update(QVariant const &value, bool quoted);
 
 private:

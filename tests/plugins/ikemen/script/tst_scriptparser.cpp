@@ -619,6 +619,26 @@ private Q_SLOTS:
         QVERIFY(next);
         QCOMPARE(next->valueCount(), 1u);
         QCOMPARE(messageList(document, false), QStringList());
+
+        // Another action number: the heading goes to the action parser again
+        // (with the line behind a replacement, which the pass always takes).
+        recorder.lines.clear();
+        QTextCursor cursor(document.findBlockByNumber(2));
+        cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+        cursor.insertText(QStringLiteral("[Begin Action 6]"));
+        QCOMPARE(recorder.lines.value(0), QStringLiteral("[Begin Action 6]"));
+        QVERIFY(recorder.lines.size() <= 2);
+        // A state heading instead: the lines below are this parser's again.
+        recorder.lines.clear();
+        cursor = QTextCursor(document.findBlockByNumber(2));
+        cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+        cursor.insertText(QStringLiteral("[Statedef 1]"));
+        QCOMPARE(recorder.lines, QStringList());
+        QCOMPARE(document.root()->childAt(1)->type(), CodeNode::Group);
+        QStringList const errors = messageList(document, true);
+        QCOMPARE(errors.size(), 2);
+        QVERIFY(errors.at(0).startsWith(QLatin1String("0 3:0 A line of this section")));
+        QVERIFY(errors.at(1).startsWith(QLatin1String("0 4:0 A line of this section")));
     }
 
     void keepsNodes()
@@ -643,9 +663,19 @@ private Q_SLOTS:
     void edits()
     {
         KENRO_REQUIRE_TESTDATA(data);
+        // Slices of real files, so that every kind of section is met: the
+        // states of a command file, a fight screen with an animation, and
+        // a list of characters.
+        auto slice = [&data](char const *name, int first, int count) {
+            QString const text =
+                QString::fromUtf8(KenroTest::readFile(gamePath(data, QString::fromLatin1(name))));
+            return text.split(QLatin1Char('\n')).mid(first, count).join(QLatin1Char('\n'));
+        };
         ScriptDocument document;
-        QVERIFY(document.fromFile(FileSystemArchive::instance(),
-                                  gamePath(data, QStringLiteral("chars/kfm/kfm.cmd")), 0, nullptr));
+        document.fromString(slice("chars/kfm/kfm.cmd", 370, 90) + QLatin1Char('\n') +
+                            slice("data/fight.def", 35, 35) +
+                            QStringLiteral("\n[Characters]\nkfm, stages/kfm.def\nrandomselect\n"));
+        QCOMPARE(messageList(document, true), QStringList());
         QStringList const pieces = {QStringLiteral("[Statedef 7]"),
                                     QStringLiteral("[Begin Action 3]"),
                                     QStringLiteral("type = VarSet"),
@@ -724,6 +754,17 @@ private Q_SLOTS:
         first = dynamic_cast<ScriptGroup *>(document.root()->childAt(0))->valueAt(0);
         static_cast<ScriptValue *>(first)->setName(QStringLiteral("power"));
         QCOMPARE(document.findBlockByNumber(1).text(), QStringLiteral("power = 100"));
+
+        // A ";" inside a string is no comment; the comment behind it stays.
+        ScriptDocument quotes;
+        quotes.fromString(QStringLiteral("[Info]\ntitle = \"a;b\" ; keep\n"));
+        auto *title = findValue(quotes, QStringLiteral("Info"), QStringLiteral("title"));
+        QVERIFY(title);
+        QCOMPARE(title->value(), QVariant(QStringLiteral("a;b")));
+        title->setValueText(QStringLiteral("\"c;d\""));
+        QCOMPARE(quotes.findBlockByNumber(1).text(), QStringLiteral("title = \"c;d\" ; keep"));
+        title = findValue(quotes, QStringLiteral("Info"), QStringLiteral("title"));
+        QCOMPARE(title->value(), QVariant(QStringLiteral("c;d")));
     }
 
     void formatting()
