@@ -30,13 +30,21 @@ QString gameText(char const *name)
 
 char const *const files[] = {"chars/training/Training.cns", "chars/kfm/kfm.cns"};
 
-void BM_SetPlainTextFloor(benchmark::State &state)
+// The text of the file that the benchmark's argument selects; empty, with
+// the benchmark skipped, without test data.
+QString benchmarkText(benchmark::State &state)
 {
     QString const text = gameText(files[state.range(0)]);
-    if (text.isEmpty()) {
+    if (text.isEmpty())
         state.SkipWithError("KENRO_TESTDATA does not name the test data");
+    return text;
+}
+
+void BM_SetPlainTextFloor(benchmark::State &state)
+{
+    QString const text = benchmarkText(state);
+    if (text.isEmpty())
         return;
-    }
     for (auto _ : state) {
         QTextDocument document;
         document.setPlainText(text);
@@ -46,11 +54,9 @@ void BM_SetPlainTextFloor(benchmark::State &state)
 
 void BM_ParseScript(benchmark::State &state)
 {
-    QString const text = gameText(files[state.range(0)]);
-    if (text.isEmpty()) {
-        state.SkipWithError("KENRO_TESTDATA does not name the test data");
+    QString const text = benchmarkText(state);
+    if (text.isEmpty())
         return;
-    }
     for (auto _ : state) {
         ScriptDocument document;
         document.fromString(text);

@@ -239,6 +239,10 @@ CodeNode *sectionOf(CodeNode *node)
         ParentCode *parent = node->parent();
         if (parent && (parent->type() & CodeNode::SectionMask))
             return parent;
+        // A value without a group has no heading before it, as its
+        // constructor found; walking on would cost the whole file per line.
+        if (node->type() == CodeNode::Value)
+            return nullptr;
     }
     return nullptr;
 }

@@ -800,6 +800,15 @@ private Q_SLOTS:
             again.fromString(document.toPlainText());
             QCOMPARE(describe(document), describe(again));
         }
+        // Many values before the first heading: each line finds at once
+        // that it stands in no section.
+        {
+            ScriptDocument document;
+            document.fromString(QStringLiteral("x = 1\n").repeated(1500) +
+                                QStringLiteral("[Info]\ny = 2"));
+            QCOMPARE(document.messages()->count(Message::Error), 1500u);
+            QCOMPARE(findGroup(document, QStringLiteral("Info"))->valueCount(), 1u);
+        }
         // One huge line of each kind.
         for (QString const &head :
              {QStringLiteral("[State 0]\ntrigger1 = "), QStringLiteral("[Info]\nx = \""),
