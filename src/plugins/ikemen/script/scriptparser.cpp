@@ -579,6 +579,13 @@ CodeNode *ScriptParser::parseActionLine(QString const &text, QTextBlock const &b
     return nullptr;
 }
 
+QString ScriptParser::valuePart(QString const &text)
+{
+    QStringView const code = Line(text).code();
+    qsizetype const equals = code.indexOf(QLatin1Char('='));
+    return equals < 0 ? QString() : code.mid(equals + 1).trimmed().toString();
+}
+
 void ScriptParser::rewriteLine(CodeNode *node, QString const &code)
 {
     auto *document = qobject_cast<CodeDocument *>(node->document());

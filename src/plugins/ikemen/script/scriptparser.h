@@ -60,6 +60,9 @@ public:
      */
     static QString formatLine(QString const &line, bool indentOnly, bool assignment);
 
+    /// The code behind the first "=" of \a line, trimmed and without its comment.
+    static QString valuePart(QString const &line);
+
     /**
      * Replaces the line of \a node with \a code through its document's text
      * change path, keeping the comment of the old line behind one blank.

@@ -28,8 +28,10 @@ void ScriptValue::setName(QString const &name)
         m_name = name;
         return;
     }
-    // The parser names the node from the new line.
-    ScriptParser::rewriteLine(this, name + QLatin1String(" = ") + valueText());
+    // The value keeps the spelling it has in the text; the parser names the
+    // node from the new line.
+    ScriptParser::rewriteLine(
+        this, name + QLatin1String(" = ") + ScriptParser::valuePart(block().text()));
 }
 
 QString ScriptValue::valueText() const

@@ -28,7 +28,10 @@ public:
     QString name() const override;
     /// An entry shows its text, an assignment its name.
     QString displayName() const override;
-    /// Rewrites the line with the new name; an entry has none and stays.
+    /**
+     * Rewrites the line with the new name and the value as it is written;
+     * an entry has no name and stays.
+     */
     void setName(QString const &name) override;
     /// The value as it is written behind the "=": quoted strings with their quotes.
     QString valueText() const override;

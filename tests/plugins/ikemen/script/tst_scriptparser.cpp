@@ -461,6 +461,13 @@ private Q_SLOTS:
         QVERIFY(data);
         QCOMPARE(data->parenthesis().size(), 2);
         QVERIFY(data->isParsed());
+
+        // Each section folds: its heading at depth 0, its lines one deeper.
+        document.fromString(QStringLiteral("[Info]\na = 1\n\n; c\n[Next]\nb = 2\n"));
+        QList<int> depths;
+        for (QTextBlock block = document.begin(); block.isValid(); block = block.next())
+            depths.append(CodeBlockData::testBlockData(block)->foldingIndent());
+        QCOMPARE(depths, QList<int>({0, 1, 0, 0, 0, 1, 1}));
     }
 
     void realFiles_data()
@@ -765,6 +772,15 @@ private Q_SLOTS:
         QCOMPARE(quotes.findBlockByNumber(1).text(), QStringLiteral("title = \"c;d\" ; keep"));
         title = findValue(quotes, QStringLiteral("Info"), QStringLiteral("title"));
         QCOMPARE(title->value(), QVariant(QStringLiteral("c;d")));
+
+        // A new name keeps the value as it is spelled.
+        ScriptDocument state;
+        state.fromString(QStringLiteral("[State 0]\ntype = changestate ;go\n"));
+        auto *type = findValue(state, QStringLiteral("State 0"), QStringLiteral("type"));
+        QVERIFY(type);
+        QCOMPARE(type->valueText(), QStringLiteral("ChangeState"));
+        type->setProperty(QStringLiteral("Name"), QStringLiteral("Type"));
+        QCOMPARE(state.findBlockByNumber(1).text(), QStringLiteral("Type = changestate ;go"));
     }
 
     void formatting()
