@@ -516,6 +516,9 @@ CodeNode *ScriptParser::parse(QString const &text, QTextBlock const &block, Code
     qsizetype const valueBegin = skipSpaces(text, line.begin + equals + 1, line.end);
     QStringView const content = QStringView(text).mid(valueBegin, line.end - valueBegin);
     bool const states = kind == ScriptGroup::State || kind == ScriptGroup::StateDef;
+    if (states && content.isEmpty() &&
+        key.startsWith(QLatin1String("trigger"), Qt::CaseInsensitive))
+        report.error(QStringLiteral("The trigger has no condition"), line.begin, keyEnd);
 
     ValueCode::Type type = ValueCode::String;
     QVariant value;

@@ -388,6 +388,8 @@ private Q_SLOTS:
                                           << "0 1:11 '(' is not closed";
         QTest::newRow("closing nothing") << "[State 0]\ntrigger1 = time = 1)"
                                          << "0 1:19 ')' closes nothing";
+        QTest::newRow("empty trigger") << "[State 0]\n TriggerAll = ;x"
+                                       << "0 1:1 The trigger has no condition";
         QTest::newRow("animation word") << "[Begin Action 1]\nfoo"
                                         << "0 1:0 Not an animation";
         QTest::newRow("frame number") << "[Begin Action 1]\n 1x, 0"
