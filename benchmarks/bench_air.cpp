@@ -2,7 +2,7 @@
 // parsing the largest AIR file of the test data, and a generated file of
 // 1,000 actions, each against bare QTextDocument::setPlainText of the same
 // text. The ratio of each pair is the figure to watch.
-#include "airdocument.h"
+#include <ikemen/air/airdocument.h>
 
 #include "testdata.h"
 
@@ -13,7 +13,7 @@
 
 #include <benchmark/benchmark.h>
 
-using KenroIkemen::AirDocument;
+using Kenro::Ikemen::AirDocument;
 
 namespace {
 

@@ -11,9 +11,11 @@ packages=(
   libuchardet-dev libgif-dev
   libsfml-dev libopenal-dev libopenal1
   libflac-dev libvorbis-dev libogg-dev libmpg123-dev libsamplerate0-dev
+  flac vorbis-tools mpg123 sox
   libzip-dev
   xvfb xauth
   libbenchmark-dev
+  clang libclang-rt-14-dev
 )
 # sol2 is header-only and only Debian unstable packages it.
 pinned=(sol2-dev)

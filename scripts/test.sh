@@ -24,6 +24,9 @@ cmake --preset asan >/dev/null
 cmake --build --preset asan
 ctest --preset asan -j "$(nproc)"
 
+# The image stream decoders meet libFuzzer for a few seconds each.
+bash scripts/fuzz.sh 10
+
 # The installed package must serve an out-of-tree host.
 cmake --install build/asan >/dev/null
 bash scripts/build-host.sh "$PWD/build/asan-install" build/asan-host \

@@ -1,8 +1,8 @@
 // The animation nodes among the other kinds of section: AIR's actions and
 // frames, with "[Name]" sections of values mixed in.
-#include "airdocument.h"
-#include "airparser.h"
 #include "testnodes.h"
+#include <ikemen/air/airdocument.h>
+#include <ikemen/air/airparser.h>
 
 #include <kenro/code/animationcode.h>
 #include <kenro/code/animations.h>
@@ -39,7 +39,7 @@ public:
         return air.parse(text, block, oldNode, context, root, syntax);
     }
 
-    KenroIkemen::AirParser air;
+    Kenro::Ikemen::AirParser air;
 };
 
 class MixedDocument final : public CodeDocument

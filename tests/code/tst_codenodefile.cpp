@@ -194,6 +194,12 @@ private Q_SLOTS:
 
         document.registerNodeFile(nullptr, CodeNode::Value, 0);
         QCOMPARE(document.nodeFile(CodeNode::Value), nullptr);
+        TestDocument elsewhere;
+        auto *stranger = new MirrorFile(&elsewhere, CodeNode::Value);
+        document.registerNodeFile(stranger, CodeNode::Value, 0);
+        QCOMPARE(document.nodeFile(CodeNode::Value), nullptr);
+        QCOMPARE(stranger->calls, 0);
+        stranger->release();
         QCOMPARE(document.refCount(), 3u);
     }
 

@@ -1132,7 +1132,7 @@ unsigned int nodeFileKey(CodeNode const *node)
 
 void CodeDocument::registerNodeFile(CodeNodeFile *file, CodeNode::Type type, unsigned int subType)
 {
-    if (!file)
+    if (!file || file->document() != this)
         return;
     unsigned int const key = nodeFileKey(type, subType);
     ProjectFile::addRef(); // the file's hold on the document

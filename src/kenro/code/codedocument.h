@@ -132,7 +132,7 @@ public:
      * \a file, first those already there, then each change. The document
      * takes over one reference on \a file and the file holds one on the
      * document. A file registered before under the same key is let go.
-     * A null \a file is ignored.
+     * A null \a file, or one made for another document, is ignored.
      */
     void registerNodeFile(CodeNodeFile *file, CodeNode::Type type, unsigned int subType = 0);
     /// The file registered for \a type and \a subType, or null.

@@ -1,6 +1,6 @@
 #include "ikemenengine.h"
 
-#include "airdocument.h"
+#include <ikemen/air/airdocument.h>
 
 #include <kenro/project/filesystemarchive.h>
 #include <kenro/project/project.h>
@@ -9,7 +9,7 @@
 
 using namespace Kenro;
 
-namespace KenroIkemen {
+namespace Kenro::Ikemen {
 
 namespace {
 
@@ -123,4 +123,4 @@ ProjectFile *IkemenEngine::createFile(int type, Project *project)
     return file;
 }
 
-} // namespace KenroIkemen
+} // namespace Kenro::Ikemen

@@ -2,7 +2,7 @@
 
 #include <kenro/engine/engine.h>
 
-namespace KenroIkemen {
+namespace Kenro::Ikemen {
 
 /**
  * The IKEMEN GO runtime: the open-source engine of 2D fighting games in the
@@ -40,4 +40,4 @@ public:
     Kenro::ProjectFile *createFile(int type, Kenro::Project *project) override;
 };
 
-} // namespace KenroIkemen
+} // namespace Kenro::Ikemen

@@ -6,7 +6,7 @@
 
 namespace {
 
-KenroIkemen::IkemenEngine *engine = nullptr;
+Kenro::Ikemen::IkemenEngine *engine = nullptr;
 
 // An engine that no host took ends with the library, and writes its
 // configuration as engines do.
@@ -33,5 +33,5 @@ extern "C" Q_DECL_EXPORT void registerExtension(QString const &directory)
 {
     Q_UNUSED(directory);
     if (!engine)
-        engine = new KenroIkemen::IkemenEngine;
+        engine = new Kenro::Ikemen::IkemenEngine;
 }

@@ -1,5 +1,5 @@
-#include "airdocument.h"
 #include "airhelpers.h"
+#include <ikemen/air/airdocument.h>
 
 #include <kenro/code/animationcode.h>
 #include <kenro/code/framecode.h>
@@ -14,7 +14,7 @@
 #include <QTest>
 
 using namespace Kenro;
-using KenroIkemen::AirDocument;
+using Kenro::Ikemen::AirDocument;
 using KenroTest::ReferenceAction;
 using KenroTest::ReferenceFrame;
 

@@ -1,5 +1,5 @@
-#include "airdocument.h"
 #include "airhelpers.h"
+#include <ikemen/air/airdocument.h>
 
 #include <kenro/code/animationcode.h>
 #include <kenro/code/animationplayer.h>
@@ -20,8 +20,8 @@
 #include <memory>
 
 using namespace Kenro;
-using KenroIkemen::AirAnimations;
-using KenroIkemen::AirDocument;
+using Kenro::Ikemen::AirAnimations;
+using Kenro::Ikemen::AirDocument;
 
 namespace {
 

@@ -1,5 +1,5 @@
-#include "airdocument.h"
 #include "airhelpers.h"
+#include <ikemen/air/airdocument.h>
 
 #include <kenro/code/animationcode.h>
 #include <kenro/code/framecode.h>
@@ -11,7 +11,7 @@
 #include <functional>
 
 using namespace Kenro;
-using KenroIkemen::AirDocument;
+using Kenro::Ikemen::AirDocument;
 
 namespace {
 

@@ -9,7 +9,7 @@ namespace Kenro {
 class CodeDocument;
 }
 
-namespace KenroIkemen {
+namespace Kenro::Ikemen {
 
 class AirFrame;
 
@@ -218,4 +218,4 @@ private:
 /// The code document of a node, or null.
 Kenro::CodeDocument *codeDocumentOf(Kenro::CodeNode const *node);
 
-} // namespace KenroIkemen
+} // namespace Kenro::Ikemen

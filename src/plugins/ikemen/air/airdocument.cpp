@@ -8,7 +8,7 @@
 
 using namespace Kenro;
 
-namespace KenroIkemen {
+namespace Kenro::Ikemen {
 
 QString AirAnimations::animationTemplate() const
 {
@@ -80,4 +80,4 @@ void AirDocument::formatLines(int first, int last, bool indentOnly)
     endChange();
 }
 
-} // namespace KenroIkemen
+} // namespace Kenro::Ikemen

@@ -8,7 +8,7 @@
 
 using namespace Kenro;
 
-namespace KenroIkemen {
+namespace Kenro::Ikemen {
 
 namespace {
 
@@ -424,4 +424,4 @@ CodeNode *AirParser::parse(QString const &text, QTextBlock const &block, CodeNod
     return nullptr;
 }
 
-} // namespace KenroIkemen
+} // namespace Kenro::Ikemen

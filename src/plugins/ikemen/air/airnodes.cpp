@@ -10,7 +10,7 @@
 
 using namespace Kenro;
 
-namespace KenroIkemen {
+namespace Kenro::Ikemen {
 
 namespace {
 
@@ -875,4 +875,4 @@ void AirFrame::setProperty(QString const &name, QVariant const &value)
         FrameCode::setProperty(name, value);
 }
 
-} // namespace KenroIkemen
+} // namespace Kenro::Ikemen

@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringView>
 
-namespace KenroIkemen {
+namespace Kenro::Ikemen {
 
 /// A part of a line: characters [start, end).
 struct Span
@@ -52,4 +52,4 @@ QString rewriteFields(QString const &line, int from, QMap<int, QString> const &c
 QString replaced(QString const &line, Span span, QString const &text);
 
 } // namespace AirLine
-} // namespace KenroIkemen
+} // namespace Kenro::Ikemen

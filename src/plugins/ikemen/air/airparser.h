@@ -2,7 +2,7 @@
 
 #include <kenro/code/codeparser.h>
 
-namespace KenroIkemen {
+namespace Kenro::Ikemen {
 
 /**
  * The parser of AIR, the animation format of the IKEMEN GO runtime: one
@@ -28,4 +28,4 @@ public:
                            Kenro::CodeParserSyntax *syntax) override;
 };
 
-} // namespace KenroIkemen
+} // namespace Kenro::Ikemen

@@ -5,7 +5,7 @@
 #include <kenro/code/animations.h>
 #include <kenro/code/codedocument.h>
 
-namespace KenroIkemen {
+namespace Kenro::Ikemen {
 
 /// The actions of an AIR file as a list.
 class AirAnimations final : public Kenro::Animations
@@ -55,4 +55,4 @@ private:
     AirParser m_parser;
 };
 
-} // namespace KenroIkemen
+} // namespace Kenro::Ikemen

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace KenroIkemen {
+namespace Kenro::Ikemen {
 namespace AirLine {
 
 bool isSpace(QChar c)
@@ -157,4 +157,4 @@ QString rewriteFields(QString const &line, int from, QMap<int, QString> const &c
 }
 
 } // namespace AirLine
-} // namespace KenroIkemen
+} // namespace Kenro::Ikemen
