@@ -214,11 +214,8 @@ private Q_SLOTS:
         AirDocument document;
         QVERIFY(document.fromFile(FileSystemArchive::instance(),
                                   root + QStringLiteral("/game/") + file, 0, nullptr));
-        AnimationCode *found = nullptr;
-        for (AnimationCode *candidate : actionsOf(document)) {
-            if (candidate->property(QStringLiteral("Identifier")).toInt() == action)
-                found = candidate;
-        }
+        AnimationCode const *found = document.animations()->at(
+            static_cast<unsigned int>(document.animations()->find(0, action)));
         QVERIFY(found);
         FrameCode const *picked = found->frameAt(static_cast<unsigned int>(frame));
         QVERIFY(picked);
