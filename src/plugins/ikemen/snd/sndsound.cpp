@@ -76,9 +76,7 @@ void SndSound::sample(SoundSample &sample) const
         sample = SoundSample();
         return;
     }
-    // A read-only window on the bank's bytes: nothing is copied before decoding.
-    QByteArrayView const wav = m_member.wav();
-    QByteArray bytes = QByteArray::fromRawData(wav.data(), wav.size());
+    QByteArray bytes = rawWav();
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
     sample = soundFromWAV(&buffer);
@@ -88,11 +86,17 @@ SampleInfo SndSound::info() const
 {
     if (m_member.size() == 0)
         return SampleInfo();
-    QByteArrayView const wav = m_member.wav();
-    QByteArray bytes = QByteArray::fromRawData(wav.data(), wav.size());
+    QByteArray bytes = rawWav();
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::ReadOnly);
     return soundInfoFromWAV(&buffer);
+}
+
+QByteArray SndSound::rawWav() const
+{
+    // A read-only window on the bank's bytes: nothing is copied before decoding.
+    QByteArrayView const wav = m_member.wav();
+    return QByteArray::fromRawData(wav.data(), wav.size());
 }
 
 bool SndSound::accepts(SoundSample const &sample)

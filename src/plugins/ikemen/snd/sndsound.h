@@ -50,6 +50,9 @@ public:
     static bool accepts(SoundSample const &sample);
 
 private:
+    // The WAV bytes without a copy, valid while the member is unchanged.
+    QByteArray rawWav() const;
+
     SndSounds *m_owner;
     SndMember m_member;
 };

@@ -61,21 +61,15 @@ bool SndSounds::fromFile(Archive &archive, QString const &name, unsigned int fla
     m_messages->beginChange();
     m_messages->clear();
     QIODevice *device = archive.openFile(name, QIODevice::ReadOnly);
-    if (!device) {
-        m_messages->add(Message::Error, QStringLiteral("The file cannot be opened."), 0, 0);
-        m_messages->endChange();
-        return false;
-    }
+    if (!device)
+        return failWith(QStringLiteral("The file cannot be opened."));
     // The one copy of the file's bytes: the sounds point into it.
     QByteArray const bytes = device->readAll();
     archive.closeFile(device);
 
     SndReader reader;
-    if (!reader.read(bytes)) {
-        m_messages->add(Message::Error, reader.errorString(), 0, 0);
-        m_messages->endChange();
-        return false;
-    }
+    if (!reader.read(bytes))
+        return failWith(reader.errorString());
     for (QString const &warning : reader.warnings())
         m_messages->add(Message::Warning, warning, 0, 0);
     m_messages->endChange();
@@ -95,18 +89,13 @@ bool SndSounds::toFile(Archive &archive, QString const &name, unsigned int flags
     m_messages->clear();
     QIODevice *device =
         archive.isWritable(name) ? archive.openFile(name, QIODevice::WriteOnly) : nullptr;
-    if (!device) {
-        m_messages->add(Message::Error, QStringLiteral("The file cannot be written."), 0, 0);
-        m_messages->endChange();
-        return false;
-    }
+    if (!device)
+        return failWith(QStringLiteral("The file cannot be written."));
     SndWriter writer;
     if (!writer.write(bank(), device)) {
         // The archive keeps its previous file.
         archive.discardFile(device);
-        m_messages->add(Message::Error, writer.errorString(), 0, 0);
-        m_messages->endChange();
-        return false;
+        return failWith(writer.errorString());
     }
     archive.closeFile(device);
     m_messages->endChange();
@@ -116,6 +105,13 @@ bool SndSounds::toFile(Archive &archive, QString const &name, unsigned int flags
     }
     ProjectFile::toFile(archive, name, flags, stats);
     return true;
+}
+
+bool SndSounds::failWith(QString const &error)
+{
+    m_messages->add(Message::Error, error, 0, 0);
+    m_messages->endChange();
+    return false;
 }
 
 QString SndSounds::fileName() const

@@ -88,6 +88,8 @@ private:
 
     void free() override;
     void setSounds(SndBank const &bank);
+    // Ends a read or write that failed: \a error becomes the file's error.
+    bool failWith(QString const &error);
 
     QList<SndSound *> m_sounds;
     QString m_fileName;
