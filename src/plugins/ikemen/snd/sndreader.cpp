@@ -15,7 +15,7 @@ quint32 readWord(QByteArray const &file, qsizetype offset)
     return qFromLittleEndian<quint32>(file.constData() + offset);
 }
 
-QString memberName(int index, qint32 group, qint32 number)
+QString memberName(qsizetype index, qint32 group, qint32 number)
 {
     return QStringLiteral("Sound %1 (%2, %3)").arg(index + 1).arg(group).arg(number);
 }
@@ -45,7 +45,7 @@ bool SndReader::read(QByteArray const &file)
     // Each member takes at least its header, which bounds what a count may
     // claim before anything is reserved for it.
     qsizetype const room = (size - SndBank::headerSize) / SndBank::memberHeaderSize;
-    if (count > room)
+    if (qsizetype(count) > room)
         return fail(QStringLiteral("The header counts %1 sounds, more than a file of %2 bytes "
                                    "can hold.")
                         .arg(count)
@@ -64,14 +64,16 @@ bool SndReader::read(QByteArray const &file)
     if (first > SndBank::headerSize)
         bank.reserved =
             file.mid(SndBank::headerSize, qMin<qsizetype>(first, size) - SndBank::headerSize);
-    bank.members.reserve(count);
+    // A damaged count must not make a large reservation before the list proves it.
+    qsizetype const expected = qMin<qsizetype>(count, 4096);
+    bank.members.reserve(expected);
 
     // Offset of each member read so far, to its index: a link back to one of
     // them is a loop.
-    QHash<quint32, int> visited;
-    visited.reserve(count);
+    QHash<quint32, quint32> visited;
+    visited.reserve(expected);
     quint32 offset = first;
-    for (int i = 0; i < int(count); ++i) {
+    for (quint32 i = 0; i < count; ++i) {
         // The offset was checked to leave room for the member's header.
         quint32 const next = readWord(file, offset);
         quint32 const length = readWord(file, offset + 4);
@@ -88,7 +90,7 @@ bool SndReader::read(QByteArray const &file)
         bank.members.append(SndMember(group, number, file, start, length));
         visited.insert(offset, i);
 
-        if (i + 1 == int(count))
+        if (i + 1 == count)
             break; // the last link is not followed: files end it with 0 or their size
         if (next == 0 || next == size)
             return fail(QStringLiteral("The header counts %1 sounds, but the list of sounds "
@@ -149,7 +151,7 @@ bool SndReader::fail(QString const &message)
 void SndReader::checkMembers()
 {
     QSet<QPair<qint32, qint32>> seen;
-    for (int i = 0; i < m_bank.members.size(); ++i) {
+    for (qsizetype i = 0; i < m_bank.members.size(); ++i) {
         SndMember const &member = m_bank.members.at(i);
         if (seen.contains({member.group, member.number}))
             m_warnings.append(QStringLiteral("%1 repeats a group and number taken before it; "
