@@ -21,6 +21,9 @@ constexpr int MaximumShortMatch = 64;
 constexpr int MaximumShortDistance = 256;
 // Runs of up to 7 fit in the first byte of a packet.
 constexpr int MaximumShortRun = 7;
+// Room behind the decoded pixels for the longest packet that starts on the
+// last pixel, written in whole words.
+constexpr qint64 Slack = MaximumRun + 8;
 
 struct Token
 {
@@ -189,7 +192,9 @@ bool loadLZ5(QImage &image, QIODevice *device)
     int const width = image.width();
     int const height = image.height();
     qint64 const size = qint64(width) * height;
-    std::unique_ptr<uchar[]> const buffer(new uchar[size_t(size)]);
+    // Runs and copies are written in whole words and may run past the last
+    // pixel into the slack; only the first size bytes count.
+    std::unique_ptr<uchar[]> const buffer(new uchar[size_t(size + Slack)]);
     uchar *const out = buffer.get();
     // Each packet gives at least one pixel and takes at most three bytes,
     // plus a control byte for every eight: a bound on the stream's length.
@@ -207,17 +212,20 @@ bool loadLZ5(QImage &image, QIODevice *device)
         bool const backReference = control & (1u << packet);
         packet = (packet + 1) & 7;
         uint const first = in.byte();
-        qint64 const room = size - pos;
         if (!backReference) {
-            qint64 length = first >> 5;
-            if (length == 0)
-                length = in.byte() + 8;
-            length = std::min(length, room);
-            std::memset(out + pos, int(first & 0x1F), size_t(length));
-            pos += length;
+            uint const length = first >> 5;
+            quint64 const value = (first & 0x1F) * 0x0101010101010101ULL;
+            if (length != 0) {
+                std::memcpy(out + pos, &value, 8);
+                pos += length;
+            } else {
+                uint const longLength = in.byte() + 8;
+                std::memset(out + pos, int(first & 0x1F), longLength);
+                pos += longLength;
+            }
             continue;
         }
-        qint64 length = first & 0x3F;
+        uint length = first & 0x3F;
         qint64 offset;
         if (length == 0) {
             uint const low = in.byte();
@@ -239,17 +247,21 @@ bool loadLZ5(QImage &image, QIODevice *device)
             valid = false; // reaches before the first pixel: the stream is broken
             break;
         }
-        length = std::min(length, room);
         uchar *const target = out + pos;
-        if (offset >= length)
-            std::memcpy(target, target - offset, size_t(length));
-        else if (offset == 1)
-            std::memset(target, target[-1], size_t(length));
-        else
-            for (qint64 i = 0; i < length; ++i) // overlapping: repeats the pattern
+        if (offset >= 8) {
+            // Each word's source is complete before it is read, so copying a
+            // word at a time repeats overlapping patterns like single bytes.
+            for (uint i = 0; i < length; i += 8)
+                std::memcpy(target + i, target + i - offset, 8);
+        } else if (offset == 1) {
+            std::memset(target, target[-1], length);
+        } else {
+            for (uint i = 0; i < length; ++i)
                 target[i] = target[i - offset];
+        }
         pos += length;
     }
+    pos = std::min(pos, size);
     valid = valid && in.ok();
     in.finish();
 
