@@ -36,9 +36,13 @@ class DeviceReader
 {
 public:
     /// A reader of \a device whose first chunk holds \a expected bytes, when there are so many.
-    DeviceReader(QIODevice *device, qint64 expected)
-        : m_device(device), m_chunkSize(std::clamp<qint64>(expected, 256, MaximumChunk))
-    {}
+    DeviceReader(QIODevice *device, qint64 expected) : m_device(device)
+    {
+        // A peek takes memory for all it asks for, whatever the device holds.
+        if (!device->isSequential())
+            expected = std::min(expected, device->bytesAvailable());
+        m_chunkSize = std::clamp<qint64>(expected, 256, MaximumChunk);
+    }
     ~DeviceReader() { finish(); }
     DeviceReader(DeviceReader const &) = delete;
     DeviceReader &operator=(DeviceReader const &) = delete;
@@ -90,7 +94,7 @@ private:
     }
 
     QIODevice *m_device;
-    qint64 m_chunkSize;
+    qint64 m_chunkSize = 256;
     QByteArray m_chunk;
     uchar const *m_next = nullptr;
     uchar const *m_end = nullptr;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <vector>
 
 namespace Kenro {
@@ -194,8 +195,10 @@ bool loadLZ5(QImage &image, QIODevice *device)
     qint64 const size = qint64(width) * height;
     // Runs and copies are written in whole words and may run past the last
     // pixel into the slack; only the first size bytes count.
-    std::unique_ptr<uchar[]> const buffer(new uchar[size_t(size + Slack)]);
+    std::unique_ptr<uchar[]> const buffer(new (std::nothrow) uchar[size_t(size + Slack)]);
     uchar *const out = buffer.get();
+    if (!out)
+        return false;
     // Each packet gives at least one pixel and takes at most three bytes,
     // plus a control byte for every eight: a bound on the stream's length.
     DeviceReader in(device, size + size / 8 + 16);
