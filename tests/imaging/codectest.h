@@ -5,7 +5,6 @@
 #include <QImage>
 #include <QRandomGenerator>
 
-#include <algorithm>
 #include <initializer_list>
 
 namespace CodecTest {
@@ -66,33 +65,6 @@ public:
 
 private:
     QByteArray m_data;
-};
-
-/// A device that cannot seek, like a pipe, holding \a data.
-class Pipe : public QIODevice
-{
-public:
-    explicit Pipe(QByteArray data) : m_data(std::move(data)) { open(QIODevice::ReadOnly); }
-    bool isSequential() const override { return true; }
-    qint64 bytesAvailable() const override
-    {
-        return m_data.size() - m_offset + QIODevice::bytesAvailable();
-    }
-
-protected:
-    qint64 readData(char *data, qint64 maxSize) override
-    {
-        qint64 const count = std::min<qint64>(maxSize, m_data.size() - m_offset);
-        if (count > 0)
-            memcpy(data, m_data.constData() + m_offset, size_t(count));
-        m_offset += count;
-        return count;
-    }
-    qint64 writeData(char const *, qint64) override { return -1; }
-
-private:
-    QByteArray m_data;
-    qint64 m_offset = 0;
 };
 
 } // namespace CodecTest

@@ -3,6 +3,7 @@
 #include <kenro/imaging/imageinfo.h>
 
 #include "codectest.h"
+#include "sequentialdevice.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -154,7 +155,7 @@ private Q_SLOTS:
         QByteArray pcx;
         QBuffer out(&pcx);
         QVERIFY(savePCX(image, &out));
-        Pipe pcxPipe(pcx);
+        KenroTest::SequentialDevice pcxPipe(pcx);
         QImage again;
         bool hasPalette = false;
         QVERIFY(loadPCX(again, &pcxPipe, &hasPalette));
@@ -165,7 +166,7 @@ private Q_SLOTS:
         QByteArray lz5;
         QBuffer lz5Out(&lz5);
         QVERIFY(saveLZ5(image, &lz5Out, true));
-        Pipe lz5Pipe(lz5 + "tail");
+        KenroTest::SequentialDevice lz5Pipe(lz5 + "tail");
         again = QImage(image.size(), QImage::Format_Indexed8);
         QVERIFY(loadLZ5(again, &lz5Pipe));
         QCOMPARE(pixels(again), pixels(image));
@@ -175,7 +176,7 @@ private Q_SLOTS:
         QByteArray rle8;
         for (int i = 0; i < 5000; ++i)
             rle8 += bytes({0x40, 0x00});
-        Pipe rle8Pipe(rle8 + bytes({1, 2, 3}) + "tail");
+        KenroTest::SequentialDevice rle8Pipe(rle8 + bytes({1, 2, 3}) + "tail");
         QImage three(3, 1, QImage::Format_Indexed8);
         QVERIFY(loadRLE8(three, &rle8Pipe));
         QCOMPARE(pixels(three), bytes({1, 2, 3}));
