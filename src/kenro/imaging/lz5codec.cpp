@@ -202,6 +202,15 @@ bool loadLZ5(QImage &image, QIODevice *device)
     // Each packet gives at least one pixel and takes at most three bytes,
     // plus a control byte for every eight: a bound on the stream's length.
     DeviceReader in(device, size + size / 8 + 16);
+    uchar const *next = in.next();
+    uchar const *end = in.end();
+    auto byte = [&in, &next, &end]() -> uint {
+        if (Q_LIKELY(next != end) || in.advance(next, end))
+            return *next++;
+        in.setPastEnd();
+        return 0;
+    };
+    auto atEnd = [&in, &next, &end]() { return next == end && !in.advance(next, end); };
 
     qint64 pos = 0;
     uint control = 0;
@@ -209,12 +218,12 @@ bool loadLZ5(QImage &image, QIODevice *device)
     int shortPlace = 0; // place of the next short back-reference in its group
     uint recycled = 0; // offset bits shared by a group of short back-references
     bool valid = true;
-    while (pos < size && !in.atEnd()) {
+    while (pos < size && !atEnd()) {
         if (packet == 0)
-            control = in.byte();
+            control = byte();
         bool const backReference = control & (1u << packet);
         packet = (packet + 1) & 7;
-        uint const first = in.byte();
+        uint const first = byte();
         if (!backReference) {
             uint const length = first >> 5;
             quint64 const value = (first & 0x1F) * 0x0101010101010101ULL;
@@ -222,7 +231,7 @@ bool loadLZ5(QImage &image, QIODevice *device)
                 std::memcpy(out + pos, &value, 8);
                 pos += length;
             } else {
-                uint const longLength = in.byte() + 8;
+                uint const longLength = byte() + 8;
                 std::memset(out + pos, int(first & 0x1F), longLength);
                 pos += longLength;
             }
@@ -231,14 +240,14 @@ bool loadLZ5(QImage &image, QIODevice *device)
         uint length = first & 0x3F;
         qint64 offset;
         if (length == 0) {
-            uint const low = in.byte();
+            uint const low = byte();
             offset = (((first >> 6) << 8) | low) + 1;
-            length = in.byte() + 3;
+            length = byte() + 3;
         } else {
             length += 1;
             if (shortPlace < 3) {
                 recycled |= (first >> 6) << (6 - 2 * shortPlace);
-                offset = in.byte() + 1;
+                offset = byte() + 1;
                 ++shortPlace;
             } else {
                 offset = ((first >> 6) | recycled) + 1;
@@ -265,6 +274,7 @@ bool loadLZ5(QImage &image, QIODevice *device)
         pos += length;
     }
     pos = std::min(pos, size);
+    in.take(next);
     valid = valid && in.ok();
     in.finish();
 
