@@ -11,6 +11,7 @@ packages=(
   libuchardet-dev libgif-dev
   libsfml-dev libopenal-dev libopenal1
   libflac-dev libvorbis-dev libogg-dev libmpg123-dev libsamplerate0-dev
+  flac vorbis-tools mpg123 sox
   libzip-dev
   xvfb xauth
   libbenchmark-dev

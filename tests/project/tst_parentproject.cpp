@@ -9,6 +9,7 @@
 #include "testdata.h"
 #include "testengine.h"
 #include "testinterface.h"
+#include "testjobs.h"
 #include "testproject.h"
 
 #include <QAbstractItemModelTester>
@@ -19,10 +20,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <memory>
-
 using namespace Kenro;
 using KenroTest::TestParentProject;
+
+using Jobs = KenroTest::TestJobs;
 
 namespace {
 
@@ -160,32 +161,6 @@ QString onlyEntry(QString const &directory)
     QStringList const names = QDir(directory).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
     return names.size() == 1 ? names.first() : QString();
 }
-
-class Jobs : public ProgressProvider
-{
-public:
-    class Job : public ProgressJob
-    {
-    public:
-        void error(QString const &) override {}
-        void setMaximum(unsigned int value) override { maximum = value; }
-        void setValue(unsigned int value) override { this->value = value; }
-        void incrementValue() override { ++value; }
-        bool wasCancelled() const override { return false; }
-        void setDetached(int value) override { detached = value; }
-        unsigned int maximum = 0;
-        unsigned int value = 0;
-        int detached = 0;
-    };
-    ProgressJob *newJob(QString const &title, int) override
-    {
-        titles.append(title);
-        jobs.push_back(std::make_unique<Job>());
-        return jobs.back().get();
-    }
-    QStringList titles;
-    std::vector<std::unique_ptr<Job>> jobs;
-};
 
 class AsyncFile : public KenroTest::TextFile
 {
@@ -391,6 +366,35 @@ private Q_SLOTS:
         project.release();
     }
 
+    void backupPlaceAndReadOnlyRestore()
+    {
+        KenroTest::TestInterface host;
+        KenroTest::MemoryArchive archive(QStringLiteral("game.zip"));
+        archive.files.insert(QStringLiteral("/root/p/p.def"), "def");
+        TestParentProject parent(QStringLiteral("/root/"), archive);
+        auto *main = new WatchedFile;
+        main->fromFile(archive, QStringLiteral("/root/p/p.def"), 0, nullptr);
+        KenroTest::TestProject project(&parent, 0, main, true);
+        project.addToParent();
+
+        // Backups of a project inside an archive lie beside the archive.
+        QRegularExpression const stamp(
+            QStringLiteral("^/memory/game\\.zip/backup/"
+                           "\\d\\d\\.\\d\\d\\.\\d{4}_\\d+\\.\\d+\\.\\d+_(am|pm)_first$"));
+        QString const place = parent.backupPath(QStringLiteral("first"));
+        QVERIFY2(stamp.match(place).hasMatch(), qPrintable(place));
+        TestParentProject onDisk(QStringLiteral("/disk/game/"), FileSystemArchive::instance());
+        QVERIFY(onDisk.backupPath(QString()).startsWith(QStringLiteral("/disk/game/backup/")));
+
+        // A read-only archive cannot take a backup back: nothing is touched.
+        archive.readOnly = true;
+        QVERIFY(!parent.restoreBackup(QStringLiteral("/first"), nullptr));
+        QVERIFY(main->pauses.isEmpty());
+        QCOMPARE(host.refreshes, 0);
+        QCOMPARE(archive.files.value(QStringLiteral("/root/p/p.def")), QByteArray("def"));
+        project.release();
+    }
+
     void gameTreeFollowsTheDisk()
     {
         KENRO_REQUIRE_TESTDATA(testdata);
@@ -491,6 +495,7 @@ private Q_SLOTS:
                          KenroTest::readFile(testdata + QStringLiteral("/game/") + folder + name));
         }
         QCOMPARE(watched->pauses, (QList<bool>{true, false}));
+        QCOMPARE(host.refreshes, 1);
         // A name without its leading "/" is glued onto the folder of backups.
         QVERIFY(game.restoreBackup(stamp, nullptr));
         kfm->close();
@@ -512,6 +517,7 @@ private Q_SLOTS:
         auto *kfm = new DefProject(&game, base + QStringLiteral("chars/kfm/kfm.def"));
         auto *training =
             new DefProject(&game, base + QStringLiteral("chars/training/Training.def"));
+        WatchedFile *watched = static_cast<WatchedFile *>(DefProject::main);
 
         QVERIFY(game.backup(QStringLiteral("zipped"), nullptr));
         QString const stamp = onlyEntry(base + QStringLiteral("backup"));
@@ -532,6 +538,9 @@ private Q_SLOTS:
         for (QString const &file : std::as_const(names))
             QCOMPARE(KenroTest::readFile(base + file),
                      KenroTest::readFile(testdata + QStringLiteral("/game/") + file));
+        // The watch was paused over the copy and resumed after it.
+        QCOMPARE(watched->pauses, (QList<bool>{true, false}));
+        QCOMPARE(host.refreshes, 1);
         kfm->close();
         training->close();
     }

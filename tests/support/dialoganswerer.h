@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFileDialog>
 #include <QMessageBox>
 #include <QObject>
 #include <QStringList>
@@ -10,8 +11,9 @@ namespace KenroTest {
 /**
  * Answers every modal dialog that appears while it lives, so that no test can
  * block on one. Message boxes are answered with `answer` when they offer it,
- * else with their escape or default button; any other dialog is rejected.
- * What was shown is recorded.
+ * else with their escape or default button. File dialogs (Qt's own, as on the
+ * offscreen platform) take the next entry of `files` and are rejected when
+ * none is left; any other dialog is rejected. What was shown is recorded.
  */
 class DialogAnswerer : public QObject
 {
@@ -26,15 +28,25 @@ public:
         QString title;
         QString text;
         QMessageBox::StandardButtons buttons;
+        /// Of a file dialog: where it started, its filters and its options.
+        bool fileDialog = false;
+        QString directory;
+        QStringList nameFilters;
+        QFileDialog::Options options;
+        QFileDialog::AcceptMode acceptMode = QFileDialog::AcceptOpen;
     };
 
     QMessageBox::StandardButton answer;
+    /// The answers of file dialogs in turn: the absolute path(s) chosen in
+    /// each. An empty entry cancels that dialog.
+    QList<QStringList> files;
     QList<Seen> seen;
 
     QStringList titles() const;
 
 private:
     void poll();
+    void answerFileDialog(QFileDialog *dialog);
 
     QTimer m_timer;
 };

@@ -87,9 +87,9 @@ QMap<int, QString> TestEngine::fileFilters() const
     return filters;
 }
 
-Kenro::ProjectFile *TestEngine::createFile(int, Kenro::Project *)
+Kenro::ProjectFile *TestEngine::createFile(int type, Kenro::Project *project)
 {
-    return nullptr;
+    return fileFactory ? fileFactory(type, project) : nullptr;
 }
 
 } // namespace KenroTest

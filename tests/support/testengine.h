@@ -2,6 +2,8 @@
 
 #include <kenro/engine/engine.h>
 
+#include <functional>
+
 namespace KenroTest {
 
 /**
@@ -20,6 +22,8 @@ public:
     QStringList projectTypes{QStringLiteral("Character"), QStringLiteral("Stage")};
     /// What fileFilters() answers.
     QMap<int, QString> filters{{3, QStringLiteral("*.air")}, {4, QStringLiteral("*.cns")}};
+    /// What createFile() answers; null files without one.
+    std::function<Kenro::ProjectFile *(int type, Kenro::Project *project)> fileFactory;
     /// The arguments of each run(), as "index:arguments".
     QStringList runs;
 

@@ -1,5 +1,6 @@
 #include "testinterface.h"
 
+#include <kenro/editors/editor.h>
 #include <kenro/engine/ktranslator.h>
 
 #include <QCoreApplication>
@@ -64,7 +65,7 @@ QString TestInterface::settingsDirectory()
 
 Kenro::ProgressProvider *TestInterface::progressProvider()
 {
-    return nullptr;
+    return provider;
 }
 
 Kenro::Engine *TestInterface::engine()
@@ -74,12 +75,13 @@ Kenro::Engine *TestInterface::engine()
 
 Kenro::Editor *TestInterface::currentEditor()
 {
-    return nullptr;
+    return currentEditorValue;
 }
 
-Kenro::FileEditor *TestInterface::editorForFile(Kenro::ProjectFile *, int)
+Kenro::FileEditor *TestInterface::editorForFile(Kenro::ProjectFile *, int fileType)
 {
-    return nullptr;
+    editorRequests.append(fileType);
+    return fileEditor;
 }
 
 Kenro::Editor *TestInterface::editor(char const *)
@@ -215,9 +217,22 @@ QObject *TestInterface::timeSlider(int)
     return nullptr;
 }
 
-void TestInterface::refreshAll() {}
+void TestInterface::refreshAll()
+{
+    ++refreshes;
+}
 
-void TestInterface::switchToEditor(Kenro::Editor *) {}
+void TestInterface::switchToEditor(Kenro::Editor *editor)
+{
+    switches.append(editor);
+    if (editor == currentEditorValue)
+        return;
+    if (currentEditorValue)
+        currentEditorValue->deactivate();
+    currentEditorValue = editor;
+    if (editor)
+        editor->activate();
+}
 
 void TestInterface::setExtraEditor(Kenro::ExtraEditor *) {}
 

@@ -74,6 +74,17 @@ public:
 
     QList<Kenro::Project *> projects;
     Kenro::Project *current = nullptr;
+    /// The editor that switchToEditor() made current: the previous one is
+    /// deactivated and this one activated, as a host does.
+    Kenro::Editor *currentEditorValue = nullptr;
+    /// Every editor passed to switchToEditor(), in order.
+    QList<Kenro::Editor *> switches;
+    /// What editorForFile() answers, and the types it was asked for.
+    Kenro::FileEditor *fileEditor = nullptr;
+    QList<int> editorRequests;
+    int refreshes = 0;
+    /// What progressProvider() answers.
+    Kenro::ProgressProvider *provider = nullptr;
     QMap<int, QString> statusTexts;
     /// What engine() answers.
     Kenro::Engine *currentEngine = nullptr;

@@ -3,6 +3,8 @@
 #include "codedocument_p.h"
 
 #include <kenro/code/codeblockdata.h>
+#include <kenro/code/codenodefile.h>
+#include <kenro/code/groupcode.h>
 #include <kenro/code/valuecode.h>
 #include <kenro/editors/interface/interface.h>
 #include <kenro/project/archive.h>
@@ -480,6 +482,14 @@ CodeDocument::CodeDocument(short fileType) : m_root(this, fileType), d(nullptr)
 CodeDocument::~CodeDocument()
 {
     waitForSave();
+    // Normally no node file is left here; one that is held goes with the
+    // document, one that is not learns of the end through its guarded pointer.
+    QList<CodeNodeFile *> heldFiles;
+    for (CodeDocumentPrivate::NodeFileEntry const &entry : std::as_const(d->nodeFiles)) {
+        if (entry.held)
+            heldFiles.append(entry.file);
+    }
+    d->nodeFiles.clear();
     d->setParser(nullptr);
     d->lockModel();
     d->clearing = true;
@@ -487,6 +497,8 @@ CodeDocument::~CodeDocument()
     d->releaseAllNodes();
     d->clearing = false;
     d->unlockModel();
+    for (CodeNodeFile *file : std::as_const(heldFiles))
+        file->release();
     CodeDocumentPrivate *gone = d;
     d = nullptr;
     delete gone;
@@ -1099,11 +1111,124 @@ void CodeDocument::reparse()
 
 void CodeDocument::codeUpdated() {}
 
-void CodeDocument::insertChild(CodeNode *, unsigned int) {}
+// ---------------------------------------------------------------- node files
 
-void CodeDocument::removeChild(CodeNode *) {}
+namespace {
 
-void CodeDocument::childChanged(CodeNode *) {}
+unsigned int nodeFileKey(CodeNode::Type type, unsigned int subType)
+{
+    // Only sections come in kinds.
+    return (type == CodeNode::Group ? subType : 0u) << 12 | static_cast<unsigned int>(type);
+}
+
+unsigned int nodeFileKey(CodeNode const *node)
+{
+    unsigned int const subType =
+        node->type() == CodeNode::Group ? static_cast<GroupCode const *>(node)->subType() : 0;
+    return nodeFileKey(node->type(), subType);
+}
+
+} // namespace
+
+void CodeDocument::registerNodeFile(CodeNodeFile *file, CodeNode::Type type, unsigned int subType)
+{
+    if (!file || file->document() != this)
+        return;
+    unsigned int const key = nodeFileKey(type, subType);
+    ProjectFile::addRef(); // the file's hold on the document
+    CodeDocumentPrivate::NodeFileEntry const earlier = d->nodeFiles.value(key);
+    d->nodeFiles.insert(key, {file, true});
+    if (earlier.file) {
+        // The earlier file gets no further calls; its hold on the document
+        // goes with its entry, and so does the document's hold on it.
+        ProjectFile::release();
+        if (earlier.held)
+            earlier.file->release();
+    }
+    file->populateChilds(type, subType);
+}
+
+CodeNodeFile *CodeDocument::nodeFile(CodeNode::Type type, unsigned int subType) const
+{
+    return d->nodeFiles.value(nodeFileKey(type, subType)).file;
+}
+
+void CodeDocument::unregisterNodeFile(CodeNodeFile *file)
+{
+    int entries = 0;
+    for (auto it = d->nodeFiles.begin(); it != d->nodeFiles.end();) {
+        if (it->file == file) {
+            it = d->nodeFiles.erase(it);
+            ++entries;
+        } else {
+            ++it;
+        }
+    }
+    // The last of these releases may end the document.
+    while (entries-- > 0)
+        release();
+}
+
+void CodeDocument::release()
+{
+    // Every registered file holds one reference, so this is the last other
+    // one when the count exceeds the number of entries by one. Without it no
+    // one can reach a file that only the document holds any more: the
+    // document lets go of them all, keeping itself alive while they go.
+    bool const lastOther = d && !d->releasingNodeFiles && !d->nodeFiles.isEmpty() &&
+        refCount() == static_cast<unsigned int>(d->nodeFiles.size()) + 1;
+    if (lastOther) {
+        d->releasingNodeFiles = true;
+        ProjectFile::addRef();
+        QList<unsigned int> const keys = d->nodeFiles.keys();
+        for (unsigned int const key : keys) {
+            auto it = d->nodeFiles.find(key);
+            if (it == d->nodeFiles.end() || !it->held)
+                continue;
+            it->held = false;
+            // May end the file, which then takes its entries out.
+            it->file->release();
+        }
+        d->releasingNodeFiles = false;
+        ProjectFile::release();
+    }
+    ProjectFile::release();
+}
+
+void CodeDocument::insertChild(CodeNode *child, unsigned int)
+{
+    if (d->nodeFiles.isEmpty())
+        return;
+    unsigned int const key = nodeFileKey(child);
+    auto const found = d->nodeFiles.constFind(key);
+    if (found == d->nodeFiles.constEnd())
+        return;
+    // The index among the nodes of the file's kind.
+    unsigned int index = 0;
+    for (CodeNode *node : m_root.childs()) {
+        if (node == child)
+            break;
+        if (node->type() == child->type() && nodeFileKey(node) == key)
+            ++index;
+    }
+    found->file->insertChild(child, index);
+}
+
+void CodeDocument::removeChild(CodeNode *child)
+{
+    if (d->nodeFiles.isEmpty())
+        return;
+    if (CodeNodeFile *file = d->nodeFiles.value(nodeFileKey(child)).file)
+        file->removeChild(child);
+}
+
+void CodeDocument::childChanged(CodeNode *child)
+{
+    if (d->nodeFiles.isEmpty())
+        return;
+    if (CodeNodeFile *file = d->nodeFiles.value(nodeFileKey(child)).file)
+        file->childChanged(child);
+}
 
 Messages *CodeDocument::fileMessages() const
 {

@@ -13,6 +13,7 @@ namespace Kenro {
 class CodeDocument;
 class CodeDocumentPrivate;
 class CodeMark;
+class CodeNodeFile;
 
 /**
  * The root of a code document's tree. Its model can be switched off as a
@@ -126,6 +127,24 @@ public:
     void removeMark(CodeMark *mark);
     void updateMark(CodeMark *mark);
 
+    /**
+     * Shows the top-level nodes of \a type (of \a subType for a Group) to
+     * \a file, first those already there, then each change. The document
+     * takes over one reference on \a file and the file holds one on the
+     * document. A file registered before under the same key is let go.
+     * A null \a file, or one made for another document, is ignored.
+     */
+    void registerNodeFile(CodeNodeFile *file, CodeNode::Type type, unsigned int subType = 0);
+    /// The file registered for \a type and \a subType, or null.
+    CodeNodeFile *nodeFile(CodeNode::Type type, unsigned int subType = 0) const;
+
+    /**
+     * Gives up one reference. When the last one that is not a node file's
+     * goes, the document lets go of its node files, so that the circle of
+     * the two ends as soon as no one else holds either side.
+     */
+    void release() override;
+
     // ProjectFile
     QAbstractItemModel *model() override;
     Capabilities capabilities() const override;
@@ -161,14 +180,23 @@ protected:
     void setFileName(QString const &path);
     /// Called at the end of each pass.
     virtual void codeUpdated();
+    /**
+     * A top-level node came in at \a index of the root; the node file of its
+     * kind hears of it with its index among the nodes of that kind.
+     */
     virtual void insertChild(CodeNode *child, unsigned int index);
+    /// A top-level node goes; the node file of its kind hears of it.
     virtual void removeChild(CodeNode *child);
+    /// A top-level node changed; the node file of its kind hears of it.
     virtual void childChanged(CodeNode *child);
     Messages *fileMessages() const override;
 
 private:
     friend class CodeDocumentPrivate;
     friend class CodeDocumentRoot;
+    friend class CodeNodeFile;
+    // Takes every entry of \a file out and gives back its references.
+    void unregisterNodeFile(CodeNodeFile *file);
     // Reads the file with \a codec, detected when below 0.
     bool readFile(Archive &archive, QString const &path, int codec, unsigned int flags,
                   JobStats *stats);

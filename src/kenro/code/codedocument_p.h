@@ -5,6 +5,7 @@
 #include <kenro/project/messages.h>
 
 #include <QFutureWatcher>
+#include <QMap>
 #include <QTextBlock>
 #include <QTextCharFormat>
 #include <QTextCursor>
@@ -17,6 +18,7 @@ namespace Kenro {
 class Archive;
 class CodeDocument;
 class CodeNode;
+class CodeNodeFile;
 class JobStats;
 class ProjectFile;
 class RootCode;
@@ -96,6 +98,18 @@ public:
     int revision = 0;
     int codec = 0;
     bool byteOrderMark = false;
+
+    // A registered node file. While `held`, the document owns the reference
+    // that it was given with the file.
+    struct NodeFileEntry
+    {
+        CodeNodeFile *file = nullptr;
+        bool held = false;
+    };
+    // By subType << 12 | type.
+    QMap<unsigned int, NodeFileEntry> nodeFiles;
+    // Set while the document lets go of its node files.
+    bool releasingNodeFiles = false;
 
     struct PendingSave
     {

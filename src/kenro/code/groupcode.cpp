@@ -20,6 +20,9 @@ GroupCode::GroupCode(QTextBlock const &block, CodeNode *after, unsigned int subT
 
 GroupCode::~GroupCode()
 {
+    // Leaves its parent while it is still a heading, so that whoever hears
+    // of the removal can still read its kind.
+    detach(this);
     if (m_values.isEmpty())
         return;
     auto *above = static_cast<GroupCode *>(previous(Group, Animation | Frame));

@@ -2,6 +2,7 @@
 
 #include "parentproject_p.h"
 
+#include <kenro/editors/fileeditor.h>
 #include <kenro/editors/interface/interface.h>
 #include <kenro/engine/engine.h>
 #include <kenro/engine/extension.h>
@@ -730,8 +731,9 @@ void ParentProject::save(ProgressProvider *provider)
                         break;
                     }
                 }
+                // A file that cannot be written in place goes where the user says.
                 if (FileEditor *editor = host->editorForFile(file, type))
-                    Q_UNUSED(editor); // MERGE_TODO saveFileAs
+                    FileEditor::saveFileAs(file, editor, host);
             }
             if (writable) {
                 unsigned int flags = 0;

@@ -20,6 +20,7 @@ class Editor;
 class Engine;
 class ExtraEditor;
 class FileEditor;
+class ItemsDialog;
 class Project;
 class ProjectFile;
 class ProgressProvider;
@@ -149,6 +150,13 @@ public:
     QPoint scaleToDPI(QPoint const &point);
     /// \a rect scaled to the DPI: left, top, width and height apart.
     QRect scaleToDPI(QRect const &rect);
+    /**
+     * A new dialog, titled \a title with the icon \a iconName, that lists the
+     * rows of \a model with \a currentRow selected (none when negative).
+     * The caller executes it and ends it with release().
+     */
+    ItemsDialog *itemsDialog(QWidget *parent, char const *iconName, QString const &title,
+                             QAbstractItemModel *model, int currentRow) const;
 };
 
 } // namespace Kenro

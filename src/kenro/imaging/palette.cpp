@@ -1,0 +1,7 @@
+#include <kenro/imaging/palette.h>
+
+namespace Kenro {
+
+Palette::~Palette() = default;
+
+} // namespace Kenro
