@@ -10,8 +10,11 @@
 #include <kenro/project/filesystemarchive.h>
 #include <kenro/project/project.h>
 
+#include "memorysprites.h"
 #include "testdata.h"
+#include "testproject.h"
 
+#include <QImage>
 #include <QLibrary>
 #include <QSignalSpy>
 #include <QTest>
@@ -435,6 +438,30 @@ private Q_SLOTS:
                                      .arg(ticks.at(i).first)
                                      .arg(ticks.at(i).second)));
         }
+    }
+
+    void framesFindTheirSprites()
+    {
+        KenroTest::TestProject project(nullptr, 0, nullptr, false);
+        auto *sprites = new KenroTest::MemorySprites;
+        QImage picture(4, 4, QImage::Format_Indexed8);
+        picture.fill(1);
+        QVERIFY(sprites->add(QStringLiteral("200, 1"), picture, NoShare));
+        QVERIFY(sprites->add(QStringLiteral("0, 0"), picture, NoShare));
+        QVERIFY(project.addFile(sprites, Project::Sprites));
+        AirAnimations *file = AirDocument::createAnimations();
+        QVERIFY(project.addFile(file, Project::Animations));
+        file->document()->fromString(sample);
+        QCOMPARE(file->at(0)->frameAt(0)->sprite(), sprites->at(1));
+        QCOMPARE(file->at(0)->frameAt(1)->sprite(), nullptr); // 0,1 is not there
+        QCOMPARE(file->at(1)->frameAt(1)->sprite(), sprites->at(0));
+        // A file opened alone has no sprites.
+        AirDocument alone;
+        alone.fromString(sample);
+        QCOMPARE(alone.animations()->at(0)->frameAt(0)->sprite(), nullptr);
+        // The project gives its files back only when it is released.
+        project.removeFile(file);
+        project.removeFile(sprites);
     }
 
     void engineComesFromThePlugin()

@@ -3,6 +3,9 @@
 #include "airline.h"
 
 #include <kenro/code/codedocument.h>
+#include <kenro/code/codenodefile.h>
+#include <kenro/imaging/sprites.h>
+#include <kenro/project/project.h>
 
 #include <QTextBlock>
 
@@ -586,9 +589,19 @@ void AirFrame::write(QMap<int, QString> const &changes)
 
 Sprite *AirFrame::sprite() const
 {
-    // Sprites are looked up in the project's sprite file, which a frame of a
-    // file opened alone does not have.
-    return nullptr;
+    // The sprites of the project that holds the animations; a file opened
+    // alone has none. Sprites go by "group, image".
+    CodeDocument *doc = codeDocumentOf(this);
+    if (!doc)
+        return nullptr;
+    CodeNodeFile const *file = doc->nodeFile(CodeNode::Animation, 0);
+    Project const *project = file ? file->project() : doc->project();
+    auto *sprites = project ? dynamic_cast<Sprites *>(project->file(Project::Sprites)) : nullptr;
+    if (!sprites)
+        return nullptr;
+    int const found =
+        sprites->find(0, QStringLiteral("%1, %2").arg(m_fields.group).arg(m_fields.image));
+    return found >= 0 ? sprites->at(static_cast<unsigned int>(found)) : nullptr;
 }
 
 void AirFrame::setSprite(QVariant const &identifier)
