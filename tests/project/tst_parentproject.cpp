@@ -6,6 +6,7 @@
 
 #include "dialoganswerer.h"
 #include "memoryarchive.h"
+#include "modelnames.h"
 #include "testdata.h"
 #include "testengine.h"
 #include "testinterface.h"
@@ -21,6 +22,9 @@
 #include <QTest>
 
 using namespace Kenro;
+using KenroTest::childIndex;
+using KenroTest::childNames;
+using KenroTest::copyTree;
 using KenroTest::TestParentProject;
 
 using Jobs = KenroTest::TestJobs;
@@ -124,36 +128,6 @@ public:
         addPath(QStringLiteral("stages"), ProjectFiles, {QStringLiteral("*.def")});
     }
 };
-
-bool copyTree(QString const &from, QString const &to)
-{
-    QDirIterator it(from, QDir::Files | QDir::NoSymLinks, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        QString const path = it.next();
-        QString const target = to + path.mid(from.length());
-        if (!QDir().mkpath(QFileInfo(target).absolutePath()) || !QFile::copy(path, target))
-            return false;
-    }
-    return true;
-}
-
-QStringList childNames(ParentProject const &model, QModelIndex const &parent)
-{
-    QStringList names;
-    for (int row = 0; row < model.rowCount(parent); ++row)
-        names.append(model.index(row, 0, parent).data().toString());
-    return names;
-}
-
-QModelIndex childIndex(ParentProject const &model, QModelIndex const &parent, QString const &name)
-{
-    for (int row = 0; row < model.rowCount(parent); ++row) {
-        QModelIndex const index = model.index(row, 0, parent);
-        if (index.data().toString() == name)
-            return index;
-    }
-    return QModelIndex();
-}
 
 // The only folder in \a directory, or empty.
 QString onlyEntry(QString const &directory)

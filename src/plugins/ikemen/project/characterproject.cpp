@@ -7,12 +7,7 @@ namespace Kenro::Ikemen {
 CharacterProject *CharacterProject::open(ParentProject *parent, QString const &definition,
                                          QString const &gameDirectory)
 {
-    ProjectFile *main = readDefinition(parent, definition);
-    if (!main)
-        return nullptr;
-    auto *project = new CharacterProject(parent, main, gameDirectory);
-    project->load();
-    return project;
+    return openAs<CharacterProject>(parent, definition, gameDirectory);
 }
 
 CharacterProject::CharacterProject(ParentProject *parent, ProjectFile *mainFile,

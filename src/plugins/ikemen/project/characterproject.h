@@ -23,6 +23,7 @@ public:
                                   QString const &gameDirectory);
 
 private:
+    friend class DefinitionProject;
     CharacterProject(ParentProject *parent, ProjectFile *mainFile, QString const &gameDirectory);
 };
 

@@ -120,12 +120,26 @@ protected:
      * subclass chooses by the name.
      */
     virtual ProjectFile *createFile(int fileType, QString const &path);
-    /// The main file \a definition read from the archive of \a parent; null when it cannot be.
-    static ProjectFile *readDefinition(ParentProject *parent, QString const &definition);
+    /**
+     * A project of class \a T around \a definition in \a parent, with its
+     * files open; null when the definition cannot be read.
+     */
+    template<class T>
+    static T *openAs(ParentProject *parent, QString const &definition, QString const &gameDirectory)
+    {
+        ProjectFile *main = readDefinition(parent, definition);
+        if (!main)
+            return nullptr;
+        auto *project = new T(parent, main, gameDirectory);
+        project->load();
+        return project;
+    }
     /// Finds the named files, opens those that exist and joins the parent.
     void load();
 
 private:
+    // The main file \a definition read from the archive of \a parent, or null.
+    static ProjectFile *readDefinition(ParentProject *parent, QString const &definition);
     // The text of an open definition, or of the file on disk.
     QString definitionText(QString const &path) const;
     void report(Reference const &reference, Message::Type type, QString const &text);

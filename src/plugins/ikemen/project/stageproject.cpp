@@ -7,12 +7,7 @@ namespace Kenro::Ikemen {
 StageProject *StageProject::open(ParentProject *parent, QString const &definition,
                                  QString const &gameDirectory)
 {
-    ProjectFile *main = readDefinition(parent, definition);
-    if (!main)
-        return nullptr;
-    auto *project = new StageProject(parent, main, gameDirectory);
-    project->load();
-    return project;
+    return openAs<StageProject>(parent, definition, gameDirectory);
 }
 
 StageProject::StageProject(ParentProject *parent, ProjectFile *mainFile,

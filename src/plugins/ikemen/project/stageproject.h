@@ -22,6 +22,7 @@ public:
                               QString const &gameDirectory);
 
 private:
+    friend class DefinitionProject;
     StageProject(ParentProject *parent, ProjectFile *mainFile, QString const &gameDirectory);
 };
 

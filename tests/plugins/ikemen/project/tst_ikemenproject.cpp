@@ -10,6 +10,7 @@
 #include <kenro/project/messagelist.h>
 
 #include "memoryarchive.h"
+#include "modelnames.h"
 #include "testdata.h"
 #include "testengine.h"
 #include "testinterface.h"
@@ -22,41 +23,12 @@
 #include <QTest>
 
 using namespace Kenro;
+using KenroTest::childIndex;
+using KenroTest::childNames;
+using KenroTest::copyTree;
 using namespace Kenro::Ikemen;
 
 namespace {
-
-bool copyTree(QString const &from, QString const &to)
-{
-    QDirIterator it(from, QDir::Files | QDir::NoSymLinks, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        QString const path = it.next();
-        QString const target = to + path.mid(from.length());
-        if (!QDir().mkpath(QFileInfo(target).absolutePath()) || !QFile::copy(path, target))
-            return false;
-        QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner);
-    }
-    return true;
-}
-
-QStringList childNames(QAbstractItemModel const &model, QModelIndex const &parent)
-{
-    QStringList names;
-    for (int row = 0; row < model.rowCount(parent); ++row)
-        names.append(model.index(row, 0, parent).data().toString());
-    return names;
-}
-
-QModelIndex childIndex(QAbstractItemModel const &model, QModelIndex const &parent,
-                       QString const &name)
-{
-    for (int row = 0; row < model.rowCount(parent); ++row) {
-        QModelIndex const index = model.index(row, 0, parent);
-        if (index.data().toString() == name)
-            return index;
-    }
-    return QModelIndex();
-}
 
 // The file list of a project as "type:name", names without the leading "/".
 QStringList listed(Project const &project)
