@@ -5,6 +5,7 @@
 #include <ikemen/project/gameproject.h>
 #include <ikemen/project/scriptfile.h>
 #include <ikemen/project/stageproject.h>
+#include <ikemen/snd/sndsounds.h>
 
 #include <kenro/project/filesystemarchive.h>
 #include <kenro/project/messagelist.h>
@@ -78,14 +79,14 @@ public:
     bool fromFile(Archive &, QString const &, unsigned int, JobStats *) override { return false; }
 };
 
-int const Main = Project::Main;
-int const Sprites = Project::Sprites;
-int const Sounds = Project::Sounds;
-int const Animations = Project::Animations;
-int const Scripts = Project::Scripts;
-int const Palettes = DefinitionProject::Palettes;
-int const Storyboards = DefinitionProject::Storyboards;
-int const Other = DefinitionProject::Other;
+int const MainType = Project::Main;
+int const SpriteType = Project::Sprites;
+int const SoundType = Project::Sounds;
+int const AnimationType = Project::Animations;
+int const ScriptType = Project::Scripts;
+int const PaletteType = DefinitionProject::Palettes;
+int const StoryboardType = DefinitionProject::Storyboards;
+int const OtherType = DefinitionProject::Other;
 
 } // namespace
 
@@ -176,26 +177,27 @@ private Q_SLOTS:
             bool script;
         };
         for (Case const &each :
-             {Case{Main, true}, Case{Scripts, true}, Case{Animations, true},
-              Case{Storyboards, true}, Case{Sprites, false}, Case{Sounds, false},
-              Case{Palettes, false}, Case{DefinitionProject::Music, false}, Case{Other, false}}) {
+             {Case{MainType, true}, Case{ScriptType, true}, Case{AnimationType, true},
+              Case{StoryboardType, true}, Case{SpriteType, false}, Case{SoundType, false},
+              Case{PaletteType, false}, Case{DefinitionProject::Music, false},
+              Case{OtherType, false}}) {
             ProjectFile *file = DefinitionProject::newFile(each.type);
             QCOMPARE(dynamic_cast<ScriptFile *>(file) != nullptr, each.script);
             QCOMPARE(dynamic_cast<BinaryFile *>(file) != nullptr, !each.script);
             file->release();
         }
-        DefinitionProject::setFileFactory(Sprites, [] { return new PluggedSprites; });
-        ProjectFile *plugged = DefinitionProject::newFile(Sprites);
+        DefinitionProject::setFileFactory(SpriteType, [] { return new PluggedSprites; });
+        ProjectFile *plugged = DefinitionProject::newFile(SpriteType);
         QVERIFY(dynamic_cast<PluggedSprites *>(plugged));
         plugged->release();
         // A factory that makes nothing leaves the built-in class in charge.
-        DefinitionProject::setFileFactory(Sounds,
+        DefinitionProject::setFileFactory(SoundType,
                                           [] { return static_cast<ProjectFile *>(nullptr); });
-        ProjectFile *fallback = DefinitionProject::newFile(Sounds);
+        ProjectFile *fallback = DefinitionProject::newFile(SoundType);
         QVERIFY(dynamic_cast<BinaryFile *>(fallback));
         fallback->release();
-        DefinitionProject::setFileFactory(Sprites, nullptr);
-        ProjectFile *builtIn = DefinitionProject::newFile(Sprites);
+        DefinitionProject::setFileFactory(SpriteType, nullptr);
+        ProjectFile *builtIn = DefinitionProject::newFile(SpriteType);
         QVERIFY(!dynamic_cast<PluggedSprites *>(builtIn));
         builtIn->release();
     }
@@ -280,9 +282,9 @@ private Q_SLOTS:
         }
         if (projectType == DefinitionProject::Character) {
             // The common states come from the game's data folder, open but not listed.
-            QVERIFY(
-                openNames(*project, Scripts, m_game).contains(QStringLiteral("data/common1.cns")));
-            QCOMPARE(project->file(Sprites)->displayName().toLower(),
+            QVERIFY(openNames(*project, ScriptType, m_game)
+                        .contains(QStringLiteral("data/common1.cns")));
+            QCOMPARE(project->file(SpriteType)->displayName().toLower(),
                      QFileInfo(definition).completeBaseName().toLower() + QStringLiteral(".sff"));
         }
 
@@ -348,7 +350,7 @@ private Q_SLOTS:
                              "[Arcade]\nintro.storyboard = intro.def\n");
         archive.files.insert(QStringLiteral("/lone/hero.sff"), QByteArray(100, 'x'));
         archive.files.insert(QStringLiteral("/lone/hero.air"), "[Begin Action 0]\n0,0, 0,0, 5\n");
-        DefinitionProject::setFileFactory(Sprites, [] { return new UnreadableFile; });
+        DefinitionProject::setFileFactory(SpriteType, [] { return new UnreadableFile; });
         DefinitionProject *project =
             GameProject::openDefinition(QStringLiteral("/lone/hero.def"), archive, &engine);
         QVERIFY(project);
@@ -363,7 +365,7 @@ private Q_SLOTS:
                      QStringLiteral("0@9 The file 'intro.def' named by "
                                     "'intro.storyboard' does not exist")}));
         QCOMPARE(project->messages()->errorCount(), 3u);
-        QVERIFY(!project->file(Sprites));
+        QVERIFY(!project->file(SpriteType));
         QCOMPARE(project->fileCount(), 2u);
         project->release();
 
@@ -435,9 +437,9 @@ private Q_SLOTS:
                  (QStringList{QStringLiteral("kfm.def"), QStringLiteral("stage0.def"),
                               QStringLiteral("kfm.sff"), QStringLiteral("stage0.sff")}));
         QVERIFY(game.itemPath(game.index(0, 0, stages))->isProject());
-        QCOMPARE(game.filePath(m_game + QStringLiteral("stages/kfm.sff"))->fileType(), Sprites);
+        QCOMPARE(game.filePath(m_game + QStringLiteral("stages/kfm.sff"))->fileType(), SpriteType);
         QCOMPARE(game.filePath(m_game + QStringLiteral("chars/kfm/kfm.air"))->fileType(),
-                 Animations);
+                 AnimationType);
 
         // Closing one stage leaves the other's files and every stage's entry.
         projects.at(2)->release();
@@ -520,7 +522,7 @@ private Q_SLOTS:
         DefinitionProject *project = GameProject::openDefinition(
             m_game + QStringLiteral("chars/kfm/kfm.def"), FileSystemArchive::instance(), &engine);
         QVERIFY(project);
-        auto *commands = dynamic_cast<ScriptFile *>(project->file(Scripts));
+        auto *commands = dynamic_cast<ScriptFile *>(project->file(ScriptType));
         QVERIFY(commands && commands->fileName().endsWith(QLatin1String("kfm.cmd")));
         commands->insert(QStringLiteral("\n; edited\n"));
         QVERIFY(commands->isModified());
@@ -531,6 +533,37 @@ private Q_SLOTS:
         QCOMPARE(KenroTest::readFile(target.path() + QStringLiteral("/kfm.air")),
                  KenroTest::readFile(m_source + QStringLiteral("chars/kfm/kfm.air")));
         project->release();
+    }
+
+    void pluggedReader()
+    {
+        KENRO_REQUIRE_TESTDATA(testdata);
+        QVERIFY(haveGame());
+        KenroTest::TestInterface host;
+        KenroTest::TestEngine engine;
+        QTemporaryDir target;
+        // The sound banks' own class, plugged in with one line.
+        DefinitionProject::setFileFactory(SoundType, [] { return new SndSounds; });
+        for (QString const &definition :
+             {QStringLiteral("chars/kfm/kfm.def"), QStringLiteral("chars/training/Training.def")}) {
+            DefinitionProject *project = GameProject::openDefinition(
+                m_game + definition, FileSystemArchive::instance(), &engine);
+            QVERIFY(project);
+            auto *sounds = dynamic_cast<SndSounds *>(project->file(SoundType));
+            QVERIFY(sounds);
+            QVERIFY(sounds->count() > 0);
+            QCOMPARE(sounds->project(), static_cast<Project *>(project));
+            QString const place = target.path() + QLatin1Char('/') + project->name();
+            QVERIFY(QDir().mkpath(place));
+            project->parent()->saveAs(place + QLatin1Char('/') + QFileInfo(definition).fileName(),
+                                      nullptr);
+            QString const bank = QFileInfo(sounds->fileName()).fileName();
+            QCOMPARE(QDir::cleanPath(sounds->fileName()), place + QLatin1Char('/') + bank);
+            QVERIFY(KenroTest::readFile(place + QLatin1Char('/') + bank) ==
+                    KenroTest::readFile(m_source + QFileInfo(definition).path() + QLatin1Char('/') +
+                                        bank));
+            project->release();
+        }
     }
 
     void gameSavedAs()
