@@ -2,6 +2,7 @@
 
 #include "characterproject.h"
 #include "definition.h"
+#include "definitionproject.h"
 #include "stageproject.h"
 
 #include <kenro/engine/engine.h>
@@ -75,6 +76,16 @@ DefinitionProject *GameProject::openDefinition(QString const &definition, Archiv
     if (!project)
         delete root;
     return project;
+}
+
+ParentProject *GameProject::openRoot(QString const &path, Archive &archive, Engine *engine)
+{
+    if (archive.directoryExists(path))
+        return new GameProject(path, archive, engine);
+    if (!archive.fileExists(path))
+        return nullptr;
+    DefinitionProject *project = openDefinition(path, archive, engine);
+    return project ? project->parent() : nullptr;
 }
 
 Engine *GameProject::engine() const

@@ -31,6 +31,13 @@ public:
     static DefinitionProject *openDefinition(QString const &definition, Archive &archive,
                                              Engine *engine);
 
+    /**
+     * What an engine opens for \a path: a game root for a folder, and for a
+     * definition file the lone root of its opened project. Null when the
+     * path is neither, or the definition cannot be read.
+     */
+    static ParentProject *openRoot(QString const &path, Archive &archive, Engine *engine);
+
     Engine *engine() const override;
     /// Opens the character folder or stage definition at \a path; null for any other node.
     Project *openProject(Path const *path) override;

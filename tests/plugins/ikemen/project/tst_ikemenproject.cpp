@@ -22,6 +22,7 @@
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
+#include <memory>
 
 using namespace Kenro;
 using KenroTest::childIndex;
@@ -287,6 +288,13 @@ private Q_SLOTS:
             QCOMPARE(project->file(SpriteType)->displayName().toLower(),
                      QFileInfo(definition).completeBaseName().toLower() + QStringLiteral(".sff"));
         }
+
+        // An engine opening the same definition gets such a root too.
+        ParentProject *other =
+            GameProject::openRoot(m_game + definition, FileSystemArchive::instance(), &engine);
+        QVERIFY(other && other != root && other->refCount() == 1);
+        QCOMPARE(other->openedProjects().first()->fileName(), project->fileName());
+        other->openedProjects().first()->release();
 
         // The lone root shows the project's files and ends with it.
         QAbstractItemModelTester tester(root,
