@@ -76,7 +76,7 @@ QString findFile(Archive &archive, QString written, QStringList const &folders, 
     return first;
 }
 
-// The entries of \a definition that name files, with their types.
+// An entry that names a file: the file's type and the folders it is looked for in, in order.
 struct Named
 {
     Definition::Entry entry;
