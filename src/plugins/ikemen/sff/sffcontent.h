@@ -52,6 +52,8 @@ struct SffPaletteData
     quint16 number = 0;
     quint16 colorCount = 256;
     RGBA colors[256];
+    /// The colours as a version 2 archive stored them, with their fourth bytes.
+    QByteArray stored;
 };
 
 /// One sprite: where it stands, its image (shared by linked sprites) and its palette.

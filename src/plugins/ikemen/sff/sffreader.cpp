@@ -264,6 +264,8 @@ bool SffReader::readVersion2(QByteArray const &data, SffContent &content)
                                 .arg(palette.colorCount));
             auto const *colors =
                 reinterpret_cast<uchar const *>(data.constData()) + literalOffset + offset;
+            palette.stored = QByteArray(reinterpret_cast<char const *>(colors),
+                                        qsizetype(palette.colorCount) * 4);
             for (int c = 0; c < palette.colorCount; ++c)
                 palette.colors[c] = RGBA{colors[4 * c], colors[4 * c + 1], colors[4 * c + 2], 0};
             paletteLinks.append(-1);
@@ -283,6 +285,7 @@ bool SffReader::readVersion2(QByteArray const &data, SffContent &content)
             std::memcpy(content.palettes[i].colors, content.palettes.at(target).colors,
                         sizeof(SffPaletteData::colors));
             content.palettes[i].colorCount = count;
+            content.palettes[i].stored = content.palettes.at(target).stored.left(count * 4);
         }
     }
 
@@ -392,6 +395,9 @@ bool SffReader::readVersion2(QByteArray const &data, SffContent &content)
                                 .arg(palette)
                                 .arg(paletteCount));
         }
+        // PNG sprites need 2.01, whatever the header says.
+        if (png)
+            content.version = SffVersion::V201;
         sprite.image = image;
         content.sprites.append(sprite);
     }

@@ -11,6 +11,8 @@
 
 #include <QRegularExpression>
 
+#include <cstring>
+
 namespace Kenro::Ikemen {
 
 namespace {
@@ -47,6 +49,20 @@ QList<QPair<int, QString>> paletteFiles(QByteArray const &definition)
             files.append({slot, m.captured(2)});
     }
     return files;
+}
+
+// Equal pixel bytes; for indexed images the indices only, as the palette
+// belongs to the sprite.
+bool samePixels(QImage const &a, QImage const &b)
+{
+    if (a.isNull() || a.format() != b.format() || a.size() != b.size())
+        return false;
+    qsizetype const bytes = qsizetype(a.width()) * a.depth() / 8;
+    for (int y = 0; y < a.height(); ++y) {
+        if (std::memcmp(a.constScanLine(y), b.constScanLine(y), size_t(bytes)) != 0)
+            return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -196,18 +212,8 @@ std::shared_ptr<SffImage> SffSprites::imageFor(QImage const &image, ShareMode sh
     // Only the question of a real candidate is asked.
     for (SffSprite const *sprite : m_items) {
         std::shared_ptr<SffImage> const &other = sprite->imageData();
-        if (other && other->image.format() == image.format() &&
-            other->image.size() == image.size()) {
-            QImage a = other->image;
-            QImage b = image;
-            if (a.format() == QImage::Format_Indexed8) {
-                // Indices only: the palette belongs to the sprite.
-                a.setColorTable({});
-                b.setColorTable({});
-            }
-            if (a == b)
-                return mayShare(share) ? other : fresh;
-        }
+        if (other && samePixels(other->image, image))
+            return mayShare(share) ? other : fresh;
     }
     return fresh;
 }

@@ -85,6 +85,20 @@ bool storedAlike(SffPaletteData const &a, SffPaletteData const &b)
     return true;
 }
 
+// True when the stored bytes of \a palette still hold its colours.
+bool keepsStored(SffPaletteData const &palette)
+{
+    if (palette.stored.size() != qsizetype(palette.colorCount) * 4)
+        return false;
+    auto const *bytes = reinterpret_cast<uchar const *>(palette.stored.constData());
+    for (int c = 0; c < palette.colorCount; ++c) {
+        RGBA const &color = palette.colors[c];
+        if (bytes[4 * c] != color.r || bytes[4 * c + 1] != color.g || bytes[4 * c + 2] != color.b)
+            return false;
+    }
+    return true;
+}
+
 } // namespace
 
 QString SffWriter::errorString() const
@@ -210,6 +224,12 @@ QByteArray SffWriter::writeVersion2(SffContent const &content, SffVersion versio
         } else {
             put32(node, 8, quint32(literal.size()));
             put32(node, 12, quint32(palette.colorCount) * 4);
+            if (keepsStored(palette)) {
+                // Whatever the fourth bytes held goes back as it was.
+                literal += palette.stored;
+                paletteNodes += node;
+                continue;
+            }
             for (int c = 0; c < palette.colorCount; ++c) {
                 RGBA const &color = palette.colors[c];
                 // The fourth byte is reserved in 2.00; 2.01 writers put alpha there.
@@ -237,12 +257,12 @@ QByteArray SffWriter::writeVersion2(SffContent const &content, SffVersion versio
         put16(node, 24, quint16(qMax(0, sprite.palette)));
         auto const first = image ? firstUser.find(image) : firstUser.end();
         if (first != firstUser.end()) {
-            // A linked sprite: no data of its own.
-            QByteArray const &source =
+            // A linked sprite: no data of its own, the source's format and place.
+            QByteArray const source =
                 spriteNodes.mid(qsizetype(first->second) * SpriteNodeSize, SpriteNodeSize);
             put16(node, 12, quint16(first->second));
-            node[14] = source[14];
-            node[15] = source[15];
+            for (int at : {14, 15, 16, 17, 18, 19, 26, 27})
+                node[at] = source[at];
             spriteNodes += node;
             continue;
         }
