@@ -375,6 +375,8 @@ bool SffSprites::fromFile(Archive &archive, QString const &name, unsigned int fl
     }
     setContent(content);
     m_modified = false;
+    if (!(flags & Copy))
+        m_fileName = name;
     ProjectFile::fromFile(archive, name, flags, stats);
     return true;
 }
@@ -402,12 +404,20 @@ bool SffSprites::toFile(Archive &archive, QString const &name, unsigned int flag
         return false;
     }
     archive.closeFile(device);
-    if (!(flags & Copy) && m_modified) {
-        m_modified = false;
-        Q_EMIT changed(false);
+    if (!(flags & Copy)) {
+        m_fileName = name;
+        if (m_modified) {
+            m_modified = false;
+            Q_EMIT changed(false);
+        }
     }
     ProjectFile::toFile(archive, name, flags, stats);
     return true;
+}
+
+QString SffSprites::fileName() const
+{
+    return m_fileName;
 }
 
 QList<ProjectFile::SearchResult> SffSprites::search(RegExp const &, unsigned int) const

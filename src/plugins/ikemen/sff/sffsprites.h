@@ -86,6 +86,7 @@ public:
     bool isModified() const override;
     bool isEmpty() const override;
     void reset() override;
+    QString fileName() const override;
     bool toFile(Archive &archive, QString const &name, unsigned int flags,
                 JobStats *stats) override;
     bool fromFile(Archive &archive, QString const &name, unsigned int flags,
@@ -104,6 +105,7 @@ private:
     void error(QString const &name, QString const &text);
 
     SffPalettes m_palettes;
+    QString m_fileName;
     QList<SffSprite *> m_items;
     SffVersion m_version = SffVersion::V201;
     bool m_sharedPalette = false;

@@ -223,7 +223,13 @@ QByteArray SffWriter::writeVersion2(SffContent const &content, SffVersion versio
             put16(node, 6, quint16(link));
         } else {
             put32(node, 8, quint32(literal.size()));
-            put32(node, 12, quint32(palette.colorCount) * 4);
+            // A length of 0 would make a link: an empty palette keeps one colour's bytes.
+            put32(node, 12, quint32(qMax<int>(palette.colorCount, 1)) * 4);
+            if (palette.colorCount == 0) {
+                literal += QByteArray(4, 0);
+                paletteNodes += node;
+                continue;
+            }
             if (keepsStored(palette)) {
                 // Whatever the fourth bytes held goes back as it was.
                 literal += palette.stored;
@@ -285,11 +291,11 @@ QByteArray SffWriter::writeVersion2(SffContent const &content, SffVersion versio
         } else if (!isTrueColor(pixels)) {
             format = FormatRLE8;
             depth = 8;
-            data = length32(quint32(pixels.width() * pixels.height()));
-            QBuffer buffer(&data);
-            buffer.open(QIODevice::WriteOnly | QIODevice::Append);
+            QByteArray stream;
+            QBuffer buffer(&stream);
             if (!saveRLE8(pixels, &buffer))
                 return fail(QStringLiteral("%1 cannot be encoded as RLE8").arg(name(sprite)));
+            data = length32(quint32(pixels.width() * pixels.height())) + stream;
         } else if (!png) {
             return fail(QStringLiteral("%1 is a true-colour image, which version 2.00 cannot "
                                        "hold; version 2.01 can")
@@ -298,13 +304,13 @@ QByteArray SffWriter::writeVersion2(SffContent const &content, SffVersion versio
             bool const alpha = pixels.hasAlphaChannel();
             format = alpha ? FormatPNG32 : FormatPNG24;
             depth = alpha ? 32 : 24;
-            data = length32(quint32(pixels.width() * pixels.height() * (alpha ? 4 : 3)));
-            QBuffer buffer(&data);
-            buffer.open(QIODevice::WriteOnly | QIODevice::Append);
             QImage const stored =
                 pixels.convertToFormat(alpha ? QImage::Format_ARGB32 : QImage::Format_RGB888);
+            QByteArray stream;
+            QBuffer buffer(&stream);
             if (!savePNG(stored, &buffer))
                 return fail(QStringLiteral("%1 cannot be encoded as PNG").arg(name(sprite)));
+            data = length32(quint32(pixels.width() * pixels.height() * (alpha ? 4 : 3))) + stream;
         }
         if (data.isEmpty())
             data = length32(0);
