@@ -309,12 +309,12 @@ void TestSffMalformed::randomMutations_data()
                             << 800;
     QTest::newRow("ending") << KenroTest::readFile(data +
                                                    QStringLiteral("/game/chars/kfm/ending.sff"))
-                            << 150;
+                            << 80;
     QTest::newRow("num72") << KenroTest::readFile(data +
                                                   QStringLiteral("/game/screenpack/num72.sff"))
                            << 60;
     QTest::newRow("kfm") << KenroTest::readFile(data + QStringLiteral("/game/chars/kfm/kfm.sff"))
-                         << 40;
+                         << 25;
 }
 
 void TestSffMalformed::randomMutations()
