@@ -24,6 +24,11 @@ QString SffPalette::file() const
     return m_file;
 }
 
+QString SffPalette::label() const
+{
+    return QStringLiteral("%1, %2").arg(m_data.group).arg(m_data.number);
+}
+
 unsigned int SffPalette::identifier() const
 {
     return (unsigned int)(m_data.group) << 16 | m_data.number;

@@ -21,6 +21,8 @@ public:
     SffPaletteData const &data() const;
     /// The palette file that the colours came from, or empty for a palette of the archive.
     QString file() const;
+    /// "group, number".
+    QString label() const;
     /// group * 65536 + number.
     unsigned int identifier() const;
     /// Changes the group and number to those of \a identifier; false when another palette has them.

@@ -43,15 +43,6 @@ SffPalette *SffPalettes::palette(unsigned int index) const
     return index < count() ? m_items.at(int(index)) : nullptr;
 }
 
-int SffPalettes::indexOf(Palette const *palette) const
-{
-    for (int i = 0; i < m_items.size(); ++i) {
-        if (m_items.at(i) == palette)
-            return i;
-    }
-    return -1;
-}
-
 unsigned int SffPalettes::freeIdentifier(quint16 group) const
 {
     unsigned int number = 0;
@@ -116,37 +107,16 @@ void SffPalettes::rowChanged(int row)
     m_sprites->markModified();
 }
 
-int SffPalettes::rowCount(QModelIndex const &parent) const
-{
-    return parent.isValid() ? 0 : int(m_items.size());
-}
-
-QVariant SffPalettes::data(QModelIndex const &index, int role) const
-{
-    using Check = QAbstractItemModel::CheckIndexOption;
-    if (!checkIndex(index, Check::IndexIsValid | Check::ParentIsInvalid) || role != Qt::DisplayRole)
-        return QVariant();
-    SffPaletteData const &data = m_items.at(index.row())->data();
-    return QStringLiteral("%1, %2").arg(data.group).arg(data.number);
-}
-
-void SffPalettes::move(unsigned int from, unsigned int to)
-{
-    int const f = int(from);
-    int const t = int(to);
-    if (f == t || from >= count() || to >= count())
-        return;
-    beginMoveRows(QModelIndex(), f, f, QModelIndex(), t > f ? t + 1 : t);
-    m_items.move(f, t);
-    endMoveRows();
-    m_sprites->markModified();
-}
-
 int SffPalettes::compare(unsigned int a, unsigned int b) const
 {
     unsigned int const first = m_items.at(int(a))->identifier();
     unsigned int const second = m_items.at(int(b))->identifier();
     return first < second ? -1 : (first > second ? 1 : 0);
+}
+
+void SffPalettes::touched()
+{
+    m_sprites->markModified();
 }
 
 void SffPalettes::beginChange()

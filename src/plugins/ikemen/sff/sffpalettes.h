@@ -1,5 +1,8 @@
 #pragma once
 
+#include "sffitemlist.h"
+#include "sffpalette.h"
+
 #include <kenro/imaging/palettes.h>
 
 namespace Kenro {
@@ -8,7 +11,6 @@ class Archive;
 
 namespace Kenro::Ikemen {
 
-class SffPalette;
 class SffSprites;
 struct SffPaletteData;
 
@@ -17,7 +19,7 @@ struct SffPaletteData;
  * palettes loaded from a character's palette files. Identifiers are numbers,
  * group * 65536 + number.
  */
-class SffPalettes : public Palettes
+class SffPalettes : public SffItemList<Palettes, SffPalette>
 {
     Q_OBJECT
 
@@ -27,8 +29,6 @@ public:
 
     /// The palette at \a index as its own class, or null.
     SffPalette *palette(unsigned int index) const;
-    /// The index of \a palette, or -1.
-    int indexOf(Palette const *palette) const;
     /// An identifier in \a group that no palette has.
     unsigned int freeIdentifier(quint16 group) const;
     /// Appends a palette as read from an archive or a palette file, telling views.
@@ -44,10 +44,6 @@ public:
     /// Tells views that the palette at \a row changed, and marks the file modified.
     void rowChanged(int row);
 
-    int rowCount(QModelIndex const &parent = QModelIndex()) const override;
-    /// "group, number" of each palette.
-    QVariant data(QModelIndex const &index, int role = Qt::DisplayRole) const override;
-    void move(unsigned int from, unsigned int to) override;
     /// By group, then number.
     int compare(unsigned int a, unsigned int b) const override;
     void beginChange() override;
@@ -68,12 +64,14 @@ public:
     /// Removes every palette of the archive that no sprite uses; palette files stay.
     void clearUnused() override;
 
+protected:
+    void touched() override;
+
 private:
     SffPalette *findEqual(RGBA const *colors) const;
     bool mayShare(ShareMode share) const;
 
     SffSprites *m_sprites;
-    QList<SffPalette *> m_items;
 };
 
 } // namespace Kenro::Ikemen

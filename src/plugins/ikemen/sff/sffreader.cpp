@@ -1,9 +1,10 @@
 #include "sffreader.h"
 
+#include "sfflayout.h"
+
 #include <kenro/imaging/imagecodecs.h>
 
 #include <QBuffer>
-#include <QHash>
 
 #include <cstring>
 
@@ -11,27 +12,23 @@ namespace Kenro::Ikemen {
 
 namespace {
 
-constexpr int HeaderSize = 512;
-constexpr int Version1SubheaderSize = 32;
-constexpr int SpriteNodeSize = 28;
-constexpr int PaletteNodeSize = 16;
+using namespace SffLayout;
+
 char const signature[12] = {'E', 'l', 'e', 'c', 'b', 'y', 't', 'e', 'S', 'p', 'r', 0};
 
-// Little-endian fields at fixed places; callers check the bounds first.
 quint16 u16(QByteArray const &data, qint64 at)
 {
-    auto const *p = reinterpret_cast<uchar const *>(data.constData() + at);
-    return quint16(p[0] | (p[1] << 8));
+    return get16(data, at);
 }
 
 qint16 s16(QByteArray const &data, qint64 at)
 {
-    return qint16(u16(data, at));
+    return qint16(get16(data, at));
 }
 
 quint32 u32(QByteArray const &data, qint64 at)
 {
-    return quint32(u16(data, at)) | (quint32(u16(data, at + 2)) << 16);
+    return get32(data, at);
 }
 
 quint8 u8(QByteArray const &data, qint64 at)
@@ -70,6 +67,19 @@ void colorsOf(QImage const &image, RGBA (&colors)[256])
 bool sameColors(SffPaletteData const &palette, RGBA const (&colors)[256])
 {
     return std::memcmp(palette.colors, colors, sizeof colors) == 0;
+}
+
+// Where the chain of links from \a index ends (-1 entries store data);
+// -1 when the chain goes round.
+int linkTarget(QList<int> const &links, int index)
+{
+    int target = index;
+    for (int steps = 0; links.at(target) >= 0; ++steps) {
+        if (steps >= links.size())
+            return -1;
+        target = links.at(target);
+    }
+    return target;
 }
 
 } // namespace
@@ -138,17 +148,18 @@ bool SffReader::readVersion1(QByteArray const &data, SffContent &content)
         sprite.number = u16(data, offset + 14);
         quint16 const link = u16(data, offset + 16);
         bool const same = u8(data, offset + 18) != 0;
-        QString const name = where(int(k), sprite.group, sprite.number);
+        // Named only for a message: formatting costs more than reading the node.
+        auto const name = [&] { return where(int(k), sprite.group, sprite.number); };
         if (next != 0 && next <= offset)
             return fail(QStringLiteral("%1: the next sprite lies at offset %2, not after it")
-                            .arg(name)
+                            .arg(name())
                             .arg(next));
         SffSpriteData const *previous = k > 0 ? &content.sprites.last() : nullptr;
         if (length == 0) {
             // A linked sprite: a copy of an earlier one.
             if (link >= k)
                 return fail(QStringLiteral("%1 links to sprite %2, which does not come before it")
-                                .arg(name)
+                                .arg(name())
                                 .arg(link));
             SffSpriteData const &source = content.sprites.at(link);
             sprite.image = source.image;
@@ -163,14 +174,14 @@ bool SffReader::readVersion1(QByteArray const &data, SffContent &content)
                 extent = next - start;
             if (!fits(start, extent, size))
                 return fail(QStringLiteral("%1: its %2 bytes of data run past the end of the file")
-                                .arg(name)
+                                .arg(name())
                                 .arg(length));
             QByteArray bytes = QByteArray::fromRawData(data.constData() + start, qsizetype(extent));
             QBuffer buffer(&bytes);
             auto image = std::make_shared<SffImage>();
             bool hasPalette = false;
             if (!loadPCX(image->image, &buffer, &hasPalette) || image->image.isNull())
-                return fail(QStringLiteral("%1: the PCX data cannot be decoded").arg(name));
+                return fail(QStringLiteral("%1: the PCX data cannot be decoded").arg(name()));
             image->image.detach();
             sprite.image = image;
             if (same && previous && previous->palette >= 0) {
@@ -204,14 +215,14 @@ bool SffReader::readVersion1(QByteArray const &data, SffContent &content)
 bool SffReader::readVersion2(QByteArray const &data, SffContent &content)
 {
     quint64 const size = quint64(data.size());
-    quint32 const spriteOffset = u32(data, 36);
-    quint32 const spriteCount = u32(data, 40);
-    quint32 const paletteOffset = u32(data, 44);
-    quint32 const paletteCount = u32(data, 48);
-    quint32 const literalOffset = u32(data, 52);
-    quint32 const literalLength = u32(data, 56);
-    quint32 const translateOffset = u32(data, 60);
-    quint32 const translateLength = u32(data, 64);
+    quint32 const spriteOffset = u32(data, SpriteListOffset);
+    quint32 const spriteCount = u32(data, SpriteCount);
+    quint32 const paletteOffset = u32(data, PaletteListOffset);
+    quint32 const paletteCount = u32(data, PaletteCount);
+    quint32 const literalOffset = u32(data, LiteralOffset);
+    quint32 const literalLength = u32(data, LiteralLength);
+    quint32 const translateOffset = u32(data, TranslateOffset);
+    quint32 const translateLength = u32(data, TranslateLength);
     if (!fits(spriteOffset, quint64(spriteCount) * SpriteNodeSize, size))
         return fail(
             QStringLiteral("the list of %1 sprites at offset %2 runs past the end of the file")
@@ -238,28 +249,30 @@ bool SffReader::readVersion2(QByteArray const &data, SffContent &content)
         quint16 const link = u16(data, node + 6);
         quint32 const offset = u32(data, node + 8);
         quint32 const length = u32(data, node + 12);
-        QString const name = QStringLiteral("palette %1 (group %2, number %3)")
-                                 .arg(i)
-                                 .arg(palette.group)
-                                 .arg(palette.number);
+        auto const name = [&] {
+            return QStringLiteral("palette %1 (group %2, number %3)")
+                .arg(i)
+                .arg(palette.group)
+                .arg(palette.number);
+        };
         if (palette.colorCount > 256)
             return fail(QStringLiteral("%1 counts %2 colours; 256 is the most")
-                            .arg(name)
+                            .arg(name())
                             .arg(palette.colorCount));
         std::memset(palette.colors, 0, sizeof palette.colors);
         if (length == 0) {
             if (link >= paletteCount)
                 return fail(QStringLiteral("%1 links to palette %2, past the end of the list")
-                                .arg(name)
+                                .arg(name())
                                 .arg(link));
             paletteLinks.append(link);
         } else {
             if (!fits(offset, length, literalLength))
                 return fail(QStringLiteral("%1: its data runs past the end of the literal block")
-                                .arg(name));
+                                .arg(name()));
             if (length < quint64(palette.colorCount) * 4)
                 return fail(QStringLiteral("%1: %2 bytes do not hold its %3 colours")
-                                .arg(name)
+                                .arg(name())
                                 .arg(length)
                                 .arg(palette.colorCount));
             auto const *colors =
@@ -274,12 +287,9 @@ bool SffReader::readVersion2(QByteArray const &data, SffContent &content)
         content.palettes.append(palette);
     }
     for (int i = 0; i < paletteLinks.size(); ++i) {
-        int target = i;
-        for (int steps = 0; paletteLinks.at(target) >= 0; ++steps) {
-            if (steps >= paletteLinks.size())
-                return fail(QStringLiteral("palette %1: its links go round in a loop").arg(i));
-            target = paletteLinks.at(target);
-        }
+        int const target = linkTarget(paletteLinks, i);
+        if (target < 0)
+            return fail(QStringLiteral("palette %1: its links go round in a loop").arg(i));
         if (target != i) {
             quint16 const count = content.palettes.at(i).colorCount;
             std::memcpy(content.palettes[i].colors, content.palettes.at(target).colors,
@@ -307,12 +317,12 @@ bool SffReader::readVersion2(QByteArray const &data, SffContent &content)
         quint32 const length = u32(data, node + 20);
         quint16 const palette = u16(data, node + 24);
         bool const translate = (u16(data, node + 26) & 1) != 0;
-        QString const name = where(int(i), sprite.group, sprite.number);
+        auto const name = [&] { return where(int(i), sprite.group, sprite.number); };
         sprite.palette = palette < paletteCount ? int(palette) : -1;
         if (length == 0) {
             if (link >= spriteCount)
                 return fail(QStringLiteral("%1 links to sprite %2, past the end of the list")
-                                .arg(name)
+                                .arg(name())
                                 .arg(link));
             spriteLinks.append(link);
             content.sprites.append(sprite);
@@ -324,7 +334,7 @@ bool SffReader::readVersion2(QByteArray const &data, SffContent &content)
         if (!fits(offset, length, blockLength))
             return fail(
                 QStringLiteral("%1: its data runs past the end of the %2 block")
-                    .arg(name,
+                    .arg(name(),
                          translate ? QStringLiteral("translate") : QStringLiteral("literal")));
         auto image = std::make_shared<SffImage>();
         image->stored = data.mid(qsizetype(blockOffset + offset), qsizetype(length));
@@ -335,14 +345,14 @@ bool SffReader::readVersion2(QByteArray const &data, SffContent &content)
         bool const png = format == FormatPNG8 || format == FormatPNG24 || format == FormatPNG32;
         if (format != FormatRaw && !png && format != FormatRLE8 && format != FormatRLE5 &&
             format != FormatLZ5)
-            return fail(QStringLiteral("%1: unknown pixel format %2").arg(name).arg(format));
+            return fail(QStringLiteral("%1: unknown pixel format %2").arg(name()).arg(format));
         if (format != FormatRaw && length < 4)
             return fail(QStringLiteral("%1: its %2 bytes of data are too short for a length")
-                            .arg(name)
+                            .arg(name())
                             .arg(length));
         if (!png && format != FormatRaw && pixels > mostPixels(format, length - 4))
             return fail(QStringLiteral("%1: %2 bytes cannot hold an image of %3 x %4 pixels")
-                            .arg(name)
+                            .arg(name())
                             .arg(length)
                             .arg(width)
                             .arg(height));
@@ -355,7 +365,7 @@ bool SffReader::readVersion2(QByteArray const &data, SffContent &content)
             quint64 const skip = length >= pixels + 4 && u32(image->stored, 0) == pixels ? 4 : 0;
             if (length - skip < pixels)
                 return fail(QStringLiteral("%1: %2 bytes are fewer than its %3 x %4 pixels")
-                                .arg(name)
+                                .arg(name())
                                 .arg(length)
                                 .arg(width)
                                 .arg(height));
@@ -386,12 +396,12 @@ bool SffReader::readVersion2(QByteArray const &data, SffContent &content)
         }
         if (!decoded)
             return fail(QStringLiteral("%1: the pixel data (format %2) cannot be decoded")
-                            .arg(name)
+                            .arg(name())
                             .arg(format));
         if (image->image.format() == QImage::Format_Indexed8) {
             if (sprite.palette < 0 && paletteCount > 0)
                 return fail(QStringLiteral("%1 uses palette %2 of %3")
-                                .arg(name)
+                                .arg(name())
                                 .arg(palette)
                                 .arg(paletteCount));
         }
@@ -402,14 +412,11 @@ bool SffReader::readVersion2(QByteArray const &data, SffContent &content)
         content.sprites.append(sprite);
     }
     for (int i = 0; i < spriteLinks.size(); ++i) {
-        int target = i;
-        for (int steps = 0; spriteLinks.at(target) >= 0; ++steps) {
-            if (steps >= spriteLinks.size())
-                return fail(
-                    QStringLiteral("%1: its links go round in a loop")
-                        .arg(where(i, content.sprites.at(i).group, content.sprites.at(i).number)));
-            target = spriteLinks.at(target);
-        }
+        int const target = linkTarget(spriteLinks, i);
+        if (target < 0)
+            return fail(
+                QStringLiteral("%1: its links go round in a loop")
+                    .arg(where(i, content.sprites.at(i).group, content.sprites.at(i).number)));
         content.sprites[i].image = content.sprites.at(target).image;
         if (content.sprites.at(i).palette < 0)
             content.sprites[i].palette = content.sprites.at(target).palette;

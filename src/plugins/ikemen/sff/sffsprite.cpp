@@ -56,6 +56,11 @@ SffSprite::SffSprite(SffSprites *owner, quint16 group, quint16 number,
       m_palette(palette)
 {}
 
+QString SffSprite::label() const
+{
+    return QStringLiteral("%1, %2").arg(m_group).arg(m_number);
+}
+
 quint16 SffSprite::group() const
 {
     return m_group;
@@ -103,7 +108,7 @@ QStringList SffSprite::propertyNames() const
 QVariant SffSprite::property(QString const &name) const
 {
     if (name == identifierName)
-        return QStringLiteral("%1, %2").arg(m_group).arg(m_number);
+        return label();
     if (name == QLatin1String("Group"))
         return m_group;
     if (name == QLatin1String("Number"))

@@ -20,6 +20,8 @@ public:
     SffSprite(SffSprites *owner, quint16 group, quint16 number, std::shared_ptr<SffImage> image,
               SffPalette *palette);
 
+    /// "group, number", the identifier as text.
+    QString label() const;
     quint16 group() const;
     quint16 number() const;
     /// The point of the image that stands on the sprite's position.

@@ -184,15 +184,6 @@ SffSprite *SffSprites::sprite(unsigned int index) const
     return index < count() ? m_items.at(int(index)) : nullptr;
 }
 
-int SffSprites::indexOf(Sprite const *sprite) const
-{
-    for (int i = 0; i < m_items.size(); ++i) {
-        if (m_items.at(i) == sprite)
-            return i;
-    }
-    return -1;
-}
-
 QString SffSprites::freeIdentifier(quint16 group) const
 {
     int number = 0;
@@ -235,28 +226,8 @@ void SffSprites::markModified()
     }
 }
 
-int SffSprites::rowCount(QModelIndex const &parent) const
+void SffSprites::touched()
 {
-    return parent.isValid() ? 0 : int(m_items.size());
-}
-
-QVariant SffSprites::data(QModelIndex const &index, int role) const
-{
-    using Check = QAbstractItemModel::CheckIndexOption;
-    if (!checkIndex(index, Check::IndexIsValid | Check::ParentIsInvalid) || role != Qt::DisplayRole)
-        return QVariant();
-    return m_items.at(index.row())->property(QStringLiteral("Identifier"));
-}
-
-void SffSprites::move(unsigned int from, unsigned int to)
-{
-    int const f = int(from);
-    int const t = int(to);
-    if (f == t || from >= count() || to >= count())
-        return;
-    beginMoveRows(QModelIndex(), f, f, QModelIndex(), t > f ? t + 1 : t);
-    m_items.move(f, t);
-    endMoveRows();
     markModified();
 }
 

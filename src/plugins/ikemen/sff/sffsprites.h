@@ -1,7 +1,9 @@
 #pragma once
 
 #include "sffcontent.h"
+#include "sffitemlist.h"
 #include "sffpalettes.h"
+#include "sffsprite.h"
 
 #include <kenro/imaging/sprites.h>
 
@@ -13,8 +15,6 @@ class SimpleMessages;
 
 namespace Kenro::Ikemen {
 
-class SffSprite;
-
 /**
  * A sprite archive of the runtime (.sff, versions 1.01, 2.00 and 2.01) as a
  * sprite file of a project. Reading decodes every sprite; a damaged archive
@@ -22,7 +22,7 @@ class SffSprite;
  * goes through the archive's device, so that a failed save leaves the
  * previous file in place, in the version that version() names.
  */
-class SffSprites : public Sprites
+class SffSprites : public SffItemList<Sprites, SffSprite>
 {
     Q_OBJECT
 
@@ -54,8 +54,6 @@ public:
 
     /// The sprite at \a index as its own class, or null.
     SffSprite *sprite(unsigned int index) const;
-    /// The index of \a sprite, or -1.
-    int indexOf(Sprite const *sprite) const;
     /// "group, number" text of a number that no sprite of \a group has.
     QString freeIdentifier(quint16 group) const;
     /// The image record for \a image: an equal one of another sprite under \a share, else new.
@@ -65,10 +63,6 @@ public:
     /// Marks the file modified.
     void markModified();
 
-    int rowCount(QModelIndex const &parent = QModelIndex()) const override;
-    /// "group, number" of each sprite.
-    QVariant data(QModelIndex const &index, int role = Qt::DisplayRole) const override;
-    void move(unsigned int from, unsigned int to) override;
     /// By group, then number.
     int compare(unsigned int a, unsigned int b) const override;
     void remove(unsigned int index) override;
@@ -96,6 +90,7 @@ public:
     void replace(QList<SearchResult> const &results, QString const &text) override;
 
 protected:
+    void touched() override;
     char const *fileExtension() const override;
     Messages *fileMessages() const override;
 
@@ -106,7 +101,6 @@ private:
 
     SffPalettes m_palettes;
     QString m_fileName;
-    QList<SffSprite *> m_items;
     SffVersion m_version = SffVersion::V201;
     bool m_sharedPalette = false;
     bool m_modified = false;

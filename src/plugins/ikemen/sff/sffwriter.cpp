@@ -1,5 +1,7 @@
 #include "sffwriter.h"
 
+#include "sfflayout.h"
+
 #include <kenro/imaging/imagecodecs.h>
 
 #include <QBuffer>
@@ -12,24 +14,10 @@ namespace Kenro::Ikemen {
 
 namespace {
 
-constexpr int HeaderSize = 512;
-constexpr int Version1SubheaderSize = 32;
-constexpr int SpriteNodeSize = 28;
-constexpr int PaletteNodeSize = 16;
+using namespace SffLayout;
+
 // A PCX file ends with a marker byte and 256 RGB triples.
 constexpr int PcxPaletteSize = 769;
-
-void put16(QByteArray &out, qint64 at, quint16 value)
-{
-    out[at] = char(value & 0xFF);
-    out[at + 1] = char(value >> 8);
-}
-
-void put32(QByteArray &out, qint64 at, quint32 value)
-{
-    put16(out, at, quint16(value & 0xFFFF));
-    put16(out, at + 2, quint16(value >> 16));
-}
 
 QByteArray length32(quint32 value)
 {
@@ -330,14 +318,14 @@ QByteArray SffWriter::writeVersion2(SffContent const &content, SffVersion versio
     quint32 const spriteOffset = paletteOffset + quint32(paletteNodes.size());
     quint32 const literalOffset = spriteOffset + quint32(spriteNodes.size());
     quint32 const translateOffset = literalOffset + quint32(literal.size());
-    put32(out, 36, spriteOffset);
-    put32(out, 40, quint32(content.sprites.size()));
-    put32(out, 44, paletteOffset);
-    put32(out, 48, quint32(content.palettes.size()));
-    put32(out, 52, literalOffset);
-    put32(out, 56, quint32(literal.size()));
-    put32(out, 60, translateOffset);
-    put32(out, 64, quint32(translate.size()));
+    put32(out, SpriteListOffset, spriteOffset);
+    put32(out, SpriteCount, quint32(content.sprites.size()));
+    put32(out, PaletteListOffset, paletteOffset);
+    put32(out, PaletteCount, quint32(content.palettes.size()));
+    put32(out, LiteralOffset, literalOffset);
+    put32(out, LiteralLength, quint32(literal.size()));
+    put32(out, TranslateOffset, translateOffset);
+    put32(out, TranslateLength, quint32(translate.size()));
     out += paletteNodes;
     out += spriteNodes;
     out += literal;

@@ -1,3 +1,4 @@
+#include "sfflayout.h"
 #include "sffreader.h"
 #include "sffsprites.h"
 #include "sffwriter.h"
@@ -9,7 +10,6 @@
 
 #include <QRandomGenerator>
 #include <QTest>
-#include <QtEndian>
 
 #include <cstring>
 #include <functional>
@@ -19,32 +19,7 @@ using namespace Kenro::Ikemen;
 
 namespace {
 
-// Places in a version 2 header and its nodes.
-constexpr int SpriteListOffset = 36;
-constexpr int SpriteCount = 40;
-constexpr int PaletteListOffset = 44;
-constexpr int PaletteCount = 48;
-constexpr int LiteralLength = 56;
-constexpr int TranslateLength = 64;
-
-void put16(QByteArray &data, qint64 at, quint16 value)
-{
-    data[at] = char(value & 0xFF);
-    data[at + 1] = char(value >> 8);
-}
-
-void put32(QByteArray &data, qint64 at, quint32 value)
-{
-    put16(data, at, quint16(value & 0xFFFF));
-    put16(data, at + 2, quint16(value >> 16));
-}
-
-quint32 get32(QByteArray const &data, qint64 at)
-{
-    quint32 value = 0;
-    std::memcpy(&value, data.constData() + at, 4);
-    return qFromLittleEndian(value);
-}
+using namespace Kenro::Ikemen::SffLayout;
 
 // A small archive: two palettes, sprites 0 and 1 with images of their own
 // (indexed and, in 2.01, true colour), sprite 2 a link to sprite 0.
@@ -218,13 +193,13 @@ void TestSffMalformed::refused_data()
     QTest::newRow("bad pixel stream") << v2 << Edit([](QByteArray &d) {
         // An RLE8 run packet cut short by the end of the stream.
         qint64 const node = spriteNode(d, 1);
-        qint64 const data = get32(d, 52) + get32(d, node + 16);
+        qint64 const data = get32(d, LiteralOffset) + get32(d, node + 16);
         put32(d, node + 20, 5);
         d[data + 4] = char(0x45);
     }) << "pixel data (format 2) cannot be decoded";
     QTest::newRow("bad PNG") << png << Edit([](QByteArray &d) {
         qint64 const node = spriteNode(d, 1);
-        qint64 const data = get32(d, 52) + get32(d, node + 16);
+        qint64 const data = get32(d, LiteralOffset) + get32(d, node + 16);
         d[data + 4 + 20] = char(~d.at(data + 4 + 20));
         d[data + 4 + 1] = 'X';
     }) << "format 12) cannot be decoded";
