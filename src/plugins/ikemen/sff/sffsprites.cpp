@@ -311,6 +311,16 @@ void SffSprites::clear()
     markModified();
 }
 
+QAbstractItemModel *SffSprites::model()
+{
+    return this;
+}
+
+bool SffSprites::canSave() const
+{
+    return true;
+}
+
 bool SffSprites::isModified() const
 {
     return m_modified;

@@ -77,6 +77,10 @@ public:
     int find(unsigned int from, QVariant const &identifier) const override;
     void clear() override;
 
+    /// The list of sprites.
+    QAbstractItemModel *model() override;
+    /// True: every content can be written, in a version that holds it.
+    bool canSave() const override;
     bool isModified() const override;
     bool isEmpty() const override;
     void reset() override;

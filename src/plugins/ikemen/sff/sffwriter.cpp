@@ -113,7 +113,19 @@ QByteArray SffWriter::write(SffContent const &content, SffVersion version)
         if (sprite.palette >= content.palettes.size())
             return fail(
                 QStringLiteral("%1 uses a palette that is not in the list").arg(name(sprite)));
+        QImage const image = sprite.image ? sprite.image->image : QImage();
+        if (image.width() > 0xFFFF || image.height() > 0xFFFF)
+            return fail(
+                QStringLiteral("%1 is %2 x %3 pixels; an archive holds at most 65535 a side")
+                    .arg(name(sprite))
+                    .arg(image.width())
+                    .arg(image.height()));
     }
+    if (content.sprites.size() > 0xFFFF || content.palettes.size() > 0xFFFF)
+        return fail(
+            QStringLiteral("%1 sprites and %2 palettes: an archive holds at most 65535 of each")
+                .arg(content.sprites.size())
+                .arg(content.palettes.size()));
     return version == SffVersion::V101 ? writeVersion1(content) : writeVersion2(content, version);
 }
 
