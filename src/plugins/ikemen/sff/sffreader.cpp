@@ -69,6 +69,32 @@ bool sameColors(SffPaletteData const &palette, RGBA const (&colors)[256])
     return std::memcmp(palette.colors, colors, sizeof colors) == 0;
 }
 
+// An 8-bit PNG as palette indices. Qt loads a PNG whose palette is a grey
+// ramp as grey levels and one of 1, 2 or 4 bits as a mono or indexed image;
+// their bytes are indices all the same. False for a PNG of more colours.
+bool asIndices(QImage &image)
+{
+    switch (image.format()) {
+    case QImage::Format_Indexed8:
+        return true;
+    case QImage::Format_Grayscale8: {
+        QImage indexed(image.size(), QImage::Format_Indexed8);
+        if (indexed.isNull())
+            return false;
+        for (int y = 0; y < image.height(); ++y)
+            std::memcpy(indexed.scanLine(y), image.constScanLine(y), size_t(image.width()));
+        image = indexed;
+        return true;
+    }
+    case QImage::Format_Mono:
+    case QImage::Format_MonoLSB:
+        image = image.convertToFormat(QImage::Format_Indexed8);
+        return image.format() == QImage::Format_Indexed8;
+    default:
+        return false;
+    }
+}
+
 // Where the chain of links from \a index ends (-1 entries store data);
 // -1 when the chain goes round.
 int linkTarget(QList<int> const &links, int index)
@@ -380,7 +406,7 @@ bool SffReader::readVersion2(QByteArray const &data, SffContent &content)
             decoded = loadPNG(image->image, &buffer) && image->image.width() == width &&
                 image->image.height() == height;
             if (decoded && format == FormatPNG8)
-                decoded = image->image.format() == QImage::Format_Indexed8;
+                decoded = asIndices(image->image);
             else if (decoded)
                 image->image = image->image.convertToFormat(
                     format == FormatPNG24 ? QImage::Format_RGB32 : QImage::Format_ARGB32);

@@ -8,15 +8,18 @@
 #include <memoryarchive.h>
 #include <testdata.h>
 
+#include <kenro/imaging/imagecodecs.h>
 #include <kenro/project/filesystemarchive.h>
 #include <kenro/project/messages.h>
 
+#include <QBuffer>
 #include <QCryptographicHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
 #include <QTest>
+#include <QtEndian>
 
 #include <cstring>
 #include <map>
@@ -145,6 +148,8 @@ private Q_SLOTS:
     void characterPalettes();
     void actPaletteRoundTrip();
     void editing();
+    void everyPixelFormat_data();
+    void everyPixelFormat();
 
 private:
     std::map<QString, SffSprites *> m_open;
@@ -529,6 +534,127 @@ void TestSff::editing()
     QCOMPARE(sprites->count(), 2u);
     QVERIFY(!second->imageIsShared());
     sprites->release();
+}
+
+namespace {
+
+QByteArray withLength(quint32 length, QByteArray const &stream)
+{
+    QByteArray bytes(4, 0);
+    qToLittleEndian(length, bytes.data());
+    return bytes + stream;
+}
+
+template<typename Save>
+QByteArray encoded(QImage const &image, Save save)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    save(image, &buffer);
+    return bytes;
+}
+
+} // namespace
+
+void TestSff::everyPixelFormat_data()
+{
+    QTest::addColumn<int>("format");
+    QTest::addColumn<QByteArray>("stored");
+    QTest::addColumn<QImage>("expected");
+    QImage indexed(7, 5, QImage::Format_Indexed8);
+    for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < 7; ++x)
+            indexed.scanLine(y)[x] = uchar((x / 3 + y) % 4 + (x == 6 ? 28 : 0));
+    QList<QRgb> colours;
+    QList<QRgb> grey;
+    for (int i = 0; i < 256; ++i) {
+        colours.append(qRgb(i, 255 - i, i / 2));
+        grey.append(qRgb(i, i, i));
+    }
+    indexed.setColorTable(colours);
+    QImage greyIndexed = indexed;
+    greyIndexed.setColorTable(grey);
+    quint32 const pixels = 7 * 5;
+    QByteArray raw;
+    for (int y = 0; y < 5; ++y)
+        raw.append(reinterpret_cast<char const *>(indexed.constScanLine(y)), 7);
+    QTest::newRow("raw") << int(FormatRaw) << raw << indexed;
+    QTest::newRow("raw with a length") << int(FormatRaw) << withLength(pixels, raw) << indexed;
+    QTest::newRow("RLE8") << int(FormatRLE8) << withLength(pixels, encoded(indexed, saveRLE8))
+                          << indexed;
+    auto const lz5 = [](QImage const &image, QIODevice *device) {
+        return saveLZ5(image, device, true);
+    };
+    QTest::newRow("LZ5") << int(FormatLZ5) << withLength(pixels, encoded(indexed, lz5)) << indexed;
+    // RLE5 has no encoder: 6 pixels of colour 5 (first run, colour byte), then
+    // runs of 2 pixels of 1 and 27 pixels ... of 9, in packets of up to 8.
+    QImage five(7, 5, QImage::Format_Indexed8);
+    five.fill(0);
+    QByteArray rle5 = QByteArray::fromHex("05 85 05 21 e9 e9 e9 69");
+    for (int i = 0; i < 35; ++i)
+        five.scanLine(i / 7)[i % 7] = uchar(i < 6 ? 5 : i < 8 ? 1 : 9);
+    QTest::newRow("RLE5") << int(FormatRLE5) << withLength(pixels, rle5) << five;
+    QTest::newRow("PNG8") << int(FormatPNG8) << withLength(pixels, encoded(indexed, savePNG))
+                          << indexed;
+    // Qt writes an indexed image of a grey ramp as a grey PNG.
+    QTest::newRow("PNG8 grey") << int(FormatPNG8)
+                               << withLength(pixels, encoded(greyIndexed, savePNG)) << indexed;
+    QImage mono(9, 2, QImage::Format_Mono);
+    mono.setColorTable({qRgb(0, 0, 0), qRgb(255, 0, 0)});
+    mono.fill(0);
+    mono.setPixel(3, 1, 1);
+    QTest::newRow("PNG8 of 1 bit") << int(FormatPNG8) << withLength(18, encoded(mono, savePNG))
+                                   << mono.convertToFormat(QImage::Format_Indexed8);
+    QImage rgb(3, 2, QImage::Format_RGB32);
+    rgb.fill(qRgb(200, 100, 50));
+    rgb.setPixel(1, 1, qRgb(1, 2, 3));
+    QTest::newRow("PNG24")
+        << int(FormatPNG24)
+        << withLength(6 * 3, encoded(rgb.convertToFormat(QImage::Format_RGB888), savePNG)) << rgb;
+    QImage argb(3, 2, QImage::Format_ARGB32);
+    argb.fill(qRgba(200, 100, 50, 7));
+    argb.setPixel(0, 1, qRgba(1, 2, 3, 255));
+    QTest::newRow("PNG32") << int(FormatPNG32) << withLength(6 * 4, encoded(argb, savePNG)) << argb;
+}
+
+void TestSff::everyPixelFormat()
+{
+    QFETCH(int, format);
+    QFETCH(QByteArray, stored);
+    QFETCH(QImage, expected);
+    // An archive with the stream stored as it stands, in the translate block
+    // for the indexed ones, as stages keep them.
+    SffContent content;
+    content.version = SffVersion::V201;
+    SffPaletteData palette;
+    std::memset(palette.colors, 0, sizeof palette.colors);
+    content.palettes.append(palette);
+    auto image = std::make_shared<SffImage>();
+    image->image = expected;
+    image->stored = stored;
+    image->storedFormat = quint8(format);
+    image->storedDepth = format == FormatPNG24 ? 24 : format == FormatPNG32 ? 32 : 8;
+    image->storedInTranslateBlock = expected.format() == QImage::Format_Indexed8;
+    content.sprites.append({3, 4, 1, -1, image, 0});
+    content.sprites.append({3, 5, 0, 0, image, 0});
+    SffWriter writer;
+    QByteArray const bytes = writer.write(content, SffVersion::V201);
+    QVERIFY(!bytes.isEmpty());
+    SffReader reader;
+    SffContent read;
+    QVERIFY2(reader.read(bytes, read), qPrintable(reader.errorString()));
+    QCOMPARE(read.sprites.size(), 2);
+    QImage const decoded = read.sprites.at(0).image->image;
+    QCOMPARE(decoded.format(), expected.format());
+    QCOMPARE(decoded.size(), expected.size());
+    QCOMPARE(packedPixels(decoded), packedPixels(expected));
+    QCOMPARE(read.sprites.at(1).image, read.sprites.at(0).image);
+    QCOMPARE(read.sprites.at(0).image->storedFormat, quint8(format));
+    // Encoded anew (the stored stream dropped), the pixels stay.
+    read.sprites[0].image->storedFormat = FormatNone;
+    SffContent again;
+    QVERIFY(reader.read(writer.write(read, SffVersion::V201), again));
+    QCOMPARE(packedPixels(again.sprites.at(1).image->image), packedPixels(expected));
 }
 
 QTEST_GUILESS_MAIN(TestSff)
