@@ -54,6 +54,24 @@ quint64 mostPixels(quint8 format, quint64 length)
     return format == FormatRLE8 ? length * 32 + 64 : length * 132 + 264;
 }
 
+// False when the PCX header of \a pcx names an image that its data cannot
+// fill: a run packet gives at most 63 bytes for 2, and a line is never
+// narrower than the image. Nothing is allocated for such a header.
+bool pcxFits(QByteArray const &pcx)
+{
+    constexpr int PcxHeaderSize = 128;
+    if (pcx.size() < PcxHeaderSize)
+        return true; // the decoder refuses it
+    qint64 const width = qint64(get16(pcx, 8)) - get16(pcx, 4) + 1;
+    qint64 const height = qint64(get16(pcx, 10)) - get16(pcx, 6) + 1;
+    qint64 const planes = quint8(pcx.at(65));
+    qint64 const lineBytes = get16(pcx, 66);
+    if (width <= 0 || height <= 0)
+        return true;
+    return width <= lineBytes &&
+        height * planes * lineBytes <= 32 * qint64(pcx.size() - PcxHeaderSize) + 64;
+}
+
 // Colours as the image of a PCX file carries them, with the archive's alpha.
 void colorsOf(QImage const &image, RGBA (&colors)[256])
 {
@@ -155,7 +173,6 @@ bool SffReader::readVersion1(QByteArray const &data, SffContent &content)
     if (count > (size - HeaderSize) / Version1SubheaderSize)
         return fail(
             QStringLiteral("the header counts %1 sprites, more than the file can hold").arg(count));
-    QList<quint8> samePalette;
     for (quint32 k = 0; k < count; ++k) {
         if (offset == 0)
             return fail(QStringLiteral("the list of sprites ends after %1 of the %2 counted")
@@ -203,6 +220,11 @@ bool SffReader::readVersion1(QByteArray const &data, SffContent &content)
                                 .arg(name())
                                 .arg(length));
             QByteArray bytes = QByteArray::fromRawData(data.constData() + start, qsizetype(extent));
+            if (!pcxFits(bytes))
+                return fail(QStringLiteral("%1: the PCX header asks for more pixels than its %2 "
+                                           "bytes can hold")
+                                .arg(name())
+                                .arg(extent));
             QBuffer buffer(&bytes);
             auto image = std::make_shared<SffImage>();
             bool hasPalette = false;

@@ -226,6 +226,14 @@ void TestSffMalformed::refused_data()
         qint64 const third = get32(d, second);
         put16(d, third + 16, 2);
     }) << "links to sprite 2, which does not come before it";
+    QTest::newRow("v1 PCX of 65535 x 65535") << v1 << Edit([](QByteArray &d) {
+        put16(d, 512 + 32 + 8, 65534);
+        put16(d, 512 + 32 + 10, 65534);
+        put16(d, 512 + 32 + 66, 65535);
+    }) << "sprite 0 (group 1, number 0): the PCX header asks for more pixels";
+    QTest::newRow("v1 PCX wider than its lines")
+        << v1 << Edit([](QByteArray &d) { put16(d, 512 + 32 + 8, 4000); })
+        << "asks for more pixels";
     QTest::newRow("v1 bad PCX") << v1 << Edit([](QByteArray &d) { d[512 + 32] = 9; })
                                 << "sprite 0 (group 1, number 0): the PCX data cannot be decoded";
 }
