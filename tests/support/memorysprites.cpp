@@ -477,15 +477,20 @@ void MemorySprites::markModified()
     }
 }
 
-int MemorySprites::compare(unsigned int a, unsigned int b) const
+int compareSubItems(QVariant const &a, QVariant const &b)
 {
     SubItem first;
     SubItem second;
-    SubItem::parse(items.at(int(a))->identifier.toString(), first);
-    SubItem::parse(items.at(int(b))->identifier.toString(), second);
+    SubItem::parse(a.toString(), first);
+    SubItem::parse(b.toString(), second);
     if (first.first != second.first)
         return first.first < second.first ? -1 : 1;
     return first.second < second.second ? -1 : (first.second > second.second ? 1 : 0);
+}
+
+int MemorySprites::compare(unsigned int a, unsigned int b) const
+{
+    return compareSubItems(items.at(int(a))->identifier, items.at(int(b))->identifier);
 }
 
 void MemorySprites::beginChange()

@@ -34,6 +34,9 @@ public:
     Kenro::Palette *duplicate() override;
 };
 
+/// The order of "group, number" identifiers: by group, then number.
+int compareSubItems(QVariant const &a, QVariant const &b);
+
 /**
  * The rows of a collection held in memory: items with an `identifier`, which
  * is what the list shows.

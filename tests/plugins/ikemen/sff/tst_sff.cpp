@@ -6,6 +6,7 @@
 #include "sffwriter.h"
 
 #include <memoryarchive.h>
+#include <streammanifest.h>
 #include <testdata.h>
 
 #include <kenro/imaging/imagecodecs.h>
@@ -14,9 +15,6 @@
 
 #include <QBuffer>
 #include <QCryptographicHash>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QSet>
 #include <QTest>
 #include <QtEndian>
@@ -178,22 +176,22 @@ void TestSff::streamsOfTheManifest_data()
     QTest::addColumn<int>("index");
     QTest::addColumn<int>("group");
     QTest::addColumn<int>("number");
-    QTest::addColumn<QJsonObject>("entry");
+    QTest::addColumn<QString>("format");
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<QByteArray>("pixelsSha1");
+    QTest::addColumn<QByteArray>("paletteSha1");
     QString const data = KenroTest::testDataPath();
     if (data.isEmpty()) {
-        QTest::newRow("no test data") << QString() << 0 << 0 << 0 << QJsonObject();
+        QTest::newRow("no test data")
+            << QString() << 0 << 0 << 0 << QString() << QSize() << QByteArray() << QByteArray();
         return;
     }
-    QJsonArray const manifest =
-        QJsonDocument::fromJson(
-            KenroTest::readFile(data + QStringLiteral("/streams/manifest.json")))
-            .array();
-    for (QJsonValue const &value : manifest) {
-        QJsonObject const entry = value.toObject();
-        QString const file = entry.value(QStringLiteral("file")).toString();
+    QList<KenroTest::StreamEntry> const streams = KenroTest::streamManifest(data);
+    QCOMPARE(streams.size(), 283);
+    for (KenroTest::StreamEntry const &stream : streams) {
         // "<folder>/<index>_<group>_<number>.<suffix>"
-        QString const folder = file.section(QLatin1Char('/'), 0, 0);
-        QStringList const parts = file.section(QLatin1Char('/'), 1)
+        QString const folder = stream.file.section(QLatin1Char('/'), 0, 0);
+        QStringList const parts = stream.file.section(QLatin1Char('/'), 1)
                                       .section(QLatin1Char('.'), 0, 0)
                                       .split(QLatin1Char('_'));
         QString archive;
@@ -201,11 +199,11 @@ void TestSff::streamsOfTheManifest_data()
             if (known.streams && folder == QLatin1String(known.streams))
                 archive = data + QLatin1Char('/') + QLatin1String(known.path);
         }
-        QTest::newRow(qPrintable(file))
+        QTest::newRow(qPrintable(stream.file))
             << archive << parts.value(0).toInt() << parts.value(1).toInt() << parts.value(2).toInt()
-            << entry;
+            << stream.format << QSize(stream.width, stream.height) << stream.pixelsSha1
+            << stream.paletteSha1;
     }
-    QCOMPARE(manifest.size(), 283);
 }
 
 void TestSff::streamsOfTheManifest()
@@ -215,7 +213,10 @@ void TestSff::streamsOfTheManifest()
     QFETCH(int, index);
     QFETCH(int, group);
     QFETCH(int, number);
-    QFETCH(QJsonObject, entry);
+    QFETCH(QString, format);
+    QFETCH(QSize, size);
+    QFETCH(QByteArray, pixelsSha1);
+    QFETCH(QByteArray, paletteSha1);
     QVERIFY2(!archive.isEmpty(), "the stream's folder names no known archive");
     SffSprites *sprites = cached(archive);
     QVERIFY2(sprites, qPrintable(archive));
@@ -224,21 +225,17 @@ void TestSff::streamsOfTheManifest()
     QCOMPARE(int(sprite->group()), group);
     QCOMPARE(int(sprite->number()), number);
     QImage const pixels = sprite->pixels();
-    QCOMPARE(pixels.width(), entry.value(QStringLiteral("width")).toInt());
-    QCOMPARE(pixels.height(), entry.value(QStringLiteral("height")).toInt());
-    QString const format = entry.value(QStringLiteral("format")).toString();
+    QCOMPARE(pixels.size(), size);
     QCOMPARE(pixels.format(),
              format == QLatin1String("png32") ? QImage::Format_ARGB32 : QImage::Format_Indexed8);
-    QCOMPARE(sha1(packedPixels(pixels)),
-             entry.value(QStringLiteral("pixelsSha1")).toString().toLatin1());
+    QCOMPARE(sha1(packedPixels(pixels)), pixelsSha1);
     // A PCX file that carries its palette gives it to its sprite. A sprite on
     // the previous sprite's palette stores none: the bytes where its palette
     // would stand belong to the next sprite.
     bool const own =
         index == 0 || sprite->palette() != sprites->sprite(unsigned(index) - 1)->palette();
-    if (entry.value(QStringLiteral("hasPalette")).toBool() && own)
-        QCOMPARE(sha1(paletteRGB(sprite->palette())),
-                 entry.value(QStringLiteral("paletteSha1")).toString().toLatin1());
+    if (!paletteSha1.isEmpty() && own)
+        QCOMPARE(sha1(paletteRGB(sprite->palette())), paletteSha1);
 }
 
 void TestSff::everyArchive_data()
