@@ -19,6 +19,16 @@ SffPaletteData const &SffPalette::data() const
     return m_data;
 }
 
+QList<QRgb> const &SffPalette::qtColorTable() const
+{
+    if (m_table.isEmpty()) {
+        m_table.reserve(256);
+        for (RGBA const &color : m_data.colors)
+            m_table.append(color.toQRgb());
+    }
+    return m_table;
+}
+
 QString SffPalette::file() const
 {
     return m_file;
@@ -97,6 +107,7 @@ void SffPalette::setColorTable(RGBA const *colors, ShareMode)
         return;
     std::memcpy(m_data.colors, colors, sizeof m_data.colors);
     setSffAlpha(m_data.colors);
+    m_table.clear();
     m_owner->rowChanged(int(index()));
 }
 

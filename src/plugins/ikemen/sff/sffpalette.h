@@ -4,6 +4,9 @@
 
 #include <kenro/imaging/palette.h>
 
+#include <QList>
+#include <QRgb>
+
 namespace Kenro::Ikemen {
 
 class SffPalettes;
@@ -19,6 +22,8 @@ public:
 
     /// The colours and where they stand in the archive.
     SffPaletteData const &data() const;
+    /// The colours as a Qt colour table; built once for every image that shows them.
+    QList<QRgb> const &qtColorTable() const;
     /// The palette file that the colours came from, or empty for a palette of the archive.
     QString file() const;
     /// "group, number".
@@ -44,6 +49,7 @@ private:
     SffPalettes *m_owner;
     SffPaletteData m_data;
     QString m_file;
+    mutable QList<QRgb> m_table;
 };
 
 } // namespace Kenro::Ikemen

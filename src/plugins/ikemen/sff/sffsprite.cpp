@@ -13,15 +13,6 @@ namespace {
 QString const identifierName = QStringLiteral("Identifier");
 QString const axisName = QStringLiteral("Axis");
 
-QList<QRgb> tableOf(SffPalette const *palette)
-{
-    QList<QRgb> table;
-    table.reserve(256);
-    for (RGBA const &color : palette->data().colors)
-        table.append(color.toQRgb());
-    return table;
-}
-
 // Pixels that count as drawn: index 0 of an indexed image is transparent,
 // as is alpha 0 of any other.
 bool isDrawn(QImage const &image, int x, int y)
@@ -220,7 +211,7 @@ QImage SffSprite::image() const
         return QImage();
     QImage image = m_image->image;
     if (image.format() == QImage::Format_Indexed8 && m_palette)
-        image.setColorTable(tableOf(m_palette));
+        image.setColorTable(m_palette->qtColorTable());
     return image;
 }
 
@@ -264,9 +255,9 @@ void SffSprite::setImage(QImage const &image, bool notify, PaletteMode mode, Pal
     case AdaptImage:
         if (target) {
             // Through true colour, since Qt keeps an indexed image's own table.
-            stored =
-                stored.convertToFormat(QImage::Format_ARGB32)
-                    .convertToFormat(QImage::Format_Indexed8, tableOf(target), Qt::ThresholdDither);
+            stored = stored.convertToFormat(QImage::Format_ARGB32)
+                         .convertToFormat(QImage::Format_Indexed8, target->qtColorTable(),
+                                          Qt::ThresholdDither);
             m_palette = target;
         }
         break;
