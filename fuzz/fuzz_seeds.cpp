@@ -46,7 +46,7 @@ int main(int argc, char **argv)
         return 1;
     }
     QDir const out(args[2]);
-    for (char const *name : {"lz5", "rle5", "rle8", "pcx"})
+    for (char const *name : {"lz5", "rle5", "rle8", "pcx", "sff"})
         out.mkpath(QLatin1String(name));
 
     int count = 0;
@@ -75,6 +75,19 @@ int main(int argc, char **argv)
             continue;
         }
         if (!ok)
+            return 1;
+        ++count;
+    }
+    // The smaller sprite archives, whole: each run decodes every sprite.
+    QDir const game(args[1] + QStringLiteral("/game"));
+    for (char const *name :
+         {"stages/stage0.sff", "chars/kfm/ending.sff", "screenpack/num72.sff", "data/fight.sff"}) {
+        QFile archive(game.filePath(QLatin1String(name)));
+        if (!archive.open(QIODevice::ReadOnly))
+            return 1;
+        QString const seed =
+            QLatin1String(name).mid(QLatin1String(name).lastIndexOf(QLatin1Char('/')) + 1);
+        if (!write(out.filePath(QStringLiteral("sff/") + seed), archive.readAll()))
             return 1;
         ++count;
     }

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds the libFuzzer targets of the image stream decoders with clang (ASan
+# Builds the libFuzzer targets of the image stream decoders and the sprite
+# archive reader with clang (ASan
 # and UBSan) and runs each for a bounded time from a seed corpus made of the
 # real streams in $KENRO_TESTDATA. Fails on the first finding.
 #   scripts/fuzz.sh [seconds per target, default 10]
@@ -25,11 +26,14 @@ rm -rf "$build/seeds" "$build/work"
 
 # The sanitizers of the fuzz build report through libFuzzer; leaks count too.
 unset ASAN_OPTIONS UBSAN_OPTIONS LSAN_OPTIONS
-for target in lz5 rle5 rle8 pcx; do
+for target in lz5 rle5 rle8 pcx sff; do
   mkdir -p "$build/work/$target"
+  # Streams are small; sprite archives are seeded whole.
+  max_len=8192
+  if [ "$target" = sff ]; then max_len=131072; fi
   log="$build/work/$target.log"
   # New inputs go to the work folder; the seeds stay as they are.
-  if ! "$build/fuzz_$target" -max_total_time="$seconds" -max_len=8192 -timeout=10 -rss_limit_mb=2048 \
+  if ! "$build/fuzz_$target" -max_total_time="$seconds" -max_len="$max_len" -timeout=10 -rss_limit_mb=2048 \
       -artifact_prefix="$build/work/$target-" -print_final_stats=1 \
       "$build/work/$target" "$build/seeds/$target" >"$log" 2>&1; then
     tail -n 60 "$log"
