@@ -3,8 +3,10 @@
 #include "console.h"
 
 #include <QAbstractButton>
+#include <QCoreApplication>
 #include <QDialog>
 #include <QEvent>
+#include <QKeyEvent>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
@@ -38,9 +40,13 @@ bool DialogGuard::eventFilter(QObject *watched, QEvent *event)
             if (!guarded)
                 return;
             if (auto *box = qobject_cast<QMessageBox *>(guarded.data())) {
-                QAbstractButton *button = box->escapeButton();
-                if (!button)
-                    button = box->defaultButton();
+                // Escape presses the button that the box itself takes for "no"
+                // or "cancel"; escapeButton() names only one set by hand.
+                QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+                QCoreApplication::sendEvent(box, &escape);
+                if (!guarded || !box->isVisible())
+                    return;
+                QAbstractButton *button = box->defaultButton();
                 if (!button && !box->buttons().isEmpty())
                     button = box->buttons().constFirst();
                 if (button) {

@@ -605,6 +605,38 @@ private Q_SLOTS:
             QJsonArray{QStringLiteral("sprite = s.sff")});
     }
 
+    void progressOnTerminal_data()
+    {
+        QTest::addColumn<QByteArray>("settings");
+        QTest::addColumn<bool>("drawn");
+        QTest::newRow("default") << QByteArray() << true;
+        QTest::newRow("switched off") << QByteArray("[General]\nprogress=false\n") << false;
+    }
+
+    void progressOnTerminal()
+    {
+        QFETCH(QByteArray, settings);
+        QFETCH(bool, drawn);
+        // script(1) runs the tool on a terminal of its own and copies what it shows.
+        QString const script = QStringLiteral("/usr/bin/script");
+        QVERIFY2(QFile::exists(script), "script(1) of util-linux runs the tool on a terminal");
+        QString command = QStringLiteral(KENRO_EXECUTABLE);
+        if (!settings.isEmpty()) {
+            QString const file = path(QStringLiteral("progress.ini"));
+            QVERIFY(KenroTest::writeFile(file, settings));
+            command += QStringLiteral(" --settings ") + file;
+        }
+        command += QStringLiteral(" info ") + path(QStringLiteral("bad"));
+        QProcess process;
+        process.start(script, {QStringLiteral("-qefc"), command, QStringLiteral("/dev/null")});
+        QVERIFY(process.waitForFinished(60000));
+        QString const shown = QString::fromUtf8(process.readAllStandardOutput());
+        QVERIFY2(shown.contains(QStringLiteral("folder, 2 files inspected")), qPrintable(shown));
+        QCOMPARE(shown.contains(QStringLiteral("\rInspecting [")), drawn);
+        // The bar's line is cleared before the result.
+        QCOMPARE(shown.contains(QStringLiteral("100%\r\033[2K")), drawn);
+    }
+
     void soundInfo()
     {
         Result const result = run(
