@@ -13,7 +13,7 @@ namespace Kenro::Cli {
 /**
  * What `kenro info` and `kenro check` know of one kind of file. Each kind
  * is one small class; a new kind is added by adding its inspector to the
- * table of Inspectors.
+ * table of Inspectors (and taking it off the list of kinds still to come).
  */
 class FileInspector
 {

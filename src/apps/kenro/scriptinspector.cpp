@@ -5,6 +5,7 @@
 
 #include <kenro/code/valuecode.h>
 #include <kenro/project/filesystemarchive.h>
+#include <kenro/project/pathhelpers.h>
 
 #include <QFile>
 
@@ -65,7 +66,7 @@ bool ScriptInspector::inspect(QString const &path, FileReport &report, QString &
         why = QStringLiteral("cannot be read");
         return false;
     }
-    report.kind = QStringLiteral("%1 script").arg(path.section(QLatin1Char('.'), -1).toUpper());
+    report.kind = QStringLiteral("%1 script").arg(QString::fromLatin1(fileExtension(path)));
 
     int values = 0;
     QMap<int, int> byKind;
