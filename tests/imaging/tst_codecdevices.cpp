@@ -3,6 +3,7 @@
 #include <kenro/imaging/imageinfo.h>
 
 #include "codectest.h"
+#include "sequentialdevice.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -145,6 +146,42 @@ private Q_SLOTS:
         QCOMPARE(image, before);
     }
     void codecsWithoutADevice_data() { codecs_data(); }
+
+    // On a device that cannot seek, decoders leave what follows their stream
+    // unread, however many chunks they take.
+    void decodersOnAPipe()
+    {
+        QImage const image = sample();
+        QByteArray pcx;
+        QBuffer out(&pcx);
+        QVERIFY(savePCX(image, &out));
+        KenroTest::SequentialDevice pcxPipe(pcx);
+        QImage again;
+        bool hasPalette = false;
+        QVERIFY(loadPCX(again, &pcxPipe, &hasPalette));
+        QVERIFY(hasPalette);
+        QCOMPARE(pixels(again), pixels(image));
+        QCOMPARE(again.colorTable(), image.colorTable());
+
+        QByteArray lz5;
+        QBuffer lz5Out(&lz5);
+        QVERIFY(saveLZ5(image, &lz5Out, true));
+        KenroTest::SequentialDevice lz5Pipe(lz5 + "tail");
+        again = QImage(image.size(), QImage::Format_Indexed8);
+        QVERIFY(loadLZ5(again, &lz5Pipe));
+        QCOMPARE(pixels(again), pixels(image));
+        QCOMPARE(lz5Pipe.readAll(), QByteArray("tail"));
+
+        // Thousands of empty runs before the pixels: many chunks.
+        QByteArray rle8;
+        for (int i = 0; i < 5000; ++i)
+            rle8 += bytes({0x40, 0x00});
+        KenroTest::SequentialDevice rle8Pipe(rle8 + bytes({1, 2, 3}) + "tail");
+        QImage three(3, 1, QImage::Format_Indexed8);
+        QVERIFY(loadRLE8(three, &rle8Pipe));
+        QCOMPARE(pixels(three), bytes({1, 2, 3}));
+        QCOMPARE(rle8Pipe.readAll(), QByteArray("tail"));
+    }
 
     void loadPngIsTrueOnceOpen()
     {

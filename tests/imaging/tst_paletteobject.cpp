@@ -21,6 +21,18 @@ void fillDistinct(Palette &p)
         p[i] = RGBA{uchar(i), uchar(255 - i), uchar(i * 7), uchar(i ^ 0x55)};
 }
 
+// A distinct palette and a copy of it as it was.
+struct Distinct
+{
+    Distinct()
+    {
+        fillDistinct(p);
+        std::memcpy(before, p, sizeof(p));
+    }
+    Palette p;
+    Palette before;
+};
+
 Mask maskOf(std::initializer_list<int> entries)
 {
     Mask mask{};
@@ -174,10 +186,9 @@ private Q_SLOTS:
     void mutatorsSignalOnce()
     {
         QFETCH(std::function<void(PaletteObject &)>, operation);
-        Palette p;
-        fillDistinct(p);
-        Palette before;
-        std::memcpy(before, p, sizeof(p));
+        Distinct d;
+        Palette &p = d.p;
+        Palette const &before = d.before;
         PaletteObject object(&p);
         int changing = 0;
         int changed = 0;
@@ -213,10 +224,9 @@ private Q_SLOTS:
 
     void nullSourcesChangeNothing()
     {
-        Palette p;
-        fillDistinct(p);
-        Palette before;
-        std::memcpy(before, p, sizeof(p));
+        Distinct d;
+        Palette &p = d.p;
+        Palette const &before = d.before;
         PaletteObject object(&p);
         object.fromPalette(nullptr);
         object.addColors(nullptr);
@@ -225,10 +235,9 @@ private Q_SLOTS:
 
     void setColorWithMask()
     {
-        Palette p;
-        fillDistinct(p);
-        Palette before;
-        std::memcpy(before, p, sizeof(p));
+        Distinct d;
+        Palette &p = d.p;
+        Palette const &before = d.before;
         Mask const mask = maskOf({0, 17, 255});
         RGBA const c{1, 2, 3, 4};
         PaletteObject(&p).setColor(mask.data(), c);
@@ -238,10 +247,9 @@ private Q_SLOTS:
 
     void gradientOverAMask()
     {
-        Palette p;
-        fillDistinct(p);
-        Palette before;
-        std::memcpy(before, p, sizeof(p));
+        Distinct d;
+        Palette &p = d.p;
+        Palette const &before = d.before;
         Mask const mask = maskOf({4, 9, 200});
         RGBA const first{0, 10, 255, 0};
         RGBA const last{5, 0, 0, 255};
@@ -288,10 +296,9 @@ private Q_SLOTS:
     {
         QFETCH(int, from);
         QFETCH(int, to);
-        Palette p;
-        fillDistinct(p);
-        Palette before;
-        std::memcpy(before, p, sizeof(p));
+        Distinct d;
+        Palette &p = d.p;
+        Palette const &before = d.before;
         RGBA const first{0, 200, 9, 255};
         RGBA const last{90, 20, 0, 0};
         PaletteObject(&p).gradient(uchar(from), first, uchar(to), last);
@@ -409,10 +416,9 @@ private Q_SLOTS:
 
     void switchColorsReversesAll()
     {
-        Palette p;
-        fillDistinct(p);
-        Palette before;
-        std::memcpy(before, p, sizeof(p));
+        Distinct d;
+        Palette &p = d.p;
+        Palette const &before = d.before;
         PaletteObject object(&p);
         object.switchColors(nullptr, false);
         for (int i = 0; i < 256; ++i)
@@ -525,10 +531,9 @@ private Q_SLOTS:
         QFETCH(int, hue);
         QFETCH(int, saturation);
         QFETCH(RGBA, expected);
-        Palette p;
-        fillDistinct(p);
-        Palette before;
-        std::memcpy(before, p, sizeof(p));
+        Distinct d;
+        Palette &p = d.p;
+        Palette const &before = d.before;
         p[42] = color;
         Mask const mask = maskOf({42});
         PaletteObject(&p).addHueSaturation(mask.data(), short(hue), short(saturation));
@@ -539,10 +544,9 @@ private Q_SLOTS:
 
     void addRGBClampsAndKeepsAlpha()
     {
-        Palette p;
-        fillDistinct(p);
-        Palette before;
-        std::memcpy(before, p, sizeof(p));
+        Distinct d;
+        Palette &p = d.p;
+        Palette const &before = d.before;
         PaletteObject object(&p);
         object.addRGB(nullptr, 300, -20, 7);
         for (int i = 0; i < 256; ++i) {

@@ -2,46 +2,18 @@
 // again. Expected checksums come from the manifest beside the streams.
 #include <kenro/imaging/imagecodecs.h>
 
+#include "streammanifest.h"
 #include "testdata.h"
 
 #include <QBuffer>
 #include <QCryptographicHash>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QTest>
 
 using namespace Kenro;
+using KenroTest::StreamEntry;
+using KenroTest::streamManifest;
 
 namespace {
-
-struct Entry
-{
-    QString file;
-    QString format;
-    int width = 0;
-    int height = 0;
-    QByteArray pixelsSha1;
-    QByteArray paletteSha1; // empty when the file has no palette
-};
-
-QList<Entry> manifest(QString const &root)
-{
-    QList<Entry> entries;
-    QByteArray const json = KenroTest::readFile(root + QStringLiteral("/streams/manifest.json"));
-    for (QJsonValue const &value : QJsonDocument::fromJson(json).array()) {
-        QJsonObject const o = value.toObject();
-        Entry e;
-        e.file = o.value(QLatin1String("file")).toString();
-        e.format = o.value(QLatin1String("format")).toString();
-        e.width = o.value(QLatin1String("width")).toInt();
-        e.height = o.value(QLatin1String("height")).toInt();
-        e.pixelsSha1 = o.value(QLatin1String("pixelsSha1")).toString().toLatin1();
-        e.paletteSha1 = o.value(QLatin1String("paletteSha1")).toString().toLatin1();
-        entries.append(e);
-    }
-    return entries;
-}
 
 // The pixels of an image, lines packed without padding, as the manifest sums them.
 QByteArray packedPixels(QImage const &image, int bytesPerPixel)
@@ -104,16 +76,6 @@ class TestRealStreams : public QObject
     Q_OBJECT
 
 private:
-    QList<Entry> entriesOf(QString const &root, QStringList const &formats)
-    {
-        QList<Entry> result;
-        for (Entry const &e : manifest(root)) {
-            if (formats.contains(e.format))
-                result.append(e);
-        }
-        return result;
-    }
-
     void addRows(QStringList const &formats)
     {
         QTest::addColumn<QString>("path");
@@ -129,10 +91,10 @@ private:
                 << QString() << QString() << 0 << 0 << QByteArray() << QByteArray();
             return;
         }
-        for (Entry const &e : entriesOf(root, formats)) {
-            QTest::newRow(qPrintable(e.file))
-                << root + QStringLiteral("/streams/") + e.file << e.format << e.width << e.height
-                << e.pixelsSha1 << e.paletteSha1;
+        for (StreamEntry const &e : streamManifest(root)) {
+            if (formats.contains(e.format))
+                QTest::newRow(qPrintable(e.file))
+                    << e.path << e.format << e.width << e.height << e.pixelsSha1 << e.paletteSha1;
         }
     }
 
@@ -140,12 +102,11 @@ private Q_SLOTS:
     void manifestIsComplete()
     {
         KENRO_REQUIRE_TESTDATA(root);
-        QList<Entry> const entries = manifest(root);
-        QCOMPARE(entries.size(), 283);
-        QCOMPARE(entriesOf(root, {QStringLiteral("lz5")}).size(), 239);
-        QCOMPARE(entriesOf(root, {QStringLiteral("rle8")}).size(), 10);
-        QCOMPARE(entriesOf(root, {QStringLiteral("pcx")}).size(), 12);
-        QCOMPARE(entriesOf(root, {QStringLiteral("png32")}).size(), 22);
+        QCOMPARE(streamManifest(root).size(), 283);
+        QCOMPARE(streamManifest(root, QStringLiteral("lz5")).size(), 239);
+        QCOMPARE(streamManifest(root, QStringLiteral("rle8")).size(), 10);
+        QCOMPARE(streamManifest(root, QStringLiteral("pcx")).size(), 12);
+        QCOMPARE(streamManifest(root, QStringLiteral("png32")).size(), 22);
     }
 
     void decodes_data()
@@ -200,11 +161,10 @@ private Q_SLOTS:
         qint64 original = 0;
         qint64 saved = 0;
         qint64 savedRunsOnly = 0;
-        QList<Entry> const entries = entriesOf(root, {QStringLiteral("lz5")});
+        QList<StreamEntry> const entries = streamManifest(root, QStringLiteral("lz5"));
         QVERIFY(!entries.isEmpty());
-        for (Entry const &e : entries) {
-            QByteArray const data =
-                KenroTest::readFile(root + QStringLiteral("/streams/") + e.file);
+        for (StreamEntry const &e : entries) {
+            QByteArray const data = KenroTest::readFile(e.path);
             original += data.size();
             bool ok = false;
             QImage const image = decode(loadLZ5, data, e.width, e.height, &ok);

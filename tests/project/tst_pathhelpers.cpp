@@ -2,6 +2,7 @@
 #include <kenro/project/pathhelpers.h>
 #include <kenro/project/subitem.h>
 
+#include "sequentialdevice.h"
 #include "testdata.h"
 
 #include <QCryptographicHash>
@@ -12,38 +13,7 @@
 #include <QTest>
 
 using namespace Kenro;
-
-namespace {
-
-// A device that cannot seek and counts the reads asked of it.
-class SequentialDevice : public QIODevice
-{
-public:
-    explicit SequentialDevice(QByteArray data) : m_data(std::move(data))
-    {
-        open(QIODevice::ReadOnly | QIODevice::Unbuffered);
-    }
-    int reads = 0;
-    bool isSequential() const override { return true; }
-    qint64 bytesAvailable() const override { return m_data.size() - m_offset; }
-
-protected:
-    qint64 readData(char *data, qint64 maxSize) override
-    {
-        ++reads;
-        qint64 const count = qMin<qint64>(maxSize, m_data.size() - m_offset);
-        memcpy(data, m_data.constData() + m_offset, count);
-        m_offset += count;
-        return count;
-    }
-    qint64 writeData(char const *, qint64) override { return -1; }
-
-private:
-    QByteArray m_data;
-    qint64 m_offset = 0;
-};
-
-} // namespace
+using KenroTest::SequentialDevice;
 
 class TestPathHelpers : public QObject
 {
@@ -52,14 +22,14 @@ class TestPathHelpers : public QObject
 private Q_SLOTS:
     void skipReadCountsWhatItAsks()
     {
-        SequentialDevice device(QByteArray(100, 'x'));
+        SequentialDevice device(QByteArray(100, 'x'), QIODevice::Unbuffered);
         skipRead(&device, 300);
         QVERIFY(device.atEnd());
         QCOMPARE(device.reads, 2); // 256 asked, then 44: the count falls even at the end
 
         QByteArray more(1000, 'y');
         more[600] = 'z';
-        SequentialDevice second(more);
+        SequentialDevice second(more, QIODevice::Unbuffered);
         skipRead(&second, 0);
         QCOMPARE(second.reads, 0);
         skipRead(&second, 600);

@@ -36,9 +36,13 @@ class DeviceReader
 {
 public:
     /// A reader of \a device whose first chunk holds \a expected bytes, when there are so many.
-    DeviceReader(QIODevice *device, qint64 expected)
-        : m_device(device), m_chunkSize(std::clamp<qint64>(expected, 256, MaximumChunk))
-    {}
+    DeviceReader(QIODevice *device, qint64 expected) : m_device(device)
+    {
+        // A peek takes memory for all it asks for, whatever the device holds.
+        if (!device->isSequential())
+            expected = std::min(expected, device->bytesAvailable());
+        m_chunkSize = std::clamp<qint64>(expected, 256, MaximumChunk);
+    }
     ~DeviceReader() { finish(); }
     DeviceReader(DeviceReader const &) = delete;
     DeviceReader &operator=(DeviceReader const &) = delete;
@@ -58,6 +62,29 @@ public:
         uchar const low = byte();
         return quint16(low | (byte() << 8));
     }
+
+    /**
+     * For decoders that keep their own cursor in local variables, where the
+     * compiler can hold it in registers: the untaken bytes of the chunk run
+     * from next() to end(). advance() takes everything before \a next and,
+     * when that is the whole chunk, moves both to the next one; false when
+     * the device has no more. take() hands back the cursor at the end.
+     */
+    uchar const *next() const { return m_next; }
+    uchar const *end() const { return m_end; }
+    bool advance(uchar const *&next, uchar const *&end)
+    {
+        m_next = next;
+        if (m_next != m_end)
+            return true;
+        bool const more = refill();
+        next = m_next;
+        end = m_end;
+        return more;
+    }
+    void take(uchar const *next) { m_next = next; }
+    /// Marks a read past the end, for decoders with their own cursor.
+    void setPastEnd() { m_pastEnd = true; }
 
     /// True when no byte is left, on the device either.
     bool atEnd() { return m_next == m_end && !refill(); }
@@ -90,7 +117,7 @@ private:
     }
 
     QIODevice *m_device;
-    qint64 m_chunkSize;
+    qint64 m_chunkSize = 256;
     QByteArray m_chunk;
     uchar const *m_next = nullptr;
     uchar const *m_end = nullptr;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <vector>
 
 namespace Kenro {
@@ -21,6 +22,9 @@ constexpr int MaximumShortMatch = 64;
 constexpr int MaximumShortDistance = 256;
 // Runs of up to 7 fit in the first byte of a packet.
 constexpr int MaximumShortRun = 7;
+// Room behind the decoded pixels for the longest packet that starts on the
+// last pixel, written in whole words.
+constexpr qint64 Slack = MaximumRun + 8;
 
 struct Token
 {
@@ -189,11 +193,24 @@ bool loadLZ5(QImage &image, QIODevice *device)
     int const width = image.width();
     int const height = image.height();
     qint64 const size = qint64(width) * height;
-    std::unique_ptr<uchar[]> const buffer(new uchar[size_t(size)]);
+    // Runs and copies are written in whole words and may run past the last
+    // pixel into the slack; only the first size bytes count.
+    std::unique_ptr<uchar[]> const buffer(new (std::nothrow) uchar[size_t(size + Slack)]);
     uchar *const out = buffer.get();
+    if (!out)
+        return false;
     // Each packet gives at least one pixel and takes at most three bytes,
     // plus a control byte for every eight: a bound on the stream's length.
     DeviceReader in(device, size + size / 8 + 16);
+    uchar const *next = in.next();
+    uchar const *end = in.end();
+    auto byte = [&in, &next, &end]() -> uint {
+        if (Q_LIKELY(next != end) || in.advance(next, end))
+            return *next++;
+        in.setPastEnd();
+        return 0;
+    };
+    auto atEnd = [&in, &next, &end]() { return next == end && !in.advance(next, end); };
 
     qint64 pos = 0;
     uint control = 0;
@@ -201,33 +218,36 @@ bool loadLZ5(QImage &image, QIODevice *device)
     int shortPlace = 0; // place of the next short back-reference in its group
     uint recycled = 0; // offset bits shared by a group of short back-references
     bool valid = true;
-    while (pos < size && !in.atEnd()) {
+    while (pos < size && !atEnd()) {
         if (packet == 0)
-            control = in.byte();
+            control = byte();
         bool const backReference = control & (1u << packet);
         packet = (packet + 1) & 7;
-        uint const first = in.byte();
-        qint64 const room = size - pos;
+        uint const first = byte();
         if (!backReference) {
-            qint64 length = first >> 5;
-            if (length == 0)
-                length = in.byte() + 8;
-            length = std::min(length, room);
-            std::memset(out + pos, int(first & 0x1F), size_t(length));
-            pos += length;
+            uint const length = first >> 5;
+            quint64 const value = (first & 0x1F) * 0x0101010101010101ULL;
+            if (length != 0) {
+                std::memcpy(out + pos, &value, 8);
+                pos += length;
+            } else {
+                uint const longLength = byte() + 8;
+                std::memset(out + pos, int(first & 0x1F), longLength);
+                pos += longLength;
+            }
             continue;
         }
-        qint64 length = first & 0x3F;
+        uint length = first & 0x3F;
         qint64 offset;
         if (length == 0) {
-            uint const low = in.byte();
+            uint const low = byte();
             offset = (((first >> 6) << 8) | low) + 1;
-            length = in.byte() + 3;
+            length = byte() + 3;
         } else {
             length += 1;
             if (shortPlace < 3) {
                 recycled |= (first >> 6) << (6 - 2 * shortPlace);
-                offset = in.byte() + 1;
+                offset = byte() + 1;
                 ++shortPlace;
             } else {
                 offset = ((first >> 6) | recycled) + 1;
@@ -239,17 +259,22 @@ bool loadLZ5(QImage &image, QIODevice *device)
             valid = false; // reaches before the first pixel: the stream is broken
             break;
         }
-        length = std::min(length, room);
         uchar *const target = out + pos;
-        if (offset >= length)
-            std::memcpy(target, target - offset, size_t(length));
-        else if (offset == 1)
-            std::memset(target, target[-1], size_t(length));
-        else
-            for (qint64 i = 0; i < length; ++i) // overlapping: repeats the pattern
+        if (offset >= 8) {
+            // Each word's source is complete before it is read, so copying a
+            // word at a time repeats overlapping patterns like single bytes.
+            for (uint i = 0; i < length; i += 8)
+                std::memcpy(target + i, target + i - offset, 8);
+        } else if (offset == 1) {
+            std::memset(target, target[-1], length);
+        } else {
+            for (uint i = 0; i < length; ++i)
                 target[i] = target[i - offset];
+        }
         pos += length;
     }
+    pos = std::min(pos, size);
+    in.take(next);
     valid = valid && in.ok();
     in.finish();
 

@@ -30,6 +30,17 @@ public:
 
     bool full() const { return m_pos >= m_size; }
 
+    /// Writes one byte; inside a line that takes the short way.
+    void put(uchar value)
+    {
+        if (Q_LIKELY(m_column + 1 < m_lineBytes && m_pos < m_size)) {
+            m_bits[m_pos++] = value;
+            ++m_column;
+        } else {
+            run(value, 1);
+        }
+    }
+
     /// Writes \a count bytes of \a value; a run may cross line ends and is cut at the end.
     void run(uchar value, qint64 count)
     {
@@ -101,7 +112,7 @@ bool loadRLE8(QImage &image, QIODevice *device)
             uchar const value = in.byte();
             out.run(value, count);
         } else {
-            out.run(p, 1);
+            out.put(p);
         }
     }
     return in.ok();

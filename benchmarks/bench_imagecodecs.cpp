@@ -1,0 +1,214 @@
+// Decoding and encoding the real LZ5 and RLE8 sprites of the test data
+// ($KENRO_TESTDATA). Decoding is measured in bytes of pixels a second against
+// memcpy of the same output sizes, the baseline; the ratios are printed after
+// the run. Encoding gives the time per sprite.
+#include <kenro/imaging/imagecodecs.h>
+
+#include "streammanifest.h"
+#include "testdata.h"
+
+#include <QBuffer>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Sprite
+{
+    QByteArray stream;
+    QImage image; // decoded, also the target of each decode
+};
+
+struct Sprites
+{
+    std::vector<Sprite> list;
+    qint64 pixels = 0;
+};
+
+Sprites loadSprites(QString const &format)
+{
+    Sprites sprites;
+    QString const root = KenroTest::testDataPath();
+    for (KenroTest::StreamEntry const &e : KenroTest::streamManifest(root, format)) {
+        Sprite sprite{KenroTest::readFile(e.path),
+                      QImage(e.width, e.height, QImage::Format_Indexed8)};
+        QBuffer device(&sprite.stream);
+        bool const ok = format == QLatin1String("lz5") ? Kenro::loadLZ5(sprite.image, &device)
+                                                       : Kenro::loadRLE8(sprite.image, &device);
+        if (ok) {
+            sprites.pixels += qint64(e.width) * e.height;
+            sprites.list.push_back(std::move(sprite));
+        }
+    }
+    return sprites;
+}
+
+Sprites const &lz5()
+{
+    static Sprites const sprites = loadSprites(QStringLiteral("lz5"));
+    return sprites;
+}
+
+Sprites const &rle8()
+{
+    static Sprites const sprites = loadSprites(QStringLiteral("rle8"));
+    return sprites;
+}
+
+bool usable(benchmark::State &state, Sprites const &sprites)
+{
+    if (sprites.list.empty()) {
+        state.SkipWithError("no sprites: set KENRO_TESTDATA to the test data folder");
+        return false;
+    }
+    return true;
+}
+
+void finish(benchmark::State &state, Sprites const &sprites)
+{
+    state.SetBytesProcessed(state.iterations() * sprites.pixels);
+    state.counters["sprites"] = double(sprites.list.size());
+    // The time per sprite: the rate of sprites, inverted.
+    state.counters["per_sprite"] = benchmark::Counter(
+        double(sprites.list.size()),
+        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+// The baseline: copying each sprite's pixel bytes from one buffer to another.
+void copyPixels(benchmark::State &state, Sprites const &sprites)
+{
+    if (!usable(state, sprites))
+        return;
+    std::vector<std::vector<uchar>> sources;
+    std::vector<std::vector<uchar>> targets;
+    for (Sprite const &s : sprites.list) {
+        size_t const size = size_t(s.image.width()) * size_t(s.image.height());
+        sources.emplace_back(size, uchar(1));
+        targets.emplace_back(size, uchar(0));
+    }
+    for (auto _ : state) {
+        for (size_t i = 0; i < sources.size(); ++i) {
+            std::memcpy(targets[i].data(), sources[i].data(), sources[i].size());
+            benchmark::DoNotOptimize(targets[i].data());
+        }
+        benchmark::ClobberMemory();
+    }
+    finish(state, sprites);
+}
+
+void decode(benchmark::State &state, Sprites const &sprites, bool (*load)(QImage &, QIODevice *))
+{
+    if (!usable(state, sprites))
+        return;
+    std::vector<Sprite> work = sprites.list;
+    for (auto _ : state) {
+        for (Sprite &s : work) {
+            QBuffer device(&s.stream);
+            benchmark::DoNotOptimize(load(s.image, &device));
+        }
+    }
+    finish(state, sprites);
+}
+
+template<typename Save>
+void encode(benchmark::State &state, Sprites const &sprites, Save save)
+{
+    if (!usable(state, sprites))
+        return;
+    QByteArray stream;
+    for (auto _ : state) {
+        for (Sprite const &s : sprites.list) {
+            stream.clear();
+            QBuffer device(&stream);
+            benchmark::DoNotOptimize(save(s.image, &device));
+        }
+    }
+    finish(state, sprites);
+}
+
+void BM_MemcpyLZ5Pixels(benchmark::State &state)
+{
+    copyPixels(state, lz5());
+}
+void BM_LoadLZ5(benchmark::State &state)
+{
+    decode(state, lz5(), Kenro::loadLZ5);
+}
+void BM_MemcpyRLE8Pixels(benchmark::State &state)
+{
+    copyPixels(state, rle8());
+}
+void BM_LoadRLE8(benchmark::State &state)
+{
+    decode(state, rle8(), Kenro::loadRLE8);
+}
+void BM_SaveLZ5(benchmark::State &state)
+{
+    encode(state, lz5(), [](QImage const &image, QIODevice *device) {
+        return Kenro::saveLZ5(image, device, true);
+    });
+}
+void BM_SaveLZ5RunsOnly(benchmark::State &state)
+{
+    encode(state, lz5(), [](QImage const &image, QIODevice *device) {
+        return Kenro::saveLZ5(image, device, false);
+    });
+}
+void BM_SaveRLE8(benchmark::State &state)
+{
+    encode(state, rle8(), Kenro::saveRLE8);
+}
+
+// Keeps the rate of each benchmark, to print each decoder against its baseline.
+class RatioReporter : public benchmark::ConsoleReporter
+{
+public:
+    void ReportRuns(std::vector<Run> const &runs) override
+    {
+        for (Run const &run : runs) {
+            auto const rate = run.counters.find("bytes_per_second");
+            if (rate != run.counters.end())
+                rates[run.benchmark_name()] = rate->second.value;
+        }
+        ConsoleReporter::ReportRuns(runs);
+    }
+
+    void printRatio(char const *name, char const *baseline) const
+    {
+        auto const a = rates.find(name);
+        auto const b = rates.find(baseline);
+        if (a == rates.end() || b == rates.end() || b->second <= 0)
+            return;
+        std::printf("%s: %.1f MB/s of pixels, %.4f of %s (%.1f MB/s)\n", name, a->second / 1e6,
+                    a->second / b->second, baseline, b->second / 1e6);
+    }
+
+    std::map<std::string, double> rates;
+};
+
+} // namespace
+
+BENCHMARK(BM_MemcpyLZ5Pixels)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_LoadLZ5)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_MemcpyRLE8Pixels)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_LoadRLE8)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_SaveLZ5)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SaveLZ5RunsOnly)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SaveRLE8)->Unit(benchmark::kMillisecond);
+
+int main(int argc, char **argv)
+{
+    benchmark::Initialize(&argc, argv);
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    reporter.printRatio("BM_LoadLZ5", "BM_MemcpyLZ5Pixels");
+    reporter.printRatio("BM_LoadRLE8", "BM_MemcpyRLE8Pixels");
+    benchmark::Shutdown();
+    return 0;
+}

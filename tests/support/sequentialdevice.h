@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QByteArray>
+#include <QIODevice>
+
+namespace KenroTest {
+
+/// A read-only device that cannot seek, like a pipe, holding \a data; it counts the reads asked of it.
+class SequentialDevice : public QIODevice
+{
+public:
+    /// Opens for reading, with \a extra flags such as Unbuffered.
+    explicit SequentialDevice(QByteArray data, OpenMode extra = NotOpen);
+
+    bool isSequential() const override { return true; }
+    qint64 bytesAvailable() const override;
+
+    /// How often the device was asked for data.
+    int reads = 0;
+
+protected:
+    qint64 readData(char *data, qint64 maxSize) override;
+    qint64 writeData(char const *, qint64) override { return -1; }
+
+private:
+    QByteArray m_data;
+    qint64 m_offset = 0;
+};
+
+} // namespace KenroTest
