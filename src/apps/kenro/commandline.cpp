@@ -6,6 +6,7 @@
 #include "convertcommand.h"
 #include "dialogguard.h"
 #include "inspectcommands.h"
+#include "soundcommands.h"
 
 #include <kenro/engine/extension.h>
 #include <kenro/version.h>
@@ -65,6 +66,8 @@ CommandLine::CommandLine()
     m_commands.push_back(std::make_unique<InfoCommand>());
     m_commands.push_back(std::make_unique<CheckCommand>());
     m_commands.push_back(std::make_unique<ConvertCommand>());
+    m_commands.push_back(std::make_unique<SoundsExportCommand>());
+    m_commands.push_back(std::make_unique<SoundsBuildCommand>());
 }
 
 CommandLine::~CommandLine() = default;
@@ -153,9 +156,19 @@ int CommandLine::run(QStringList const &arguments, QString const &pluginDirector
         command(name + QLatin1Char(' ') + arguments.at(index)))
         name += QLatin1Char(' ') + arguments.at(index++);
     Command const *found = command(name);
-    if (!found)
+    if (!found) {
+        QStringList group;
+        for (auto const &command : m_commands) {
+            if (command->name().startsWith(name + QLatin1Char(' ')))
+                group.append(command->name().section(QLatin1Char(' '), 1));
+        }
+        if (!group.isEmpty())
+            return Console::fail(UsageError, name,
+                                 QStringLiteral("needs a subcommand: %1 (%2)")
+                                     .arg(group.join(QStringLiteral(", ")), helpHint));
         return Console::fail(UsageError, name,
                              QStringLiteral("unknown command (%1)").arg(helpHint));
+    }
 
     QStringList rest = arguments.mid(index);
     if (askedForHelp)

@@ -4,6 +4,7 @@
 #include "inputfile.h"
 #include "progressbar.h"
 #include "scriptinspector.h"
+#include "sndinspector.h"
 #include "soundinspector.h"
 
 #include <kenro/project/pathhelpers.h>
@@ -24,10 +25,8 @@ struct Pending
     char const *kind;
 };
 
-Pending const pendingKinds[] = {{"SFF", "SFF sprite archives"},
-                                {"SND", "SND sound banks"},
-                                {"AIR", "AIR animations"},
-                                {"ACT", "ACT palettes"}};
+Pending const pendingKinds[] = {
+    {"SFF", "SFF sprite archives"}, {"AIR", "AIR animations"}, {"ACT", "ACT palettes"}};
 
 } // namespace
 
@@ -37,6 +36,7 @@ Inspectors::Inspectors()
 {
     m_inspectors.push_back(std::make_unique<ScriptInspector>());
     m_inspectors.push_back(std::make_unique<SoundInspector>());
+    m_inspectors.push_back(std::make_unique<SndInspector>());
 }
 
 Inspectors::~Inspectors() = default;

@@ -23,9 +23,12 @@ struct Diagnostic
 struct Part
 {
     QString name;
+    /// Its first line, counted from 1; 0 in a file without lines.
     unsigned int line = 1;
-    /// How many entries it has (values of a section).
+    /// How many entries it has (values of a section, bytes of a sound).
     int entries = 0;
+    /// What an entry is, in the singular.
+    QString unit = QStringLiteral("value");
 };
 
 /// What the tool found in one file.

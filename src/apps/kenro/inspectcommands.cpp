@@ -46,7 +46,8 @@ QStringList InspectCommand::arguments() const
 
 QStringList InspectCommand::argumentHelp() const
 {
-    return {QStringLiteral("A content file (.def, .cns, .cmd, .st, or a sound file) or a folder.")};
+    return {
+        QStringLiteral("A content file (.def, .cns, .cmd, .st, .snd, a sound file) or a folder.")};
 }
 
 void InspectCommand::addOptions(QCommandLineParser &parser) const
@@ -85,8 +86,10 @@ QString InfoCommand::summary() const
 QString InfoCommand::description() const
 {
     return summary() +
-        QStringLiteral("\nScripts (.def, .cns, .cmd, .st) and sound files (WAV, FLAC, Ogg Vorbis,\n"
-                       "MP3) are read; a folder is walked and each file it holds is summed up.");
+        QStringLiteral(
+               "\nScripts (.def, .cns, .cmd, .st), SND sound banks and sound files (WAV,\n"
+               "FLAC, Ogg Vorbis, MP3) are read; a folder is walked and each file it holds\n"
+               "is summed up.");
 }
 
 void InfoCommand::addOptions(QCommandLineParser &parser) const

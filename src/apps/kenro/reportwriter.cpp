@@ -71,10 +71,10 @@ QString fileText(FileReport const &report, bool allParts)
             allParts ? report.parts.size() : qMin<qsizetype>(shownParts, report.parts.size());
         for (qsizetype i = 0; i < shown; ++i) {
             Part const &part = report.parts.at(i);
-            text += QStringLiteral("    [%1] line %2, %3\n")
-                        .arg(part.name)
-                        .arg(part.line)
-                        .arg(plural(part.entries, QStringLiteral("value")));
+            QString const where =
+                part.line ? QStringLiteral(" line %1,").arg(part.line) : QString();
+            text += QStringLiteral("    [%1]%2 %3\n")
+                        .arg(part.name, where, plural(part.entries, part.unit));
         }
         if (shown < report.parts.size())
             text += QStringLiteral("    ... and %1 more (--all shows them)\n")
@@ -126,10 +126,13 @@ QJsonObject toJson(FileReport const &report)
     for (auto const &fact : report.facts)
         facts.insert(fact.first, QJsonValue::fromVariant(fact.second));
     QJsonArray parts;
-    for (Part const &part : report.parts)
-        parts.append(QJsonObject{{QStringLiteral("name"), part.name},
-                                 {QStringLiteral("line"), int(part.line)},
-                                 {QStringLiteral("values"), part.entries}});
+    for (Part const &part : report.parts) {
+        QJsonObject object{{QStringLiteral("name"), part.name},
+                           {part.unit + QLatin1Char('s'), part.entries}};
+        if (part.line)
+            object.insert(QStringLiteral("line"), int(part.line));
+        parts.append(object);
+    }
     return {{QStringLiteral("path"), report.path},
             {QStringLiteral("kind"), report.kind},
             {QStringLiteral("facts"), facts},

@@ -155,6 +155,18 @@ private Q_SLOTS:
                                  "[Info]\r\nname = \"Sample\"\r\n[Files]\r\nsprite = s.sff\r\n"));
         QVERIFY(KenroTest::writeFile(path(QStringLiteral("bad/s.sff")), "ElecbyteSpr"));
         QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("folder")));
+        QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("wavs")));
+        QVERIFY(writeSound(path(QStringLiteral("wavs/1_0.wav")), "WAV", tone(2, 22050)));
+        QVERIFY(writeSound(path(QStringLiteral("wavs/0_5.wav")), "WAV", tone(1, 11025)));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("wavs/readme.txt")), "not a sound"));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("manifests/broken/sounds.json")),
+                                     "{\"sounds\": ["));
+        QVERIFY(
+            KenroTest::writeFile(path(QStringLiteral("manifests/missing/sounds.json")),
+                                 R"({"sounds": [{"group": 0, "number": 0, "file": "0_0.wav"}]})"));
+        QVERIFY(KenroTest::writeFile(
+            path(QStringLiteral("manifests/outside/sounds.json")),
+            R"({"sounds": [{"group": 0, "number": 0, "file": "../tone.wav"}]})"));
     }
 
     void help_data()
@@ -165,12 +177,13 @@ private Q_SLOTS:
                               << QStringLiteral("Exit codes: 0 done, 1 check found errors");
         QTest::newRow("version") << QStringList{QStringLiteral("--version")}
                                  << QStringLiteral("kenro 0.");
-        for (char const *command : {"info", "check", "convert"}) {
+        for (char const *command : {"info", "check", "convert", "sounds export", "sounds build"}) {
             QString const name = QLatin1String(command);
+            QStringList const words = name.split(QLatin1Char(' '));
             QString const usage = QStringLiteral("Usage: kenro %1 [options]").arg(name);
-            QTest::newRow(command) << QStringList{name, QStringLiteral("--help")} << usage;
+            QTest::newRow(command) << (words + QStringList{QStringLiteral("--help")}) << usage;
             QTest::newRow(qPrintable(QStringLiteral("help ") + name))
-                << QStringList{QStringLiteral("help"), name} << usage;
+                << (QStringList{QStringLiteral("help")} + words) << usage;
         }
     }
 
@@ -183,7 +196,8 @@ private Q_SLOTS:
         QVERIFY2(result.out.contains(expected), qPrintable(result.out));
         QCOMPARE(result.err, QString());
         if (arguments.constFirst() == QLatin1String("--help")) {
-            for (char const *command : {"info", "check", "convert"})
+            for (char const *command :
+                 {"info", "check", "convert", "sounds export", "sounds build"})
                 QVERIFY(result.out.contains(QStringLiteral("  %1 ").arg(QLatin1String(command))));
         }
     }
@@ -197,6 +211,12 @@ private Q_SLOTS:
         QTest::newRow("no command") << QStringList() << QStringLiteral("Usage: kenro");
         QTest::newRow("unknown command") << QStringList{QStringLiteral("paint")}
                                          << QStringLiteral("kenro: paint: unknown command");
+        QTest::newRow("group without subcommand")
+            << QStringList{QStringLiteral("sounds")}
+            << QStringLiteral("kenro: sounds: needs a subcommand: export, build");
+        QTest::newRow("group with unknown subcommand")
+            << QStringList{QStringLiteral("sounds"), QStringLiteral("play")}
+            << QStringLiteral("kenro: sounds: needs a subcommand: export, build");
         QTest::newRow("unknown tool option") << QStringList{QStringLiteral("--colour")}
                                              << QStringLiteral("kenro: --colour: unknown option");
         QTest::newRow("settings without file")
@@ -521,9 +541,9 @@ private Q_SLOTS:
         Result const check = run({QStringLiteral("check"), folder});
         QCOMPARE(check.code, 0);
         QVERIFY(check.out.endsWith(QStringLiteral("%1: 0 errors, 0 warnings\n").arg(folder)));
-        // The archives, banks and animations not read yet are named, one line each.
+        // The sprite archives, animations and palettes not read yet are named, one line each.
         QStringList const warnings = check.err.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-        QCOMPARE(warnings.size(), 9);
+        QCOMPARE(warnings.size(), 7);
         for (QString const &warning : warnings)
             QVERIFY2(warning.startsWith(QLatin1String("kenro: warning: ")) &&
                          warning.contains(QLatin1String("not supported yet")),
@@ -532,7 +552,8 @@ private Q_SLOTS:
         Result const info = run({QStringLiteral("info"), folder});
         QCOMPARE(info.code, 0);
         QCOMPARE(info.err, QString());
-        QVERIFY(info.out.startsWith(QStringLiteral("%1: folder, 8 files inspected\n").arg(folder)));
+        QVERIFY(
+            info.out.startsWith(QStringLiteral("%1: folder, 10 files inspected\n").arg(folder)));
         QVERIFY(info.out.contains(
             folder + QStringLiteral("/kfm/kfm.def: DEF script, sections 4, values 23")));
     }
@@ -637,6 +658,145 @@ private Q_SLOTS:
         QCOMPARE(shown.contains(QStringLiteral("\rInspecting [")), drawn);
         // The bar's line is cleared before the result.
         QCOMPARE(shown.contains(QStringLiteral("100%\r\033[2K")), drawn);
+    }
+
+    void soundBankByNames()
+    {
+        QString const bank = path(QStringLiteral("named.snd"));
+        Result const build = run({QStringLiteral("sounds"), QStringLiteral("build"),
+                                  path(QStringLiteral("wavs")), bank});
+        QCOMPARE(build.code, 0);
+        QCOMPARE(build.err, QString());
+        Result const info = run({QStringLiteral("info"), QStringLiteral("--json"), bank});
+        QCOMPARE(info.code, 0);
+        QJsonObject const report = QJsonDocument::fromJson(info.out.toUtf8()).object();
+        QCOMPARE(report.value(QStringLiteral("kind")).toString(), QStringLiteral("SND sound bank"));
+        QJsonObject const facts = report.value(QStringLiteral("facts")).toObject();
+        QCOMPARE(facts.value(QStringLiteral("sounds")).toInt(), 2);
+        QCOMPARE(facts.value(QStringLiteral("groups")).toInt(), 2);
+        QCOMPARE(facts.value(QStringLiteral("seconds")).toDouble(), 2.0);
+        // Group and number order, whatever the folder's order; the text file is left out.
+        QJsonArray const parts = report.value(QStringLiteral("parts")).toArray();
+        QCOMPARE(parts.size(), 2);
+        QCOMPARE(parts.at(0).toObject().value(QStringLiteral("name")).toString(),
+                 QStringLiteral("0,5"));
+        QCOMPARE(parts.at(1).toObject().value(QStringLiteral("name")).toString(),
+                 QStringLiteral("1,0"));
+        QCOMPARE(parts.at(1).toObject().value(QStringLiteral("bytes")).toInt(),
+                 int(QFileInfo(path(QStringLiteral("wavs/1_0.wav"))).size()));
+
+        QString const out = path(QStringLiteral("named-export"));
+        QCOMPARE(run({QStringLiteral("sounds"), QStringLiteral("export"), bank, out}).code, 0);
+        for (char const *name : {"0_5.wav", "1_0.wav"})
+            QCOMPARE(KenroTest::readFile(out + QLatin1Char('/') + QLatin1String(name)),
+                     KenroTest::readFile(path(QStringLiteral("wavs/")) + QLatin1String(name)));
+    }
+
+    void soundBankRoundTrip_data()
+    {
+        QTest::addColumn<QString>("bank");
+        QTest::newRow("kfm") << QStringLiteral("game/chars/kfm/kfm.snd");
+        QTest::newRow("training") << QStringLiteral("game/chars/training/Training.snd");
+    }
+
+    void soundBankRoundTrip()
+    {
+        QFETCH(QString, bank);
+        KENRO_REQUIRE_TESTDATA(data);
+        QString const original = data + QLatin1Char('/') + bank;
+        QTemporaryDir work;
+        QString const first = work.filePath(QStringLiteral("first"));
+        QString const rebuilt = work.filePath(QStringLiteral("rebuilt.snd"));
+        QString const second = work.filePath(QStringLiteral("second"));
+        for (QStringList const &arguments :
+             {QStringList{QStringLiteral("sounds"), QStringLiteral("export"), original, first},
+              QStringList{QStringLiteral("sounds"), QStringLiteral("build"), first, rebuilt},
+              QStringList{QStringLiteral("sounds"), QStringLiteral("export"), rebuilt, second}}) {
+            Result const result = run(arguments);
+            QVERIFY2(result.code == 0 && result.err.isEmpty(), qPrintable(result.err));
+        }
+        QStringList const files = entries(first);
+        QVERIFY(files.contains(QStringLiteral("sounds.json")));
+        QCOMPARE(entries(second), files);
+        for (QString const &name : files)
+            QVERIFY2(KenroTest::readFile(first + QLatin1Char('/') + name) ==
+                         KenroTest::readFile(second + QLatin1Char('/') + name),
+                     qPrintable(name));
+        // The bank made again is the very file it came from.
+        QVERIFY(KenroTest::readFile(rebuilt) == KenroTest::readFile(original));
+        // One WAV file per sound, each readable as one.
+        Result const info = run({QStringLiteral("info"), QStringLiteral("--json"), original});
+        int const sounds = QJsonDocument::fromJson(info.out.toUtf8())
+                               .object()
+                               .value(QStringLiteral("facts"))
+                               .toObject()
+                               .value(QStringLiteral("sounds"))
+                               .toInt();
+        QCOMPARE(files.size(), sounds + 1);
+        SoundSample const sample = readSound(first + QLatin1Char('/') + files.constFirst());
+        QVERIFY(sample.frequency > 0);
+    }
+
+    void soundBankErrors_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("what");
+        QTest::addColumn<QString>("why");
+        QString const e = QStringLiteral("export");
+        QString const b = QStringLiteral("build");
+        QString const out = path(QStringLiteral("bank-out"));
+        QString const bank = path(QStringLiteral("named.snd"));
+        auto add = [](char const *name, QStringList const &arguments, int code, QString const &what,
+                      char const *why) {
+            QTest::newRow(name) << (QStringList{QStringLiteral("sounds")} + arguments) << code
+                                << what << QString::fromLatin1(why);
+        };
+        add("export garbage", {e, path(QStringLiteral("garbage.wav")), out}, 3,
+            path(QStringLiteral("garbage.wav")), "not a valid SND sound bank");
+        add("export missing", {e, path(QStringLiteral("none.snd")), out}, 3,
+            path(QStringLiteral("none.snd")), "no such file");
+        add("export folder", {e, path(QStringLiteral("folder")), out}, 3,
+            path(QStringLiteral("folder")), "is a directory");
+        add("export into a file", {e, bank, path(QStringLiteral("tone.wav"))}, 4,
+            path(QStringLiteral("tone.wav")), "is a file, a folder was expected");
+        add("build missing", {b, path(QStringLiteral("none")), out}, 3,
+            path(QStringLiteral("none")), "no such folder");
+        add("build from a file", {b, path(QStringLiteral("tone.wav")), out}, 3,
+            path(QStringLiteral("tone.wav")), "is a file, a folder was expected");
+        add("build empty folder", {b, path(QStringLiteral("folder")), out}, 3,
+            path(QStringLiteral("folder")), "no sounds");
+        QString const manifests = path(QStringLiteral("manifests/"));
+        add("broken manifest", {b, manifests + QStringLiteral("broken"), out}, 3,
+            manifests + QStringLiteral("broken/sounds.json"), "not valid JSON");
+        add("manifest names a missing file", {b, manifests + QStringLiteral("missing"), out}, 3,
+            manifests + QStringLiteral("missing/0_0.wav"), "no such file");
+        add("manifest reaches outside", {b, manifests + QStringLiteral("outside"), out}, 3,
+            manifests + QStringLiteral("outside/sounds.json"), "a plain \"file\" name");
+        add("build into a folder",
+            {b, path(QStringLiteral("wavs")), path(QStringLiteral("folder"))}, 4,
+            path(QStringLiteral("folder")), "is a directory");
+        add("build under a file",
+            {b, path(QStringLiteral("wavs")), path(QStringLiteral("tone.wav/x.snd"))}, 4,
+            path(QStringLiteral("tone.wav/x.snd")), "no such directory");
+    }
+
+    void soundBankErrors()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(int, code);
+        QFETCH(QString, what);
+        QFETCH(QString, why);
+        QVERIFY(QFile::exists(path(QStringLiteral("named.snd"))));
+        QStringList const before = entries(m_dir.path());
+        Result const result = run(arguments);
+        QCOMPARE(result.code, code);
+        QByteArray reason;
+        QVERIFY2(isOneLineFailure(result, &reason), reason.constData());
+        QVERIFY2(result.err.startsWith(QStringLiteral("kenro: %1: ").arg(what)),
+                 qPrintable(result.err));
+        QVERIFY2(result.err.contains(why), qPrintable(result.err));
+        QCOMPARE(entries(m_dir.path()), before);
     }
 
     void soundInfo()
