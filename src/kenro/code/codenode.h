@@ -3,6 +3,7 @@
 #include <kenro/code/propertyitem.h>
 #include <kenro/project/object.h>
 
+#include <QList>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QVariant>
@@ -177,6 +178,46 @@ protected:
     static void setParentOf(CodeNode *child, ParentCode *parent);
     /// Takes \a child from its present parent, if it has one.
     static void detach(CodeNode *child);
+
+    // The children of a section kept in a list of one node class.
+
+    /// The row of \a child in \a list, or -1.
+    template<typename Child>
+    static int rowIn(QList<Child *> const &list, CodeNode const *child)
+    {
+        for (int i = 0; i < list.size(); ++i) {
+            if (static_cast<CodeNode const *>(list.at(i)) == child)
+                return i;
+        }
+        return -1;
+    }
+    /// Moves \a child into \a list at \a index (clamped to the end), telling the views.
+    template<typename Child>
+    void insertInto(QList<Child *> &list, CodeNode *child, unsigned int index)
+    {
+        detach(child);
+        int const row = qMin(static_cast<int>(index), static_cast<int>(list.size()));
+        beginInsert(this, row);
+        setParentOf(child, this);
+        list.insert(row, static_cast<Child *>(child));
+        endInsert();
+    }
+    /// Takes \a child out of \a list and clears its parent, telling the views.
+    template<typename Child>
+    void removeFrom(QList<Child *> &list, CodeNode *child)
+    {
+        // The parent link goes inside the removal, so that views asking about
+        // the row on its way out still find its parent.
+        int const row = rowIn(list, child);
+        if (row < 0) {
+            setParentOf(child, nullptr);
+            return;
+        }
+        beginRemove(this, row);
+        list.removeAt(row);
+        setParentOf(child, nullptr);
+        endRemove();
+    }
 };
 
 /// A node with a name, shown and searched as properties.

@@ -23,6 +23,14 @@ GroupCode::~GroupCode()
     // Leaves its parent while it is still a heading, so that whoever hears
     // of the removal can still read its kind.
     detach(this);
+    // The frames that the heading kept from the animation above go back to
+    // it, as a fresh reading of the text would place them.
+    if (auto *animation = static_cast<ParentCode *>(previous(Animation, Group))) {
+        for (CodeNode *node = next(); node && !(node->type() & SectionMask); node = node->next()) {
+            if (node->type() == Frame && !node->parent())
+                animation->insertChild(node, animation->childCount());
+        }
+    }
     if (m_values.isEmpty())
         return;
     auto *above = static_cast<GroupCode *>(previous(Group, Animation | Frame));
@@ -101,11 +109,7 @@ unsigned int GroupCode::childCount() const
 
 int GroupCode::childIndex(CodeNode *child) const
 {
-    for (int i = 0; i < m_values.size(); ++i) {
-        if (static_cast<CodeNode *>(m_values.at(i)) == child)
-            return i;
-    }
-    return -1;
+    return rowIn(m_values, child);
 }
 
 CodeNode *GroupCode::childAt(unsigned int index) const
@@ -115,29 +119,13 @@ CodeNode *GroupCode::childAt(unsigned int index) const
 
 void GroupCode::insertChild(CodeNode *child, unsigned int index)
 {
-    if (!child || child->type() != CodeNode::Value)
-        return;
-    detach(child);
-    int const row = qMin(static_cast<int>(index), m_values.size());
-    beginInsert(this, row);
-    setParentOf(child, this);
-    m_values.insert(row, static_cast<ValueCode *>(child));
-    endInsert();
+    if (child && child->type() == CodeNode::Value)
+        insertInto(m_values, child, index);
 }
 
 void GroupCode::removeChild(CodeNode *child)
 {
-    // The parent link goes inside the removal, so that views asking about
-    // the row on its way out still find its parent.
-    int const row = childIndex(child);
-    if (row < 0) {
-        setParentOf(child, nullptr);
-        return;
-    }
-    beginRemove(this, row);
-    m_values.removeAt(row);
-    setParentOf(child, nullptr);
-    endRemove();
+    removeFrom(m_values, child);
 }
 
 } // namespace Kenro
