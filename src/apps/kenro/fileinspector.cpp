@@ -1,5 +1,6 @@
 #include "fileinspector.h"
 
+#include "airinspector.h"
 #include "exitcode.h"
 #include "inputfile.h"
 #include "progressbar.h"
@@ -32,11 +33,21 @@ Pending const pendingKinds[] = {
 
 FileInspector::~FileInspector() = default;
 
+void FileInspector::addMessages(Messages const *messages, FileReport &report)
+{
+    for (unsigned int i = 0; i < messages->count(Message::All); ++i) {
+        Message const message = messages->at(i, Message::All);
+        report.diagnostics.append(
+            {message.type, report.path, message.line + 1, message.column + 1, message.text});
+    }
+}
+
 Inspectors::Inspectors()
 {
     m_inspectors.push_back(std::make_unique<ScriptInspector>());
     m_inspectors.push_back(std::make_unique<SoundInspector>());
     m_inspectors.push_back(std::make_unique<SndInspector>());
+    m_inspectors.push_back(std::make_unique<AirInspector>());
 }
 
 Inspectors::~Inspectors() = default;

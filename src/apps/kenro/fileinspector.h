@@ -27,6 +27,10 @@ public:
      * as this kind at all (a damaged archive, binary garbage).
      */
     virtual bool inspect(QString const &path, FileReport &report, QString &why) const = 0;
+
+protected:
+    /// Appends the diagnostics of \a messages, as those of \a report's file, to \a report.
+    static void addMessages(Messages const *messages, FileReport &report);
 };
 
 /// The table of inspectors, and the walk over a folder.

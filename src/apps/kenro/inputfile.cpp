@@ -1,5 +1,6 @@
 #include "inputfile.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 namespace Kenro::Cli {
@@ -29,6 +30,17 @@ QString unwritableFileReason(QString const &path)
     if (!folder.isWritable())
         return QStringLiteral("permission denied: %1").arg(folder.filePath());
     return QString();
+}
+
+bool looksBinary(QString const &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    QByteArray const head = file.read(8192);
+    if (head.startsWith("\xff\xfe") || head.startsWith("\xfe\xff"))
+        return false;
+    return head.contains('\0');
 }
 
 } // namespace Kenro::Cli

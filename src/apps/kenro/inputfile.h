@@ -16,4 +16,10 @@ QString unreadableFileReason(QString const &path);
  */
 QString unwritableFileReason(QString const &path);
 
+/**
+ * True when the head of text file \a path holds a NUL byte outside a UTF-16
+ * text: binary content, which would parse into a flood of nonsense errors.
+ */
+bool looksBinary(QString const &path);
+
 } // namespace Kenro::Cli

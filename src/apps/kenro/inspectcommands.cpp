@@ -46,8 +46,8 @@ QStringList InspectCommand::arguments() const
 
 QStringList InspectCommand::argumentHelp() const
 {
-    return {
-        QStringLiteral("A content file (.def, .cns, .cmd, .st, .snd, a sound file) or a folder.")};
+    return {QStringLiteral(
+        "A content file (.def, .cns, .cmd, .st, .air, .snd, a sound file) or a folder.")};
 }
 
 void InspectCommand::addOptions(QCommandLineParser &parser) const

@@ -1,5 +1,7 @@
 #include "scriptinspector.h"
 
+#include "inputfile.h"
+
 #include <ikemen/script/scriptdocument.h>
 #include <ikemen/script/scriptgroup.h>
 
@@ -7,24 +9,9 @@
 #include <kenro/project/filesystemarchive.h>
 #include <kenro/project/pathhelpers.h>
 
-#include <QFile>
-
 namespace Kenro::Cli {
 
 namespace {
-
-// Binary content would parse into a flood of nonsense errors; a NUL byte
-// outside a UTF-16 text says that it is no script.
-bool looksBinary(QString const &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return false;
-    QByteArray const head = file.read(8192);
-    if (head.startsWith("\xff\xfe") || head.startsWith("\xfe\xff"))
-        return false;
-    return head.contains('\0');
-}
 
 QString kindLabel(Ikemen::ScriptGroup::Kind kind)
 {
@@ -94,12 +81,7 @@ bool ScriptInspector::inspect(QString const &path, FileReport &report, QString &
     if (!files.isEmpty())
         report.facts.append({QStringLiteral("files"), files});
 
-    Messages const *messages = document.messages();
-    for (unsigned int i = 0; i < messages->count(Message::All); ++i) {
-        Message const message = messages->at(i, Message::All);
-        report.diagnostics.append(
-            {message.type, path, message.line + 1, message.column + 1, message.text});
-    }
+    addMessages(document.messages(), report);
     return true;
 }
 
