@@ -87,9 +87,9 @@ QString InfoCommand::description() const
 {
     return summary() +
         QStringLiteral(
-               "\nScripts (.def, .cns, .cmd, .st), SND sound banks and sound files (WAV,\n"
-               "FLAC, Ogg Vorbis, MP3) are read; a folder is walked and each file it holds\n"
-               "is summed up.");
+               "\nScripts (.def, .cns, .cmd, .st), AIR animations, SND sound banks and sound\n"
+               "files (WAV, FLAC, Ogg Vorbis, MP3) are read; a folder is walked and each\n"
+               "file it holds is summed up.");
 }
 
 void InfoCommand::addOptions(QCommandLineParser &parser) const
