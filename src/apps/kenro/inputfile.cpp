@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QSaveFile>
 
 namespace Kenro::Cli {
 
@@ -30,6 +31,38 @@ QString unwritableFileReason(QString const &path)
     if (!folder.isWritable())
         return QStringLiteral("permission denied: %1").arg(folder.filePath());
     return QString();
+}
+
+bool openInput(QFile &file, QString &why)
+{
+    why = unreadableFileReason(file.fileName());
+    if (why.isEmpty() && !file.open(QIODevice::ReadOnly))
+        why = file.errorString();
+    return why.isEmpty();
+}
+
+bool saveFile(QString const &path, std::function<bool(QSaveFile &, QString &)> const &write,
+              QString &why)
+{
+    why = unwritableFileReason(path);
+    if (!why.isEmpty())
+        return false;
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        why = file.errorString();
+        return false;
+    }
+    if (!write(file, why)) {
+        if (why.isEmpty())
+            why = file.errorString();
+        file.cancelWriting();
+        return false;
+    }
+    if (!file.commit()) {
+        why = file.errorString();
+        return false;
+    }
+    return true;
 }
 
 bool looksBinary(QString const &path)

@@ -12,14 +12,9 @@ namespace Kenro::Cli::SoundBanks {
 
 bool read(QString const &path, Ikemen::SndBank &bank, QStringList &warnings, QString &why)
 {
-    why = unreadableFileReason(path);
-    if (!why.isEmpty())
-        return false;
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        why = file.errorString();
+    if (!openInput(file, why))
         return false;
-    }
     Ikemen::SndReader reader;
     if (!reader.read(file.readAll())) {
         why = QStringLiteral("not a valid SND sound bank: %1").arg(reader.errorString());
@@ -32,25 +27,16 @@ bool read(QString const &path, Ikemen::SndBank &bank, QStringList &warnings, QSt
 
 bool write(QString const &path, Ikemen::SndBank const &bank, QString &why)
 {
-    why = unwritableFileReason(path);
-    if (!why.isEmpty())
-        return false;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        why = file.errorString();
-        return false;
-    }
-    Ikemen::SndWriter writer;
-    if (!writer.write(bank, &file)) {
-        file.cancelWriting();
-        why = writer.errorString();
-        return false;
-    }
-    if (!file.commit()) {
-        why = file.errorString();
-        return false;
-    }
-    return true;
+    return saveFile(
+        path,
+        [&bank](QSaveFile &file, QString &why) {
+            Ikemen::SndWriter writer;
+            if (writer.write(bank, &file))
+                return true;
+            why = writer.errorString();
+            return false;
+        },
+        why);
 }
 
 QString memberFileName(qint32 group, qint32 number)

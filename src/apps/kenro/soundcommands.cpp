@@ -30,17 +30,12 @@ QString const manifestName = QStringLiteral("sounds.json");
 // Writes \a bytes as \a path through a temporary file; the reason of a failure in \a why.
 bool saveBytes(QString const &path, QByteArrayView bytes, QString &why)
 {
-    why = unwritableFileReason(path);
-    if (!why.isEmpty())
-        return false;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) ||
-        file.write(bytes.data(), bytes.size()) != bytes.size() || !file.commit()) {
-        why = file.errorString();
-        file.cancelWriting();
-        return false;
-    }
-    return true;
+    return saveFile(
+        path,
+        [bytes](QSaveFile &file, QString &) {
+            return file.write(bytes.data(), bytes.size()) == bytes.size();
+        },
+        why);
 }
 
 // The folder \a path made ready for output; the reason of a failure in \a why.
@@ -106,10 +101,8 @@ QList<Entry> entriesByName(QString const &folder)
 bool readManifest(QString const &path, QList<Entry> &entries, Ikemen::SndBank &bank, QString &why)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        why = file.errorString();
+    if (!openInput(file, why))
         return false;
-    }
     QJsonParseError error;
     QJsonObject const manifest = QJsonDocument::fromJson(file.readAll(), &error).object();
     if (error.error != QJsonParseError::NoError) {
@@ -283,11 +276,8 @@ int SoundsBuildCommand::run(QCommandLineParser const &parser, CliInterface &host
     bar.setMaximum(unsigned(entries.size()));
     for (Entry const &entry : std::as_const(entries)) {
         QString const path = dir.filePath(entry.file);
-        why = unreadableFileReason(path);
         QFile file(path);
-        if (why.isEmpty() && !file.open(QIODevice::ReadOnly))
-            why = file.errorString();
-        if (!why.isEmpty())
+        if (!openInput(file, why))
             return Console::fail(InputError, path, why);
         QByteArray const bytes = file.readAll();
         // Banks do hold members that are no WAV files; they are kept, with a word.

@@ -88,14 +88,9 @@ bool canWrite(QByteArray const &format)
 
 bool read(QString const &path, SoundSample &sample, QByteArray &format, QString &why)
 {
-    why = unreadableFileReason(path);
-    if (!why.isEmpty())
-        return false;
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        why = file.errorString();
+    if (!openInput(file, why))
         return false;
-    }
     format = formatOf(path, file.peek(12));
     if (format.isEmpty()) {
         why = QStringLiteral("not a sound file of a known kind (WAV, FLAC, Ogg Vorbis, MP3)");
@@ -112,28 +107,19 @@ bool read(QString const &path, SoundSample &sample, QByteArray &format, QString 
 bool write(QString const &path, QByteArray const &format, SoundSample const &sample, QString &why,
            SampleInfo *written)
 {
-    why = unwritableFileReason(path);
-    if (!why.isEmpty())
-        return false;
     SoundSample const prepared = format == "FLAC" ? widenForFLAC(sample) : sample;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        why = file.errorString();
+    bool const saved = saveFile(
+        path,
+        [&](QSaveFile &file, QString &why) {
+            bool const done = format == "OGG" ? writeVorbis(prepared, &file)
+                                              : saveSound(&file, format.constData(), prepared);
+            if (!done && file.error() == QFileDevice::NoError)
+                why = QStringLiteral("the %1 encoder refused the sound").arg(QLatin1String(format));
+            return done;
+        },
+        why);
+    if (!saved)
         return false;
-    }
-    bool const saved = format == "OGG" ? writeVorbis(prepared, &file)
-                                       : saveSound(&file, format.constData(), prepared);
-    if (!saved) {
-        file.cancelWriting();
-        why = file.error() != QFileDevice::NoError
-            ? file.errorString()
-            : QStringLiteral("the %1 encoder refused the sound").arg(QLatin1String(format));
-        return false;
-    }
-    if (!file.commit()) {
-        why = file.errorString();
-        return false;
-    }
     if (written) {
         *written = prepared;
         // Ogg Vorbis decodes to 16 bits.
