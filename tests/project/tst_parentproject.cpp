@@ -6,6 +6,7 @@
 
 #include "dialoganswerer.h"
 #include "memoryarchive.h"
+#include "modelnames.h"
 #include "testdata.h"
 #include "testengine.h"
 #include "testinterface.h"
@@ -21,6 +22,9 @@
 #include <QTest>
 
 using namespace Kenro;
+using KenroTest::childIndex;
+using KenroTest::childNames;
+using KenroTest::copyTree;
 using KenroTest::TestParentProject;
 
 using Jobs = KenroTest::TestJobs;
@@ -124,36 +128,6 @@ public:
         addPath(QStringLiteral("stages"), ProjectFiles, {QStringLiteral("*.def")});
     }
 };
-
-bool copyTree(QString const &from, QString const &to)
-{
-    QDirIterator it(from, QDir::Files | QDir::NoSymLinks, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        QString const path = it.next();
-        QString const target = to + path.mid(from.length());
-        if (!QDir().mkpath(QFileInfo(target).absolutePath()) || !QFile::copy(path, target))
-            return false;
-    }
-    return true;
-}
-
-QStringList childNames(ParentProject const &model, QModelIndex const &parent)
-{
-    QStringList names;
-    for (int row = 0; row < model.rowCount(parent); ++row)
-        names.append(model.index(row, 0, parent).data().toString());
-    return names;
-}
-
-QModelIndex childIndex(ParentProject const &model, QModelIndex const &parent, QString const &name)
-{
-    for (int row = 0; row < model.rowCount(parent); ++row) {
-        QModelIndex const index = model.index(row, 0, parent);
-        if (index.data().toString() == name)
-            return index;
-    }
-    return QModelIndex();
-}
 
 // The only folder in \a directory, or empty.
 QString onlyEntry(QString const &directory)
@@ -297,6 +271,70 @@ private Q_SLOTS:
         QCOMPARE(parent.refCount(), 0u);
         QCOMPARE(parent.disposed, 1);
         QVERIFY(parent.projectForFile(nullptr) == nullptr);
+    }
+
+    void sharedFoldersOutliveTheirProjects()
+    {
+        KenroTest::TestInterface host;
+        KenroTest::MemoryArchive archive;
+        for (QString const &name : {QStringLiteral("stages/a.def"), QStringLiteral("stages/a.sff"),
+                                    QStringLiteral("stages/b.def"), QStringLiteral("stages/b.sff"),
+                                    QStringLiteral("chars/x/x.def")})
+            archive.files.insert(QStringLiteral("/root/") + name, "");
+        TestParentProject parent(QStringLiteral("/root/"), archive);
+        QAbstractItemModelTester tester(&parent,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        auto *stages = static_cast<ParentProject::DirectoryPath *>(parent.addPath(
+            QStringLiteral("stages"), ParentProject::ProjectFiles, {QStringLiteral("*.def")}));
+        parent.addPath(QStringLiteral("chars"), ParentProject::ProjectDirectories);
+        QModelIndex const stagesIndex = childIndex(parent, QModelIndex(), QStringLiteral("stages"));
+        QModelIndex const charsIndex = childIndex(parent, QModelIndex(), QStringLiteral("chars"));
+        QStringList const scanned{QStringLiteral("a.def"), QStringLiteral("b.def")};
+
+        auto open = [&](QString const &main, QString const &file) {
+            auto *definition = new KenroTest::TextFile;
+            definition->name = QStringLiteral("/root/") + main;
+            auto *project = new KenroTest::TestProject(&parent, 0, definition, true);
+            if (!file.isEmpty())
+                project->entries = {{Project::Sprites, file}};
+            project->addToParent();
+            return project;
+        };
+        auto close = [](KenroTest::TestProject *project) {
+            project->release();
+            delete project;
+        };
+
+        // Two projects of one scanned folder: its entries stay, each adds its files.
+        KenroTest::TestProject *a = open(QStringLiteral("stages/a.def"), QStringLiteral("/a.sff"));
+        KenroTest::TestProject *b = open(QStringLiteral("stages/b.def"), QStringLiteral("/b.sff"));
+        QStringList const both{QStringLiteral("a.def"), QStringLiteral("b.def"),
+                               QStringLiteral("a.sff"), QStringLiteral("b.sff")};
+        QCOMPARE(childNames(parent, stagesIndex), both);
+        QVERIFY(parent.itemPath(parent.index(0, 0, stagesIndex))->isProject());
+        QCOMPARE(parent.filePath(QStringLiteral("/root/stages/b.sff"))->fileType(),
+                 int(Project::Sprites));
+        stages->scan(); // as when the folder changes on disk
+        QCOMPARE(childNames(parent, stagesIndex), both);
+        close(a);
+        QCOMPARE(childNames(parent, stagesIndex),
+                 (QStringList{QStringLiteral("a.def"), QStringLiteral("b.def"),
+                              QStringLiteral("b.sff")}));
+        b->entries.clear();
+        b->fileHierarchyChanged();
+        QCOMPARE(childNames(parent, stagesIndex), scanned);
+        close(b);
+        QCOMPARE(childNames(parent, stagesIndex), scanned);
+
+        // A scanned project folder stays when its project closes, without its files.
+        KenroTest::TestProject *x = open(QStringLiteral("chars/x/x.def"), QStringLiteral("/x.air"));
+        QModelIndex const xIndex = childIndex(parent, charsIndex, QStringLiteral("x"));
+        QCOMPARE(childNames(parent, xIndex),
+                 (QStringList{QStringLiteral("x.def"), QStringLiteral("x.air")}));
+        close(x);
+        QCOMPARE(childNames(parent, charsIndex), QStringList{QStringLiteral("x")});
+        QCOMPARE(parent.rowCount(childIndex(parent, charsIndex, QStringLiteral("x"))), 0);
+        QCOMPARE(parent.disposed, 2);
     }
 
     void loneProjectRootAndGameMarker()

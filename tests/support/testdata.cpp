@@ -1,6 +1,7 @@
 #include "testdata.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 
@@ -25,6 +26,19 @@ bool writeFile(QString const &name, QByteArray const &data)
     QDir().mkpath(QFileInfo(name).path());
     QFile file(name);
     return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
+}
+
+bool copyTree(QString const &from, QString const &to)
+{
+    QDirIterator it(from, QDir::Files | QDir::NoSymLinks, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        QString const path = it.next();
+        QString const target = to + path.mid(from.length());
+        if (!QDir().mkpath(QFileInfo(target).absolutePath()) || !QFile::copy(path, target))
+            return false;
+        QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner);
+    }
+    return true;
 }
 
 } // namespace KenroTest

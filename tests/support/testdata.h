@@ -15,6 +15,11 @@ QString testDataPath();
 QByteArray readFile(QString const &name);
 /// Writes \a data as file \a name, making its directory; false on failure.
 bool writeFile(QString const &name, QByteArray const &data);
+/**
+ * Copies the files below folder \a from to the same places below \a to,
+ * writable by the owner whatever they were; false on the first failure.
+ */
+bool copyTree(QString const &from, QString const &to);
 
 } // namespace KenroTest
 

@@ -219,6 +219,8 @@ void ParentProject::DirectoryPath::scan()
             found.append(info);
         }
     }
+    if (ParentProjectPrivate *root = rootOf(this))
+        root->owner->mergeOpenProjects(this, found);
     syncChildren(found);
 }
 
@@ -642,19 +644,27 @@ void ParentProject::addRef(Project *project)
         if (!fileName.isEmpty() && directory != root && directory != trimmedRoot) {
             QString const inside =
                 directory.startsWith(root) ? directory.mid(root.length()) : directory;
-            if (Path *made = addPath(inside, 0))
+            // A folder that the tree already had, such as a scanned folder of
+            // projects, is not the project's own and outlives it.
+            BasePath const *existing = d;
+            for (QString const &name : components(inside)) {
+                existing = childNamed(existing, name);
+                if (!existing)
+                    break;
+            }
+            if (Path *made = addPath(inside, 0)) {
                 node = made;
+                if (!existing)
+                    d->ownNodes.insert(project);
+            }
         }
         d->projects.insert(project, node);
     }
     rebuildProject(project);
 }
 
-void ParentProject::rebuildProject(Project *project)
+void ParentProject::mergeProject(Project *project, QList<PathInfo> &tree) const
 {
-    auto *node = static_cast<BasePath *>(d->projects.value(project));
-    if (!node)
-        return;
     QList<Project::FileEntry> list;
     project->fileList(list);
     QString const fileName = project->fileName();
@@ -662,7 +672,8 @@ void ParentProject::rebuildProject(Project *project)
         list.prepend(Project::FileEntry(Project::Main, QFileInfo(fileName).fileName()));
 
     // Entries are paths relative to the project; several merge into one tree.
-    QList<PathInfo> tree;
+    // At the top a name that is there already, of whatever kind, stays as it
+    // is: a scanned project file keeps its place beside the files it names.
     for (Project::FileEntry const &entry : std::as_const(list)) {
         QStringList const names = components(entry.second);
         QList<PathInfo> *level = &tree;
@@ -670,12 +681,18 @@ void ParentProject::rebuildProject(Project *project)
             bool const last = i == names.size() - 1;
             int const kind = last ? PathInfo::File : PathInfo::Directory;
             PathInfo *found = nullptr;
+            bool taken = false;
             for (PathInfo &record : *level) {
-                if (record.kind == kind && record.name == names.at(i)) {
+                if (record.name != names.at(i))
+                    continue;
+                if (record.kind == kind) {
                     found = &record;
                     break;
                 }
+                taken = level == &tree;
             }
+            if (!found && taken)
+                break;
             if (!found) {
                 PathInfo record;
                 record.kind = kind;
@@ -687,6 +704,45 @@ void ParentProject::rebuildProject(Project *project)
             level = &found->children;
         }
     }
+}
+
+void ParentProject::mergeOpenProjects(Path const *node, QList<PathInfo> &tree) const
+{
+    for (Project *project : std::as_const(d->projectOrder)) {
+        if (d->projects.value(project) == node)
+            mergeProject(project, tree);
+    }
+}
+
+void ParentProject::resyncNode(Path *node)
+{
+    // A scanned folder lists its projects again, with the open ones' files;
+    // any other shows what the projects still open on it hold.
+    auto *directory = dynamic_cast<DirectoryPath *>(node);
+    if (directory && directory->flags()) {
+        directory->scan();
+        return;
+    }
+    QList<PathInfo> tree;
+    mergeOpenProjects(node, tree);
+    node->syncChildren(tree);
+}
+
+void ParentProject::rebuildProject(Project *project)
+{
+    Path *node = d->projects.value(project);
+    if (!node)
+        return;
+    bool shared = false;
+    for (auto it = d->projects.constBegin(); it != d->projects.constEnd(); ++it)
+        shared = shared || (it.key() != project && it.value() == node);
+    auto *directory = dynamic_cast<DirectoryPath *>(node);
+    if (shared || (directory && directory->flags())) {
+        resyncNode(node);
+        return;
+    }
+    QList<PathInfo> tree;
+    mergeProject(project, tree);
     node->syncChildren(tree);
 }
 
@@ -697,10 +753,21 @@ void ParentProject::forgetProject(Project *project)
     for (ProjectFile *file : project->files())
         Q_EMIT fileClosed(file);
     auto *node = static_cast<BasePath *>(d->projects.value(project));
-    if (node && node != d)
-        d->removeNode(node);
+    bool const own = d->ownNodes.contains(project);
     d->projects.remove(project);
     d->projectOrder.removeOne(project);
+    d->ownNodes.remove(project);
+    bool shared = false;
+    for (Path *other : std::as_const(d->projects))
+        shared = shared || other == node;
+    // The folders made for the project go with it; a folder that was there
+    // before, or that another open project stands on, stays without its files.
+    if (node && node != d) {
+        if (own && !shared)
+            d->removeNode(node);
+        else
+            resyncNode(node);
+    }
     if (--d->refCount == 0)
         dispose(); // may end this object
 }

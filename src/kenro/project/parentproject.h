@@ -239,6 +239,12 @@ private:
     void forgetProject(Project *project);
     // Rebuilds the files below the node of \a project from its file list.
     void rebuildProject(Project *project);
+    // Adds the files of \a project to \a tree, below its node.
+    void mergeProject(Project *project, QList<PathInfo> &tree) const;
+    // Adds the files of every open project whose node is \a node to \a tree.
+    void mergeOpenProjects(Path const *node, QList<PathInfo> &tree) const;
+    // Shows on \a node what its scan and the open projects on it give.
+    void resyncNode(Path *node);
 
     ParentProjectPrivate *d;
 };

@@ -5,6 +5,7 @@
 #include <QFileSystemWatcher>
 #include <QMap>
 #include <QObject>
+#include <QSet>
 
 namespace Kenro {
 
@@ -39,6 +40,8 @@ public:
     // In the order they were opened.
     QList<Project *> projectOrder;
     QMap<Project *, ParentProject::Path *> projects;
+    // Projects whose node was made for them, which leaves with them.
+    QSet<Project *> ownNodes;
     mutable QFileSystemWatcher m_watcher;
 
 public Q_SLOTS:
