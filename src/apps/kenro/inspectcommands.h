@@ -1,0 +1,53 @@
+#pragma once
+
+#include "command.h"
+#include "filereport.h"
+
+namespace Kenro::Cli {
+
+/// What `info` and `check` share: a file or a whole folder read into a report.
+class InspectCommand : public Command
+{
+public:
+    QStringList arguments() const override;
+    QStringList argumentHelp() const override;
+    void addOptions(QCommandLineParser &parser) const override;
+
+protected:
+    /// A report of a file or of a folder, as PATH is.
+    struct Inspection
+    {
+        bool folder = false;
+        FileReport file;
+        FolderReport tree;
+
+        QList<Diagnostic> diagnostics() const;
+        int count(Message::Type type) const;
+    };
+
+    /// Reads PATH into \a inspection; returns an ExitCode, with the failure already printed.
+    int inspect(QString const &path, CliInterface &host, Inspection &inspection) const;
+};
+
+/// `kenro info PATH`: what a file or folder holds.
+class InfoCommand : public InspectCommand
+{
+public:
+    QString name() const override;
+    QString summary() const override;
+    QString description() const override;
+    void addOptions(QCommandLineParser &parser) const override;
+    int run(QCommandLineParser const &parser, CliInterface &host) const override;
+};
+
+/// `kenro check PATH`: every diagnostic, and exit code 1 when there are errors.
+class CheckCommand : public InspectCommand
+{
+public:
+    QString name() const override;
+    QString summary() const override;
+    QString description() const override;
+    int run(QCommandLineParser const &parser, CliInterface &host) const override;
+};
+
+} // namespace Kenro::Cli

@@ -1,0 +1,891 @@
+#include "testdata.h"
+
+#include <kenro/sound/soundcodecs.h>
+
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cmath>
+
+#include <unistd.h>
+
+using namespace Kenro;
+
+namespace {
+
+struct Result
+{
+    int code = -1;
+    QString out;
+    QString err;
+};
+
+// Runs the tool with its own empty configuration folder, so that no user
+// settings reach it, and stdout and stderr apart (neither is a terminal).
+Result kenro(QStringList const &arguments, QString const &configHome)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("KENRO_SETTINGS"));
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome);
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(KENRO_EXECUTABLE), arguments);
+    Result result;
+    if (!process.waitForFinished(120000)) {
+        process.kill();
+        process.waitForFinished();
+        return result;
+    }
+    result.code = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    result.out = QString::fromUtf8(process.readAllStandardOutput());
+    result.err = QString::fromUtf8(process.readAllStandardError());
+    return result;
+}
+
+// A failure is one line "kenro: <what>: <why>" on stderr and nothing on stdout.
+bool isOneLineFailure(Result const &result, QByteArray *why)
+{
+    static QRegularExpression const line(QStringLiteral("^kenro: [^\\n]+: [^\\n]+\\n$"));
+    if (line.match(result.err).hasMatch() && result.out.isEmpty())
+        return true;
+    *why = QStringLiteral("exit %1, stdout '%2', stderr '%3'")
+               .arg(result.code)
+               .arg(result.out, result.err)
+               .toUtf8();
+    return false;
+}
+
+// A second of a 440 Hz tone, 16-bit, \a channels channels at \a frequency.
+SoundSample tone(quint16 channels, quint32 frequency)
+{
+    SoundSample sample;
+    sample.channels = channels;
+    sample.bits = 16;
+    sample.frequency = frequency;
+    sample.frames = frequency;
+    sample.data.resize(qsizetype(sample.frames) * channels * 2);
+    auto *out = reinterpret_cast<qint16 *>(sample.data.data());
+    for (quint32 i = 0; i < sample.frames; ++i) {
+        for (quint16 c = 0; c < channels; ++c)
+            *out++ = qint16(12000 * std::sin(2 * M_PI * 440 * i / frequency + c));
+    }
+    return sample;
+}
+
+bool writeSound(QString const &path, char const *format, SoundSample const &sample)
+{
+    QFile file(path);
+    return saveSound(&file, format, sample);
+}
+
+SoundSample readSound(QString const &path)
+{
+    QFile file(path);
+    SoundSample sample;
+    QByteArray const suffix = path.section(QLatin1Char('.'), -1).toUpper().toLatin1();
+    loadSound(&file, suffix == "OGG" ? "OGG" : suffix.constData(), sample);
+    return sample;
+}
+
+// 8- and 16-bit samples as the 24-bit values that hold them exactly.
+QByteArray widenedTo24(SoundSample const &sample)
+{
+    if (sample.bits == 24)
+        return sample.data;
+    QByteArray wide;
+    int const width = sample.bits / 8;
+    for (qsizetype i = 0; i + width <= sample.data.size(); i += width) {
+        auto const *in = reinterpret_cast<unsigned char const *>(sample.data.constData() + i);
+        qint32 const value = width == 1 ? (qint32(in[0]) - 128) * 65536
+                                        : qint32(qint16(quint16(in[0] | in[1] << 8))) * 256;
+        wide.append(char(value & 0xff))
+            .append(char((value >> 8) & 0xff))
+            .append(char((value >> 16) & 0xff));
+    }
+    return wide;
+}
+
+QStringList entries(QString const &folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
+}
+
+} // namespace
+
+class KenroCliTest : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_dir;
+    QTemporaryDir m_config;
+
+    QString path(QString const &name) const { return m_dir.filePath(name); }
+    Result run(QStringList const &arguments) const { return kenro(arguments, m_config.path()); }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        QVERIFY(QFile::exists(QStringLiteral(KENRO_EXECUTABLE)));
+        QVERIFY(writeSound(path(QStringLiteral("tone.wav")), "WAV", tone(2, 22050)));
+        QByteArray garbage;
+        for (int i = 0; i < 4096; ++i)
+            garbage.append(char((i * 7919 + 13) % 251));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("garbage.wav")), garbage));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("binary.def")), garbage));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("junk.ogg")), "OggS" + garbage));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("empty.flac")), QByteArray()));
+        QByteArray const wav = KenroTest::readFile(path(QStringLiteral("tone.wav")));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("cut.wav")), wav.left(30)));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("sprites.sff")), "ElecbyteSpr"));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("notes.xyz")), "text"));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("bad/bad.cns")),
+                                     "[Info\r\nname = \"open\r\nstray\r\n"));
+        QVERIFY(
+            KenroTest::writeFile(path(QStringLiteral("bad/good.def")),
+                                 "[Info]\r\nname = \"Sample\"\r\n[Files]\r\nsprite = s.sff\r\n"));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("bad/s.sff")), "ElecbyteSpr"));
+        QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("folder")));
+        QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("wavs")));
+        QVERIFY(writeSound(path(QStringLiteral("wavs/1_0.wav")), "WAV", tone(2, 22050)));
+        QVERIFY(writeSound(path(QStringLiteral("wavs/0_5.wav")), "WAV", tone(1, 11025)));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("wavs/readme.txt")), "not a sound"));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("manifests/broken/sounds.json")),
+                                     "{\"sounds\": ["));
+        QVERIFY(
+            KenroTest::writeFile(path(QStringLiteral("manifests/missing/sounds.json")),
+                                 R"({"sounds": [{"group": 0, "number": 0, "file": "0_0.wav"}]})"));
+        QVERIFY(KenroTest::writeFile(
+            path(QStringLiteral("manifests/outside/sounds.json")),
+            R"({"sounds": [{"group": 0, "number": 0, "file": "../tone.wav"}]})"));
+    }
+
+    void help_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("tool") << QStringList{QStringLiteral("--help")}
+                              << QStringLiteral("Exit codes: 0 done, 1 check found errors");
+        QTest::newRow("version") << QStringList{QStringLiteral("--version")}
+                                 << QStringLiteral("kenro 0.");
+        for (char const *command : {"info", "check", "convert", "sounds export", "sounds build"}) {
+            QString const name = QLatin1String(command);
+            QStringList const words = name.split(QLatin1Char(' '));
+            QString const usage = QStringLiteral("Usage: kenro %1 [options]").arg(name);
+            QTest::newRow(command) << (words + QStringList{QStringLiteral("--help")}) << usage;
+            QTest::newRow(qPrintable(QStringLiteral("help ") + name))
+                << (QStringList{QStringLiteral("help")} + words) << usage;
+        }
+    }
+
+    void help()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, expected);
+        Result const result = run(arguments);
+        QCOMPARE(result.code, 0);
+        QVERIFY2(result.out.contains(expected), qPrintable(result.out));
+        QCOMPARE(result.err, QString());
+        if (arguments.constFirst() == QLatin1String("--help")) {
+            for (char const *command :
+                 {"info", "check", "convert", "sounds export", "sounds build"})
+                QVERIFY(result.out.contains(QStringLiteral("  %1 ").arg(QLatin1String(command))));
+        }
+    }
+
+    void usageErrors_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("expected");
+        QString const wav = path(QStringLiteral("tone.wav"));
+        QString const out = path(QStringLiteral("usage-out.wav"));
+        QTest::newRow("no command") << QStringList() << QStringLiteral("Usage: kenro");
+        QTest::newRow("unknown command") << QStringList{QStringLiteral("paint")}
+                                         << QStringLiteral("kenro: paint: unknown command");
+        QTest::newRow("group without subcommand")
+            << QStringList{QStringLiteral("sounds")}
+            << QStringLiteral("kenro: sounds: needs a subcommand: export, build");
+        QTest::newRow("group with unknown subcommand")
+            << QStringList{QStringLiteral("sounds"), QStringLiteral("play")}
+            << QStringLiteral("kenro: sounds: needs a subcommand: export, build");
+        QTest::newRow("unknown tool option") << QStringList{QStringLiteral("--colour")}
+                                             << QStringLiteral("kenro: --colour: unknown option");
+        QTest::newRow("settings without file")
+            << QStringList{QStringLiteral("--settings")} << QStringLiteral("missing FILE");
+        QTest::newRow("unknown option")
+            << QStringList{QStringLiteral("info"), QStringLiteral("--fast"), wav}
+            << QStringLiteral("kenro: info: unknown option 'fast'");
+        QTest::newRow("missing argument")
+            << QStringList{QStringLiteral("check")} << QStringLiteral("kenro: check: missing PATH");
+        QTest::newRow("extra argument") << QStringList{QStringLiteral("convert"), wav, out, wav}
+                                        << QStringLiteral("unexpected argument");
+        QTest::newRow("rate not a number")
+            << QStringList{QStringLiteral("convert"), wav, out, QStringLiteral("--rate"),
+                           QStringLiteral("fast")}
+            << QStringLiteral("kenro: --rate: expects a number");
+        QTest::newRow("rate zero")
+            << QStringList{QStringLiteral("convert"), wav, out, QStringLiteral("--rate=0")}
+            << QStringLiteral("kenro: --rate: expects a number");
+        QTest::newRow("three channels")
+            << QStringList{QStringLiteral("convert"), wav, out, QStringLiteral("--channels=3")}
+            << QStringLiteral("kenro: --channels: expects 1 or 2");
+        QTest::newRow("MP3 output")
+            << QStringList{QStringLiteral("convert"), wav, path(QStringLiteral("o.mp3"))}
+            << QStringLiteral("MP3 can be read but not written");
+        QTest::newRow("unknown output suffix")
+            << QStringList{QStringLiteral("convert"), wav, path(QStringLiteral("o.aiff"))}
+            << QStringLiteral("cannot tell the format from the suffix");
+        QTest::newRow("unknown format")
+            << QStringList{QStringLiteral("convert"), wav, out, QStringLiteral("--format=aiff")}
+            << QStringLiteral("unknown format 'aiff'");
+    }
+
+    void usageErrors()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, expected);
+        Result const result = run(arguments);
+        QCOMPARE(result.code, 2);
+        QVERIFY2(result.err.contains(expected), qPrintable(result.err));
+        if (!arguments.isEmpty()) {
+            QByteArray why;
+            QVERIFY2(isOneLineFailure(result, &why), why.constData());
+        }
+        QVERIFY(!QFile::exists(path(QStringLiteral("usage-out.wav"))));
+    }
+
+    void inputErrors_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("what");
+        QTest::addColumn<QString>("why");
+        QString const missing = path(QStringLiteral("missing.wav"));
+        QString const out = path(QStringLiteral("input-out.wav"));
+        auto add = [&](char const *name, QStringList const &arguments, QString const &what,
+                       char const *why) {
+            QTest::newRow(name) << arguments << what << QString::fromLatin1(why);
+        };
+        for (char const *command : {"info", "check"}) {
+            QString const c = QLatin1String(command);
+            add(qPrintable(c + QStringLiteral(" missing")), {c, missing}, missing, "no such file");
+            add(qPrintable(c + QStringLiteral(" binary script")),
+                {c, path(QStringLiteral("binary.def"))}, path(QStringLiteral("binary.def")),
+                "not a text file");
+            add(qPrintable(c + QStringLiteral(" garbage sound")),
+                {c, path(QStringLiteral("garbage.wav"))}, path(QStringLiteral("garbage.wav")),
+                "not a valid");
+            add(qPrintable(c + QStringLiteral(" pending kind")),
+                {c, path(QStringLiteral("sprites.sff"))}, path(QStringLiteral("sprites.sff")),
+                "not supported yet: SFF sprite archives");
+            add(qPrintable(c + QStringLiteral(" unknown kind")),
+                {c, path(QStringLiteral("notes.xyz"))}, path(QStringLiteral("notes.xyz")),
+                "unknown file kind '.xyz'");
+        }
+        QString const c = QStringLiteral("convert");
+        add("convert missing", {c, missing, out}, missing, "no such file");
+        add("convert directory", {c, path(QStringLiteral("folder")), out},
+            path(QStringLiteral("folder")), "is a directory");
+        for (char const *name : {"garbage.wav", "cut.wav", "junk.ogg", "empty.flac"})
+            add(qPrintable(c + QLatin1Char(' ') + QLatin1String(name)),
+                {c, path(QLatin1String(name)), out}, path(QLatin1String(name)), "not a valid");
+        add("convert unknown kind", {c, path(QStringLiteral("notes.xyz")), out},
+            path(QStringLiteral("notes.xyz")), "not a sound file of a known kind");
+        add("missing settings",
+            {QStringLiteral("--settings"), missing, QStringLiteral("info"), out}, missing,
+            "no such settings file");
+    }
+
+    void inputErrors()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, what);
+        QFETCH(QString, why);
+        QStringList const before = entries(m_dir.path());
+        Result const result = run(arguments);
+        QCOMPARE(result.code, 3);
+        QByteArray reason;
+        QVERIFY2(isOneLineFailure(result, &reason), reason.constData());
+        QVERIFY2(result.err.startsWith(QStringLiteral("kenro: %1: ").arg(what)),
+                 qPrintable(result.err));
+        QVERIFY2(result.err.contains(why), qPrintable(result.err));
+        QCOMPARE(entries(m_dir.path()), before);
+    }
+
+    void outputErrors_data()
+    {
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<QString>("why");
+        QTest::newRow("under a file")
+            << QStringLiteral("tone.wav/out.flac") << QStringLiteral("no such directory");
+        QTest::newRow("missing folder")
+            << QStringLiteral("none/out.flac") << QStringLiteral("no such directory");
+        QTest::newRow("a folder") << QStringLiteral("folder") << QStringLiteral("is a directory");
+        QTest::newRow("read-only folder")
+            << QStringLiteral("locked/out.flac") << QStringLiteral("permission denied");
+    }
+
+    void outputErrors()
+    {
+        QFETCH(QString, target);
+        QFETCH(QString, why);
+        QString const folder = path(target.section(QLatin1Char('/'), 0, -2));
+        if (target.startsWith(QLatin1String("locked/"))) {
+            if (::geteuid() == 0)
+                QSKIP("root writes into read-only folders: the other rows cover targets root "
+                      "cannot write");
+            QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("locked")));
+            QVERIFY(QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner));
+        }
+        QStringList const before = entries(m_dir.path());
+        QStringList const inside = QFileInfo(folder).isDir() ? entries(folder) : QStringList();
+        Result const result =
+            run({QStringLiteral("convert"), path(QStringLiteral("tone.wav")), path(target)});
+        QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QCOMPARE(result.code, 4);
+        QByteArray reason;
+        QVERIFY2(isOneLineFailure(result, &reason), reason.constData());
+        QVERIFY2(result.err.startsWith(QStringLiteral("kenro: %1: ").arg(path(target))),
+                 qPrintable(result.err));
+        QVERIFY2(result.err.contains(why), qPrintable(result.err));
+        QCOMPARE(entries(m_dir.path()), before);
+        if (QFileInfo(folder).isDir())
+            QCOMPARE(entries(folder), inside);
+    }
+
+    void failedConvertKeepsTarget()
+    {
+        QString const target = path(QStringLiteral("kept.wav"));
+        QVERIFY(KenroTest::writeFile(target, "the old content"));
+        QStringList const before = entries(m_dir.path());
+        Result const result =
+            run({QStringLiteral("convert"), path(QStringLiteral("cut.wav")), target});
+        QCOMPARE(result.code, 3);
+        QCOMPARE(KenroTest::readFile(target), QByteArray("the old content"));
+        QCOMPARE(entries(m_dir.path()), before);
+    }
+
+    void convertTone_data()
+    {
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<QStringList>("options");
+        QTest::addColumn<int>("channels");
+        QTest::addColumn<int>("frequency");
+        QTest::newRow("WAV copy") << QStringLiteral("copy.wav") << QStringList() << 2 << 22050;
+        QTest::newRow("FLAC") << QStringLiteral("tone.flac") << QStringList() << 2 << 22050;
+        QTest::newRow("Ogg") << QStringLiteral("tone.ogg") << QStringList() << 2 << 22050;
+        QTest::newRow("format option")
+            << QStringLiteral("tone.bin")
+            << QStringList{QStringLiteral("--format"), QStringLiteral("flac")} << 2 << 22050;
+        QTest::newRow("rate and mono")
+            << QStringLiteral("mono.wav")
+            << QStringList{QStringLiteral("--rate"), QStringLiteral("11025"),
+                           QStringLiteral("--channels=1")}
+            << 1 << 11025;
+    }
+
+    void convertTone()
+    {
+        QFETCH(QString, target);
+        QFETCH(QStringList, options);
+        QFETCH(int, channels);
+        QFETCH(int, frequency);
+        QString const source = path(QStringLiteral("tone.wav"));
+        Result const result =
+            run(QStringList{QStringLiteral("convert"), source, path(target)} + options);
+        QCOMPARE(result.code, 0);
+        QCOMPARE(result.err, QString());
+        QVERIFY2(result.out.contains(QStringLiteral("-> %1").arg(target)), qPrintable(result.out));
+
+        SoundSample const original = readSound(source);
+        QFile file(path(target));
+        SoundSample converted;
+        QByteArray const format = target.endsWith(QLatin1String(".bin")) ? "FLAC"
+            : target.endsWith(QLatin1String(".ogg"))                     ? "OGG"
+            : target.endsWith(QLatin1String(".flac"))                    ? "FLAC"
+                                                                         : "WAV";
+        QVERIFY(loadSound(&file, format.constData(), converted));
+        QCOMPARE(int(converted.channels), channels);
+        QCOMPARE(int(converted.frequency), frequency);
+        qint64 const expectedFrames = qint64(original.frames) * frequency / original.frequency;
+        if (format == "FLAC") {
+            // Lossless: the same values, widened to 24 bits.
+            QCOMPARE(converted.bits, quint16(24));
+            QCOMPARE(converted.data, widenedTo24(original));
+        } else if (format == "WAV" && options.isEmpty()) {
+            QCOMPARE(converted.data, original.data);
+        } else {
+            // Lossy or resampled: the whole length, give or take a block.
+            QVERIFY2(std::abs(qint64(converted.frames) - expectedFrames) <= 2048,
+                     qPrintable(QStringLiteral("%1 frames, %2 expected")
+                                    .arg(converted.frames)
+                                    .arg(expectedFrames)));
+        }
+    }
+
+    void convertRealSounds_data()
+    {
+        QTest::addColumn<QString>("source");
+        QTest::addColumn<QString>("suffix");
+        // Every source to WAV, and each writer from sources of each depth and layout.
+        QList<QPair<char const *, char const *>> const rows{
+            {"voice_44k_stereo16.wav", "wav"},  {"voice_44k_stereo16.flac", "wav"},
+            {"voice_44k_stereo16.ogg", "wav"},  {"voice_44k_stereo16.mp3", "wav"},
+            {"voice_22k_mono8.wav", "wav"},     {"voice_48k_mono24.flac", "wav"},
+            {"voice_44k_stereo16.wav", "flac"}, {"voice_22k_mono8.wav", "flac"},
+            {"voice_48k_mono24.flac", "ogg"},   {"voice_44k_stereo16.mp3", "ogg"}};
+        for (auto const &row : rows)
+            QTest::newRow(qPrintable(QStringLiteral("%1 to %2")
+                                         .arg(QLatin1String(row.first), QLatin1String(row.second))))
+                << QString::fromLatin1(row.first) << QString::fromLatin1(row.second);
+    }
+
+    void convertRealSounds()
+    {
+        QFETCH(QString, source);
+        QFETCH(QString, suffix);
+        KENRO_REQUIRE_TESTDATA(data);
+        QString const input = data + QStringLiteral("/sounds/coded/") + source;
+        QString const output = path(QStringLiteral("real.") + suffix);
+        Result const result = run({QStringLiteral("convert"), input, output});
+        QCOMPARE(result.code, 0);
+        QCOMPARE(result.err, QString());
+
+        SoundSample const original = readSound(input);
+        SoundSample const converted = readSound(output);
+        QVERIFY(!original.data.isEmpty());
+        QCOMPARE(converted.channels, original.channels);
+        QCOMPARE(converted.frequency, original.frequency);
+        if (suffix == QLatin1String("wav")) {
+            QCOMPARE(converted.frames, original.frames);
+            QCOMPARE(converted.data, original.data);
+        } else if (suffix == QLatin1String("flac")) {
+            QCOMPARE(converted.frames, original.frames);
+            QCOMPARE(converted.data, widenedTo24(original));
+        } else {
+            QVERIFY2(
+                std::abs(qint64(converted.frames) - qint64(original.frames)) <= 2048,
+                qPrintable(
+                    QStringLiteral("%1 frames of %2").arg(converted.frames).arg(original.frames)));
+        }
+        QFile::remove(output);
+    }
+
+    void realScripts_data()
+    {
+        QTest::addColumn<QString>("file");
+        for (char const *file :
+             {"game/chars/kfm/kfm.def", "game/chars/kfm/kfm.cns", "game/chars/kfm/kfm.cmd",
+              "game/data/fight.def", "text/latin1_info.def", "text/utf16le_bom_info.def",
+              "text/sjis_constants.cns"})
+            QTest::newRow(file) << QString::fromLatin1(file);
+    }
+
+    void realScripts()
+    {
+        QFETCH(QString, file);
+        KENRO_REQUIRE_TESTDATA(data);
+        QString const script = data + QLatin1Char('/') + file;
+
+        Result const check = run({QStringLiteral("check"), script});
+        QCOMPARE(check.code, 0);
+        QCOMPARE(check.out, QStringLiteral("%1: 0 errors, 0 warnings\n").arg(script));
+        QCOMPARE(check.err, QString());
+
+        Result const info = run({QStringLiteral("info"), QStringLiteral("--json"), script});
+        QCOMPARE(info.code, 0);
+        QJsonParseError error;
+        QJsonObject const report = QJsonDocument::fromJson(info.out.toUtf8(), &error).object();
+        QCOMPARE(error.error, QJsonParseError::NoError);
+        QCOMPARE(report.value(QStringLiteral("path")).toString(), script);
+        QCOMPARE(report.value(QStringLiteral("kind")).toString(),
+                 script.section(QLatin1Char('.'), -1).toUpper() + QStringLiteral(" script"));
+        QJsonArray const parts = report.value(QStringLiteral("parts")).toArray();
+        QJsonObject const facts = report.value(QStringLiteral("facts")).toObject();
+        QVERIFY(!parts.isEmpty());
+        QCOMPARE(facts.value(QStringLiteral("sections")).toInt(), parts.size());
+        int values = 0;
+        int previousLine = 0;
+        for (QJsonValue const &part : parts) {
+            values += part.toObject().value(QStringLiteral("values")).toInt();
+            int const line = part.toObject().value(QStringLiteral("line")).toInt();
+            QVERIFY(line > previousLine);
+            previousLine = line;
+        }
+        QCOMPARE(facts.value(QStringLiteral("values")).toInt(), values);
+        QCOMPARE(report.value(QStringLiteral("errors")).toInt(), 0);
+
+        // The headings are where the report says, on the lines of the file.
+        if (!file.startsWith(QLatin1String("text/utf16"))) {
+            QList<QByteArray> const lines = KenroTest::readFile(script).split('\n');
+            for (QJsonValue const &part : parts) {
+                int const line = part.toObject().value(QStringLiteral("line")).toInt();
+                QVERIFY2(lines.value(line - 1).trimmed().startsWith('['),
+                         lines.value(line - 1).constData());
+            }
+        }
+    }
+
+    void realAnimations_data()
+    {
+        QTest::addColumn<QString>("file");
+        for (char const *file : {"game/chars/kfm/kfm.air", "game/chars/training/Training.air",
+                                 "game/data/fightfx.air"})
+            QTest::newRow(file) << QString::fromLatin1(file);
+    }
+
+    void realAnimations()
+    {
+        QFETCH(QString, file);
+        KENRO_REQUIRE_TESTDATA(data);
+        QString const air = data + QLatin1Char('/') + file;
+        Result const check = run({QStringLiteral("check"), air});
+        QCOMPARE(check.code, 0);
+        QStringList const lines = check.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        qsizetype const warnings = lines.size() - 1;
+        for (qsizetype i = 0; i < warnings; ++i)
+            QVERIFY2(lines.at(i).startsWith(air + QLatin1Char(':')) &&
+                         lines.at(i).contains(QLatin1String(": warning: ")),
+                     qPrintable(lines.at(i)));
+        QCOMPARE(lines.last(),
+                 QStringLiteral("%1: 0 errors, %2 warning%3")
+                     .arg(air)
+                     .arg(warnings)
+                     .arg(warnings == 1 ? QString() : QStringLiteral("s")));
+
+        Result const info = run({QStringLiteral("info"), QStringLiteral("--json"), air});
+        QCOMPARE(info.code, 0);
+        QJsonObject const report = QJsonDocument::fromJson(info.out.toUtf8()).object();
+        QCOMPARE(report.value(QStringLiteral("kind")).toString(), QStringLiteral("AIR animations"));
+        QJsonObject const facts = report.value(QStringLiteral("facts")).toObject();
+        QJsonArray const parts = report.value(QStringLiteral("parts")).toArray();
+        // Every action heading of the file, where the report says it is.
+        QList<QByteArray> const text = KenroTest::readFile(air).split('\n');
+        int headings = 0;
+        for (QByteArray const &line : text)
+            headings += line.trimmed().toLower().startsWith("[begin action") ? 1 : 0;
+        QCOMPARE(facts.value(QStringLiteral("actions")).toInt(), headings);
+        QCOMPARE(parts.size(), headings);
+        int frames = 0;
+        for (QJsonValue const &part : parts) {
+            QJsonObject const action = part.toObject();
+            frames += action.value(QStringLiteral("frames")).toInt();
+            QByteArray const heading =
+                text.value(action.value(QStringLiteral("line")).toInt() - 1).trimmed().toLower();
+            QVERIFY2(heading.startsWith("[begin action"), heading.constData());
+            QVERIFY2(heading.contains(action.value(QStringLiteral("name"))
+                                          .toString()
+                                          .section(QLatin1Char(' '), -1)
+                                          .toLatin1()),
+                     heading.constData());
+        }
+        QVERIFY(frames > 0);
+        QCOMPARE(facts.value(QStringLiteral("frames")).toInt(), frames);
+        QVERIFY(facts.value(QStringLiteral("frames with collision boxes")).toInt() <= frames);
+    }
+
+    void animationErrors()
+    {
+        QString const bad = path(QStringLiteral("bad.air"));
+        QVERIFY(KenroTest::writeFile(bad, "[Begin Action 0]\r\n0,0, 0,0, 5\r\nfoo\r\n"));
+        Result const result = run({QStringLiteral("check"), bad});
+        QCOMPARE(result.code, 1);
+        QVERIFY2(result.out.startsWith(bad + QStringLiteral(":3:1: error: ")),
+                 qPrintable(result.out));
+        QVERIFY(result.out.endsWith(QStringLiteral("%1: 1 error, 0 warnings\n").arg(bad)));
+        QFile::remove(bad);
+    }
+
+    void realFolder()
+    {
+        KENRO_REQUIRE_TESTDATA(data);
+        QString const folder = data + QStringLiteral("/game/chars");
+        Result const check = run({QStringLiteral("check"), folder});
+        QCOMPARE(check.code, 0);
+        // kfm.air has boxes under a header of the other type: warnings, which fail no check.
+        QVERIFY2(check.out.endsWith(QStringLiteral("%1: 0 errors, 5 warnings\n").arg(folder)),
+                 qPrintable(check.out));
+        // The sprite archives and palettes not read yet are named, one line each.
+        QStringList const warnings = check.err.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QCOMPARE(warnings.size(), 5);
+        for (QString const &warning : warnings)
+            QVERIFY2(warning.startsWith(QLatin1String("kenro: warning: ")) &&
+                         warning.contains(QLatin1String("not supported yet")),
+                     qPrintable(warning));
+
+        Result const info = run({QStringLiteral("info"), folder});
+        QCOMPARE(info.code, 0);
+        QCOMPARE(info.err, QString());
+        QVERIFY(
+            info.out.startsWith(QStringLiteral("%1: folder, 12 files inspected\n").arg(folder)));
+        QVERIFY(info.out.contains(
+            folder + QStringLiteral("/kfm/kfm.def: DEF script, sections 4, values 23")));
+    }
+
+    void diagnostics_data()
+    {
+        QTest::addColumn<bool>("json");
+        QTest::newRow("text") << false;
+        QTest::newRow("json") << true;
+    }
+
+    void diagnostics()
+    {
+        QFETCH(bool, json);
+        QString const bad = path(QStringLiteral("bad/bad.cns"));
+        QStringList arguments{QStringLiteral("check"), bad};
+        if (json)
+            arguments.append(QStringLiteral("--json"));
+        Result const result = run(arguments);
+        QCOMPARE(result.code, 1);
+        QCOMPARE(result.err, QString());
+        QList<QPair<int, int>> positions;
+        if (json) {
+            QJsonObject const report = QJsonDocument::fromJson(result.out.toUtf8()).object();
+            QCOMPARE(report.value(QStringLiteral("errors")).toInt(), 3);
+            for (QJsonValue const &value : report.value(QStringLiteral("diagnostics")).toArray()) {
+                QJsonObject const diagnostic = value.toObject();
+                QCOMPARE(diagnostic.value(QStringLiteral("file")).toString(), bad);
+                QCOMPARE(diagnostic.value(QStringLiteral("severity")).toString(),
+                         QStringLiteral("error"));
+                QVERIFY(!diagnostic.value(QStringLiteral("message")).toString().isEmpty());
+                positions.append({diagnostic.value(QStringLiteral("line")).toInt(),
+                                  diagnostic.value(QStringLiteral("column")).toInt()});
+            }
+        } else {
+            QStringList const lines = result.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+            QCOMPARE(lines.size(), 4);
+            QRegularExpression const pattern(QStringLiteral("^(.+):(\\d+):(\\d+): error: .+$"));
+            for (qsizetype i = 0; i < 3; ++i) {
+                QRegularExpressionMatch const match = pattern.match(lines.at(i));
+                QVERIFY2(match.hasMatch(), qPrintable(lines.at(i)));
+                QCOMPARE(match.captured(1), bad);
+                positions.append({match.captured(2).toInt(), match.captured(3).toInt()});
+            }
+            QCOMPARE(lines.last(), QStringLiteral("%1: 3 errors, 0 warnings").arg(bad));
+        }
+        // The heading without "]", the string opened at column 8, the stray word.
+        QCOMPARE(positions, (QList<QPair<int, int>>{{1, 1}, {2, 8}, {3, 1}}));
+    }
+
+    void folderWithErrors()
+    {
+        QString const folder = path(QStringLiteral("bad"));
+        Result const check = run({QStringLiteral("check"), folder});
+        QCOMPARE(check.code, 1);
+        QCOMPARE(check.out.count(QStringLiteral(": error: ")), 3);
+        QCOMPARE(
+            check.err,
+            QStringLiteral("kenro: warning: %1/s.sff: not supported yet: SFF sprite archives\n")
+                .arg(folder));
+
+        Result const info = run({QStringLiteral("info"), QStringLiteral("--json"), folder});
+        QCOMPARE(info.code, 0);
+        QJsonObject const report = QJsonDocument::fromJson(info.out.toUtf8()).object();
+        QCOMPARE(report.value(QStringLiteral("kind")).toString(), QStringLiteral("folder"));
+        QCOMPARE(report.value(QStringLiteral("files")).toArray().size(), 2);
+        QCOMPARE(report.value(QStringLiteral("skipped")).toArray().size(), 1);
+        QCOMPARE(report.value(QStringLiteral("errors")).toInt(), 3);
+        QJsonObject const good = report.value(QStringLiteral("files")).toArray().at(1).toObject();
+        QCOMPARE(
+            good.value(QStringLiteral("facts")).toObject().value(QStringLiteral("files")).toArray(),
+            QJsonArray{QStringLiteral("sprite = s.sff")});
+    }
+
+    void progressOnTerminal_data()
+    {
+        QTest::addColumn<QByteArray>("settings");
+        QTest::addColumn<bool>("drawn");
+        QTest::newRow("default") << QByteArray() << true;
+        QTest::newRow("switched off") << QByteArray("[General]\nprogress=false\n") << false;
+    }
+
+    void progressOnTerminal()
+    {
+        QFETCH(QByteArray, settings);
+        QFETCH(bool, drawn);
+        // script(1) runs the tool on a terminal of its own and copies what it shows.
+        QString const script = QStringLiteral("/usr/bin/script");
+        QVERIFY2(QFile::exists(script), "script(1) of util-linux runs the tool on a terminal");
+        QString command = QStringLiteral(KENRO_EXECUTABLE);
+        if (!settings.isEmpty()) {
+            QString const file = path(QStringLiteral("progress.ini"));
+            QVERIFY(KenroTest::writeFile(file, settings));
+            command += QStringLiteral(" --settings ") + file;
+        }
+        command += QStringLiteral(" info ") + path(QStringLiteral("bad"));
+        QProcess process;
+        process.start(script, {QStringLiteral("-qefc"), command, QStringLiteral("/dev/null")});
+        QVERIFY(process.waitForFinished(60000));
+        QString const shown = QString::fromUtf8(process.readAllStandardOutput());
+        QVERIFY2(shown.contains(QStringLiteral("folder, 2 files inspected")), qPrintable(shown));
+        QCOMPARE(shown.contains(QStringLiteral("\rInspecting [")), drawn);
+        // The bar's line is cleared before the result.
+        QCOMPARE(shown.contains(QStringLiteral("100%\r\033[2K")), drawn);
+    }
+
+    void soundBankByNames()
+    {
+        QString const bank = path(QStringLiteral("named.snd"));
+        Result const build = run({QStringLiteral("sounds"), QStringLiteral("build"),
+                                  path(QStringLiteral("wavs")), bank});
+        QCOMPARE(build.code, 0);
+        QCOMPARE(build.err, QString());
+        Result const info = run({QStringLiteral("info"), QStringLiteral("--json"), bank});
+        QCOMPARE(info.code, 0);
+        QJsonObject const report = QJsonDocument::fromJson(info.out.toUtf8()).object();
+        QCOMPARE(report.value(QStringLiteral("kind")).toString(), QStringLiteral("SND sound bank"));
+        QJsonObject const facts = report.value(QStringLiteral("facts")).toObject();
+        QCOMPARE(facts.value(QStringLiteral("sounds")).toInt(), 2);
+        QCOMPARE(facts.value(QStringLiteral("groups")).toInt(), 2);
+        QCOMPARE(facts.value(QStringLiteral("seconds")).toDouble(), 2.0);
+        // Group and number order, whatever the folder's order; the text file is left out.
+        QJsonArray const parts = report.value(QStringLiteral("parts")).toArray();
+        QCOMPARE(parts.size(), 2);
+        QCOMPARE(parts.at(0).toObject().value(QStringLiteral("name")).toString(),
+                 QStringLiteral("0,5"));
+        QCOMPARE(parts.at(1).toObject().value(QStringLiteral("name")).toString(),
+                 QStringLiteral("1,0"));
+        QCOMPARE(parts.at(1).toObject().value(QStringLiteral("bytes")).toInt(),
+                 int(QFileInfo(path(QStringLiteral("wavs/1_0.wav"))).size()));
+
+        QString const out = path(QStringLiteral("named-export"));
+        QCOMPARE(run({QStringLiteral("sounds"), QStringLiteral("export"), bank, out}).code, 0);
+        for (char const *name : {"0_5.wav", "1_0.wav"})
+            QCOMPARE(KenroTest::readFile(out + QLatin1Char('/') + QLatin1String(name)),
+                     KenroTest::readFile(path(QStringLiteral("wavs/")) + QLatin1String(name)));
+    }
+
+    void soundBankRoundTrip_data()
+    {
+        QTest::addColumn<QString>("bank");
+        QTest::newRow("kfm") << QStringLiteral("game/chars/kfm/kfm.snd");
+        QTest::newRow("training") << QStringLiteral("game/chars/training/Training.snd");
+    }
+
+    void soundBankRoundTrip()
+    {
+        QFETCH(QString, bank);
+        KENRO_REQUIRE_TESTDATA(data);
+        QString const original = data + QLatin1Char('/') + bank;
+        QTemporaryDir work;
+        QString const first = work.filePath(QStringLiteral("first"));
+        QString const rebuilt = work.filePath(QStringLiteral("rebuilt.snd"));
+        QString const second = work.filePath(QStringLiteral("second"));
+        for (QStringList const &arguments :
+             {QStringList{QStringLiteral("sounds"), QStringLiteral("export"), original, first},
+              QStringList{QStringLiteral("sounds"), QStringLiteral("build"), first, rebuilt},
+              QStringList{QStringLiteral("sounds"), QStringLiteral("export"), rebuilt, second}}) {
+            Result const result = run(arguments);
+            QVERIFY2(result.code == 0 && result.err.isEmpty(), qPrintable(result.err));
+        }
+        QStringList const files = entries(first);
+        QVERIFY(files.contains(QStringLiteral("sounds.json")));
+        QCOMPARE(entries(second), files);
+        for (QString const &name : files)
+            QVERIFY2(KenroTest::readFile(first + QLatin1Char('/') + name) ==
+                         KenroTest::readFile(second + QLatin1Char('/') + name),
+                     qPrintable(name));
+        // The bank made again is the very file it came from.
+        QVERIFY(KenroTest::readFile(rebuilt) == KenroTest::readFile(original));
+        // One WAV file per sound, each readable as one.
+        Result const info = run({QStringLiteral("info"), QStringLiteral("--json"), original});
+        int const sounds = QJsonDocument::fromJson(info.out.toUtf8())
+                               .object()
+                               .value(QStringLiteral("facts"))
+                               .toObject()
+                               .value(QStringLiteral("sounds"))
+                               .toInt();
+        QCOMPARE(files.size(), sounds + 1);
+        SoundSample const sample = readSound(first + QLatin1Char('/') + files.constFirst());
+        QVERIFY(sample.frequency > 0);
+    }
+
+    void soundBankErrors_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("what");
+        QTest::addColumn<QString>("why");
+        QString const e = QStringLiteral("export");
+        QString const b = QStringLiteral("build");
+        QString const out = path(QStringLiteral("bank-out"));
+        QString const bank = path(QStringLiteral("named.snd"));
+        auto add = [](char const *name, QStringList const &arguments, int code, QString const &what,
+                      char const *why) {
+            QTest::newRow(name) << (QStringList{QStringLiteral("sounds")} + arguments) << code
+                                << what << QString::fromLatin1(why);
+        };
+        add("export garbage", {e, path(QStringLiteral("garbage.wav")), out}, 3,
+            path(QStringLiteral("garbage.wav")), "not a valid SND sound bank");
+        add("export missing", {e, path(QStringLiteral("none.snd")), out}, 3,
+            path(QStringLiteral("none.snd")), "no such file");
+        add("export folder", {e, path(QStringLiteral("folder")), out}, 3,
+            path(QStringLiteral("folder")), "is a directory");
+        add("export into a file", {e, bank, path(QStringLiteral("tone.wav"))}, 4,
+            path(QStringLiteral("tone.wav")), "is a file, a folder was expected");
+        add("build missing", {b, path(QStringLiteral("none")), out}, 3,
+            path(QStringLiteral("none")), "no such folder");
+        add("build from a file", {b, path(QStringLiteral("tone.wav")), out}, 3,
+            path(QStringLiteral("tone.wav")), "is a file, a folder was expected");
+        add("build empty folder", {b, path(QStringLiteral("folder")), out}, 3,
+            path(QStringLiteral("folder")), "no sounds");
+        QString const manifests = path(QStringLiteral("manifests/"));
+        add("broken manifest", {b, manifests + QStringLiteral("broken"), out}, 3,
+            manifests + QStringLiteral("broken/sounds.json"), "not valid JSON");
+        add("manifest names a missing file", {b, manifests + QStringLiteral("missing"), out}, 3,
+            manifests + QStringLiteral("missing/0_0.wav"), "no such file");
+        add("manifest reaches outside", {b, manifests + QStringLiteral("outside"), out}, 3,
+            manifests + QStringLiteral("outside/sounds.json"), "a plain \"file\" name");
+        add("build into a folder",
+            {b, path(QStringLiteral("wavs")), path(QStringLiteral("folder"))}, 4,
+            path(QStringLiteral("folder")), "is a directory");
+        add("build under a file",
+            {b, path(QStringLiteral("wavs")), path(QStringLiteral("tone.wav/x.snd"))}, 4,
+            path(QStringLiteral("tone.wav/x.snd")), "no such directory");
+    }
+
+    void soundBankErrors()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(int, code);
+        QFETCH(QString, what);
+        QFETCH(QString, why);
+        QVERIFY(QFile::exists(path(QStringLiteral("named.snd"))));
+        QStringList const before = entries(m_dir.path());
+        Result const result = run(arguments);
+        QCOMPARE(result.code, code);
+        QByteArray reason;
+        QVERIFY2(isOneLineFailure(result, &reason), reason.constData());
+        QVERIFY2(result.err.startsWith(QStringLiteral("kenro: %1: ").arg(what)),
+                 qPrintable(result.err));
+        QVERIFY2(result.err.contains(why), qPrintable(result.err));
+        QCOMPARE(entries(m_dir.path()), before);
+    }
+
+    void soundInfo()
+    {
+        Result const result = run(
+            {QStringLiteral("info"), QStringLiteral("--json"), path(QStringLiteral("tone.wav"))});
+        QCOMPARE(result.code, 0);
+        QJsonObject const report = QJsonDocument::fromJson(result.out.toUtf8()).object();
+        QCOMPARE(report.value(QStringLiteral("kind")).toString(), QStringLiteral("WAV sound"));
+        QJsonObject const facts = report.value(QStringLiteral("facts")).toObject();
+        QCOMPARE(facts.value(QStringLiteral("channels")).toInt(), 2);
+        QCOMPARE(facts.value(QStringLiteral("bits")).toInt(), 16);
+        QCOMPARE(facts.value(QStringLiteral("rate")).toInt(), 22050);
+        QCOMPARE(facts.value(QStringLiteral("frames")).toInt(), 22050);
+        QCOMPARE(facts.value(QStringLiteral("seconds")).toDouble(), 1.0);
+    }
+};
+
+QTEST_GUILESS_MAIN(KenroCliTest)
+#include "tst_kenrocli.moc"
