@@ -7,6 +7,7 @@
 #include "dialogguard.h"
 #include "inspectcommands.h"
 #include "soundcommands.h"
+#include "spritecommands.h"
 
 #include <kenro/engine/extension.h>
 #include <kenro/version.h>
@@ -68,6 +69,8 @@ CommandLine::CommandLine()
     m_commands.push_back(std::make_unique<ConvertCommand>());
     m_commands.push_back(std::make_unique<SoundsExportCommand>());
     m_commands.push_back(std::make_unique<SoundsBuildCommand>());
+    m_commands.push_back(std::make_unique<SpritesExportCommand>());
+    m_commands.push_back(std::make_unique<SpritesBuildCommand>());
 }
 
 CommandLine::~CommandLine() = default;

@@ -1,10 +1,12 @@
 #include "fileinspector.h"
 
+#include "actinspector.h"
 #include "airinspector.h"
 #include "exitcode.h"
 #include "inputfile.h"
 #include "progressbar.h"
 #include "scriptinspector.h"
+#include "sffinspector.h"
 #include "sndinspector.h"
 #include "soundinspector.h"
 
@@ -26,8 +28,7 @@ struct Pending
     char const *kind;
 };
 
-Pending const pendingKinds[] = {
-    {"SFF", "SFF sprite archives"}, {"AIR", "AIR animations"}, {"ACT", "ACT palettes"}};
+Pending const pendingKinds[] = {{"AIR", "AIR animations"}};
 
 } // namespace
 
@@ -48,6 +49,8 @@ Inspectors::Inspectors()
     m_inspectors.push_back(std::make_unique<SoundInspector>());
     m_inspectors.push_back(std::make_unique<SndInspector>());
     m_inspectors.push_back(std::make_unique<AirInspector>());
+    m_inspectors.push_back(std::make_unique<SffInspector>());
+    m_inspectors.push_back(std::make_unique<ActInspector>());
 }
 
 Inspectors::~Inspectors() = default;

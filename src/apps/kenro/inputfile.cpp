@@ -1,5 +1,6 @@
 #include "inputfile.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
@@ -60,6 +61,30 @@ bool saveFile(QString const &path, std::function<bool(QSaveFile &, QString &)> c
     }
     if (!file.commit()) {
         why = file.errorString();
+        return false;
+    }
+    return true;
+}
+
+bool saveBytes(QString const &path, QByteArrayView bytes, QString &why)
+{
+    return saveFile(
+        path,
+        [bytes](QSaveFile &file, QString &) {
+            return file.write(bytes.data(), bytes.size()) == bytes.size();
+        },
+        why);
+}
+
+bool prepareOutputFolder(QString const &path, QString &why)
+{
+    QFileInfo const info(path);
+    if (info.exists() && !info.isDir()) {
+        why = QStringLiteral("is a file, a folder was expected");
+        return false;
+    }
+    if (!info.exists() && !QDir().mkpath(path)) {
+        why = QStringLiteral("cannot make the folder");
         return false;
     }
     return true;

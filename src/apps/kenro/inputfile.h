@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArrayView>
 #include <QString>
 
 #include <functional>
@@ -35,6 +36,15 @@ bool openInput(QFile &file, QString &why);
  */
 bool saveFile(QString const &path, std::function<bool(QSaveFile &, QString &)> const &write,
               QString &why);
+
+/// Writes \a bytes as file \a path through saveFile(); the reason of a failure in \a why.
+bool saveBytes(QString const &path, QByteArrayView bytes, QString &why);
+
+/**
+ * Makes folder \a path ready for output, making it when missing. False with
+ * the reason in \a why when it is a file or cannot be made.
+ */
+bool prepareOutputFolder(QString const &path, QString &why);
 
 /**
  * True when the head of text file \a path holds a NUL byte outside a UTF-16

@@ -27,32 +27,6 @@ namespace {
 
 QString const manifestName = QStringLiteral("sounds.json");
 
-// Writes \a bytes as \a path through a temporary file; the reason of a failure in \a why.
-bool saveBytes(QString const &path, QByteArrayView bytes, QString &why)
-{
-    return saveFile(
-        path,
-        [bytes](QSaveFile &file, QString &) {
-            return file.write(bytes.data(), bytes.size()) == bytes.size();
-        },
-        why);
-}
-
-// The folder \a path made ready for output; the reason of a failure in \a why.
-bool prepareFolder(QString const &path, QString &why)
-{
-    QFileInfo const info(path);
-    if (info.exists() && !info.isDir()) {
-        why = QStringLiteral("is a file, a folder was expected");
-        return false;
-    }
-    if (!info.exists() && !QDir().mkpath(path)) {
-        why = QStringLiteral("cannot make the folder");
-        return false;
-    }
-    return true;
-}
-
 bool isWav(QByteArray bytes)
 {
     QBuffer buffer(&bytes);
@@ -179,7 +153,7 @@ int SoundsExportCommand::run(QCommandLineParser const &parser, CliInterface &hos
         return Console::fail(InputError, snd, why);
     for (QString const &warning : std::as_const(warnings))
         Console::warn(snd, warning);
-    if (!prepareFolder(folder, why))
+    if (!prepareOutputFolder(folder, why))
         return Console::fail(OutputError, folder, why);
 
     QDir const dir(folder);
