@@ -20,6 +20,7 @@
 #include <QSaveFile>
 #include <QSet>
 
+#include <algorithm>
 #include <cstring>
 #include <unordered_map>
 
@@ -294,13 +295,27 @@ bool samePixels(QImage const &a, QImage const &b)
 
 enum class Compression { RLE8, LZ5, PNG };
 
+// True when every pixel of indexed \a image is one of the first 32 colours,
+// the only ones that an LZ5 stream's runs can hold.
+bool fitsLZ5(QImage const &image)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        uchar const *line = image.constScanLine(y);
+        if (std::any_of(line, line + image.width(), [](uchar index) { return index >= 32; }))
+            return false;
+    }
+    return true;
+}
+
 // Stores the indexed \a image in \a compression ahead of the writer, which
-// would otherwise choose RLE8; true-colour images stay PNG.
+// would otherwise choose RLE8; true-colour images stay PNG, and images of
+// more than 32 colours stay RLE8 under LZ5.
 bool encode(SffImage &image, Compression compression, SffPaletteData const *palette)
 {
     QImage const &pixels = image.image;
     if (compression == Compression::RLE8 || pixels.isNull() ||
-        pixels.format() != QImage::Format_Indexed8)
+        pixels.format() != QImage::Format_Indexed8 ||
+        (compression == Compression::LZ5 && !fitsLZ5(pixels)))
         return true;
     QByteArray stream;
     QBuffer buffer(&stream);
@@ -424,8 +439,9 @@ QString SpritesBuildCommand::description() const
                "and links; a linked sprite whose PNG was changed gets an image of its own.\n"
                "--version 1 writes 1.01, which holds only 256-colour sprites; 2 writes 2.01;\n"
                "2.00 holds no PNG images. --compress chooses how version 2 stores 256-colour\n"
-               "sprites: rle8 (the default), lz5 or png (2.01 only); true-colour sprites are\n"
-               "always PNG. SFF is replaced only once it is completely written.");
+               "sprites: rle8 (the default), lz5 (for sprites of the first 32 colours; others\n"
+               "stay rle8) or png (2.01 only); true-colour sprites are always PNG.\n"
+               "SFF is replaced only once it is completely written.");
 }
 
 QStringList SpritesBuildCommand::arguments() const
