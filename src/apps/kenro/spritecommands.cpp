@@ -21,8 +21,12 @@
 #include <QSet>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <unordered_map>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace Kenro::Cli {
 
@@ -244,6 +248,36 @@ bool readManifest(QString const &path, SffContent &content, QList<Entry> &entrie
     return true;
 }
 
+// Keeps what libpng prints on stderr by itself about a damaged file out of
+// the one-line errors, for as long as it lives.
+class QuietStderr
+{
+public:
+    QuietStderr()
+    {
+        std::fflush(stderr);
+        m_saved = ::dup(STDERR_FILENO);
+        int const null = ::open("/dev/null", O_WRONLY);
+        if (m_saved >= 0 && null >= 0)
+            ::dup2(null, STDERR_FILENO);
+        if (null >= 0)
+            ::close(null);
+    }
+    ~QuietStderr()
+    {
+        std::fflush(stderr);
+        if (m_saved >= 0) {
+            ::dup2(m_saved, STDERR_FILENO);
+            ::close(m_saved);
+        }
+    }
+    QuietStderr(QuietStderr const &) = delete;
+    QuietStderr &operator=(QuietStderr const &) = delete;
+
+private:
+    int m_saved = -1;
+};
+
 // Reads PNG \a path as a sprite's image: palette indices or true colour.
 bool readImage(QString const &path, QImage &image, QString &why)
 {
@@ -251,7 +285,10 @@ bool readImage(QString const &path, QImage &image, QString &why)
     if (!why.isEmpty())
         return false;
     QImageReader reader(path, "PNG");
-    image = reader.read();
+    {
+        QuietStderr const quiet;
+        image = reader.read();
+    }
     if (image.isNull()) {
         why = QStringLiteral("not a PNG image: %1").arg(reader.errorString());
         return false;

@@ -5,6 +5,7 @@
 #include <QBuffer>
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -118,6 +119,80 @@ QStringList entries(QString const &folder)
     return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
 }
 
+QJsonObject readJson(QString const &path)
+{
+    return QJsonDocument::fromJson(KenroTest::readFile(path)).object();
+}
+
+// A sprite manifest with what a change of version may change taken out:
+// the version, and when version 1.01 is on either side the palettes, which
+// it keeps per sprite, and the links, which it keeps only on one palette.
+QJsonObject comparable(QJsonObject manifest, bool throughVersion1)
+{
+    manifest.remove(QStringLiteral("version"));
+    manifest.remove(QStringLiteral("sharedPalette"));
+    if (!throughVersion1)
+        return manifest;
+    manifest.remove(QStringLiteral("palettes"));
+    QJsonArray sprites;
+    for (QJsonValue const &value : manifest.value(QStringLiteral("sprites")).toArray()) {
+        QJsonObject sprite = value.toObject();
+        sprite.remove(QStringLiteral("palette"));
+        sprite.remove(QStringLiteral("link"));
+        sprites.append(sprite);
+    }
+    manifest.insert(QStringLiteral("sprites"), sprites);
+    return manifest;
+}
+
+// The names of the files that differ between two folders, or that only one has.
+QStringList differences(QString const &a, QString const &b)
+{
+    QStringList names = entries(a);
+    for (QString const &name : entries(b)) {
+        if (!names.contains(name))
+            names.append(name);
+    }
+    QStringList different;
+    for (QString const &name : std::as_const(names)) {
+        if (name == QLatin1String("sprites.json"))
+            continue;
+        QString const first = a + QLatin1Char('/') + name;
+        QString const second = b + QLatin1Char('/') + name;
+        if (!QFile::exists(first) || !QFile::exists(second) ||
+            KenroTest::readFile(first) != KenroTest::readFile(second))
+            different.append(name);
+    }
+    return different;
+}
+
+// A folder of sprites as export writes it: a 4 x 3 sprite of three colours,
+// a sprite linked to it, and a true-colour one.
+bool writeSpriteFolder(QString const &folder)
+{
+    QImage indexed(4, 3, QImage::Format_Indexed8);
+    indexed.setColorTable({qRgba(0, 0, 0, 0), qRgb(255, 0, 0), qRgb(0, 0, 255)});
+    for (int y = 0; y < 3; ++y) {
+        for (int x = 0; x < 4; ++x)
+            indexed.setPixel(x, y, uint((x + y) % 3));
+    }
+    QImage color(2, 2, QImage::Format_ARGB32);
+    color.fill(qRgba(10, 200, 30, 128));
+    QDir().mkpath(folder);
+    return indexed.save(folder + QStringLiteral("/0-0.png")) &&
+        indexed.save(folder + QStringLiteral("/0-1.png")) &&
+        color.save(folder + QStringLiteral("/5-0.png")) &&
+        KenroTest::writeFile(folder + QStringLiteral("/sprites.json"), R"({
+    "version": "2.01",
+    "palettes": [{"group": 1, "number": 1, "colors": "000000ff00000000ff"}],
+    "sprites": [
+        {"group": 0, "number": 0, "x": 1, "y": -2, "palette": 0, "file": "0-0.png"},
+        {"group": 0, "number": 1, "x": 0, "y": 0, "palette": 0, "file": "0-1.png", "link": 0},
+        {"group": 5, "number": 0, "x": 3, "y": 4, "file": "5-0.png"}
+    ]
+})");
+}
+
 } // namespace
 
 class KenroCliTest : public QObject
@@ -167,6 +242,55 @@ private Q_SLOTS:
         QVERIFY(KenroTest::writeFile(
             path(QStringLiteral("manifests/outside/sounds.json")),
             R"({"sounds": [{"group": 0, "number": 0, "file": "../tone.wav"}]})"));
+        initSprites();
+    }
+
+    // A small archive of each kind of sprite and damaged copies of it, from
+    // a folder of sprites, and damaged folders beside it.
+    void initSprites()
+    {
+        QString const folder = path(QStringLiteral("spritefolder"));
+        QVERIFY(writeSpriteFolder(folder));
+        Result const build = run({QStringLiteral("sprites"), QStringLiteral("build"), folder,
+                                  path(QStringLiteral("tiny.sff"))});
+        QVERIFY2(build.code == 0, qPrintable(build.err));
+        QByteArray const archive = KenroTest::readFile(path(QStringLiteral("tiny.sff")));
+        QVERIFY(archive.size() > 100);
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("cut.sff")),
+                                     archive.left(archive.size() / 2)));
+        QByteArray wrongCount = archive;
+        wrongCount[36] = char(0x7F); // a sprite count far past the list
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("count.sff")), wrongCount));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("short.act")), QByteArray(700, 'x')));
+        QByteArray act;
+        for (int i = 0; i < 768; ++i)
+            act.append(char(i / 3));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("grey.act")), act));
+        QString const manifests = path(QStringLiteral("spritemanifests/"));
+        auto manifest = [&manifests](char const *name, QByteArray const &text) {
+            return KenroTest::writeFile(
+                manifests + QLatin1String(name) + QStringLiteral("/sprites.json"), text);
+        };
+        QVERIFY(manifest("broken", "{\"sprites\": ["));
+        QVERIFY(manifest("noversion", R"({"palettes": [], "sprites": []})"));
+        QVERIFY(manifest("outside", R"({"version": "2.01", "palettes": [], "sprites": [
+            {"group": 0, "number": 0, "x": 0, "y": 0, "file": "../tone.wav"}]})"));
+        QVERIFY(manifest("palette", R"({"version": "2.01", "palettes": [], "sprites": [
+            {"group": 0, "number": 0, "x": 0, "y": 0, "palette": 0}]})"));
+        QVERIFY(manifest("colors", R"({"version": "2.01", "sprites": [], "palettes": [
+            {"group": 0, "number": 0, "colors": "12345"}]})"));
+        QVERIFY(manifest("axis", R"({"version": "2.01", "palettes": [], "sprites": [
+            {"group": 0, "number": 0, "x": 40000, "y": 0}]})"));
+        QVERIFY(manifest("link", R"({"version": "2.01", "palettes": [], "sprites": [
+            {"group": 0, "number": 0, "x": 0, "y": 0, "link": 0}]})"));
+        QVERIFY(manifest("missing", R"({"version": "2.01", "palettes": [], "sprites": [
+            {"group": 0, "number": 0, "x": 0, "y": 0, "file": "0-0.png"}]})"));
+        QVERIFY(manifest("garbage", R"({"version": "2.01", "palettes": [], "sprites": [
+            {"group": 0, "number": 0, "x": 0, "y": 0, "file": "0-0.png"}]})"));
+        QVERIFY(KenroTest::writeFile(manifests + QStringLiteral("garbage/0-0.png"),
+                                     "\x89PNG\r\n\x1a\n garbage"));
+        // A folder where a sprite's file should go.
+        QVERIFY(QDir().mkpath(path(QStringLiteral("blocked/0-0.png"))));
     }
 
     void help_data()
@@ -177,7 +301,8 @@ private Q_SLOTS:
                               << QStringLiteral("Exit codes: 0 done, 1 check found errors");
         QTest::newRow("version") << QStringList{QStringLiteral("--version")}
                                  << QStringLiteral("kenro 0.");
-        for (char const *command : {"info", "check", "convert", "sounds export", "sounds build"}) {
+        for (char const *command : {"info", "check", "convert", "sounds export", "sounds build",
+                                    "sprites export", "sprites build"}) {
             QString const name = QLatin1String(command);
             QStringList const words = name.split(QLatin1Char(' '));
             QString const usage = QStringLiteral("Usage: kenro %1 [options]").arg(name);
@@ -196,8 +321,8 @@ private Q_SLOTS:
         QVERIFY2(result.out.contains(expected), qPrintable(result.out));
         QCOMPARE(result.err, QString());
         if (arguments.constFirst() == QLatin1String("--help")) {
-            for (char const *command :
-                 {"info", "check", "convert", "sounds export", "sounds build"})
+            for (char const *command : {"info", "check", "convert", "sounds export", "sounds build",
+                                        "sprites export", "sprites build"})
                 QVERIFY(result.out.contains(QStringLiteral("  %1 ").arg(QLatin1String(command))));
         }
     }
@@ -247,6 +372,23 @@ private Q_SLOTS:
         QTest::newRow("unknown format")
             << QStringList{QStringLiteral("convert"), wav, out, QStringLiteral("--format=aiff")}
             << QStringLiteral("unknown format 'aiff'");
+        QStringList const build{QStringLiteral("sprites"), QStringLiteral("build"),
+                                path(QStringLiteral("spritefolder")),
+                                path(QStringLiteral("usage-out.sff"))};
+        QTest::newRow("unknown compression")
+            << (build + QStringList{QStringLiteral("--compress=zip")})
+            << QStringLiteral("kenro: --compress: 'zip' is none of rle8, lz5, png");
+        QTest::newRow("unknown archive version")
+            << (build + QStringList{QStringLiteral("--version=3")})
+            << QStringLiteral("kenro: --version: '3' is none of");
+        QTest::newRow("PNG in version 2.00")
+            << (build +
+                QStringList{QStringLiteral("--version=2.00"), QStringLiteral("--compress=png")})
+            << QStringLiteral("kenro: --compress: png needs version 2.01");
+        QTest::newRow("compression in version 1.01")
+            << (build +
+                QStringList{QStringLiteral("--version=1"), QStringLiteral("--compress=lz5")})
+            << QStringLiteral("kenro: --compress: version 1.01 stores every sprite as PCX");
     }
 
     void usageErrors()
@@ -261,6 +403,7 @@ private Q_SLOTS:
             QVERIFY2(isOneLineFailure(result, &why), why.constData());
         }
         QVERIFY(!QFile::exists(path(QStringLiteral("usage-out.wav"))));
+        QVERIFY(!QFile::exists(path(QStringLiteral("usage-out.sff"))));
     }
 
     void inputErrors_data()
@@ -283,9 +426,18 @@ private Q_SLOTS:
             add(qPrintable(c + QStringLiteral(" garbage sound")),
                 {c, path(QStringLiteral("garbage.wav"))}, path(QStringLiteral("garbage.wav")),
                 "not a valid");
-            add(qPrintable(c + QStringLiteral(" pending kind")),
+            add(qPrintable(c + QStringLiteral(" damaged archive")),
                 {c, path(QStringLiteral("sprites.sff"))}, path(QStringLiteral("sprites.sff")),
-                "not supported yet: SFF sprite archives");
+                "not a valid SFF sprite archive");
+            add(qPrintable(c + QStringLiteral(" cut archive")),
+                {c, path(QStringLiteral("cut.sff"))}, path(QStringLiteral("cut.sff")),
+                "not a valid SFF sprite archive");
+            add(qPrintable(c + QStringLiteral(" archive of wrong count")),
+                {c, path(QStringLiteral("count.sff"))}, path(QStringLiteral("count.sff")),
+                "not a valid SFF sprite archive");
+            add(qPrintable(c + QStringLiteral(" short palette")),
+                {c, path(QStringLiteral("short.act"))}, path(QStringLiteral("short.act")),
+                "not a palette file: 700 bytes");
             add(qPrintable(c + QStringLiteral(" unknown kind")),
                 {c, path(QStringLiteral("notes.xyz"))}, path(QStringLiteral("notes.xyz")),
                 "unknown file kind '.xyz'");
@@ -613,19 +765,18 @@ private Q_SLOTS:
         // kfm.air has boxes under a header of the other type: warnings, which fail no check.
         QVERIFY2(check.out.endsWith(QStringLiteral("%1: 0 errors, 5 warnings\n").arg(folder)),
                  qPrintable(check.out));
-        // The sprite archives and palettes not read yet are named, one line each.
-        QStringList const warnings = check.err.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-        QCOMPARE(warnings.size(), 5);
-        for (QString const &warning : warnings)
-            QVERIFY2(warning.startsWith(QLatin1String("kenro: warning: ")) &&
-                         warning.contains(QLatin1String("not supported yet")),
-                     qPrintable(warning));
+        // Every content file is read now: none is named as not supported.
+        QCOMPARE(check.err, QString());
 
         Result const info = run({QStringLiteral("info"), folder});
         QCOMPARE(info.code, 0);
         QCOMPARE(info.err, QString());
         QVERIFY(
-            info.out.startsWith(QStringLiteral("%1: folder, 12 files inspected\n").arg(folder)));
+            info.out.startsWith(QStringLiteral("%1: folder, 17 files inspected\n").arg(folder)));
+        QVERIFY(info.out.contains(folder +
+                                  QStringLiteral("/kfm/kfm.sff: SFF sprite archive, "
+                                                 "version 2.01, sprites 281")));
+        QVERIFY(info.out.contains(folder + QStringLiteral("/training/01.act: ACT palette")));
         QVERIFY(info.out.contains(
             folder + QStringLiteral("/kfm/kfm.def: DEF script, sections 4, values 23")));
     }
@@ -681,19 +832,21 @@ private Q_SLOTS:
         QString const folder = path(QStringLiteral("bad"));
         Result const check = run({QStringLiteral("check"), folder});
         QCOMPARE(check.code, 1);
-        QCOMPARE(check.out.count(QStringLiteral(": error: ")), 3);
-        QCOMPARE(
-            check.err,
-            QStringLiteral("kenro: warning: %1/s.sff: not supported yet: SFF sprite archives\n")
-                .arg(folder));
+        // The damaged archive is an error of the folder, beside the script's three.
+        QCOMPARE(check.out.count(QStringLiteral(": error: ")), 4);
+        QVERIFY2(
+            check.out.contains(
+                QStringLiteral("%1/s.sff:1:1: error: not a valid SFF sprite archive").arg(folder)),
+            qPrintable(check.out));
+        QCOMPARE(check.err, QString());
 
         Result const info = run({QStringLiteral("info"), QStringLiteral("--json"), folder});
         QCOMPARE(info.code, 0);
         QJsonObject const report = QJsonDocument::fromJson(info.out.toUtf8()).object();
         QCOMPARE(report.value(QStringLiteral("kind")).toString(), QStringLiteral("folder"));
-        QCOMPARE(report.value(QStringLiteral("files")).toArray().size(), 2);
-        QCOMPARE(report.value(QStringLiteral("skipped")).toArray().size(), 1);
-        QCOMPARE(report.value(QStringLiteral("errors")).toInt(), 3);
+        QCOMPARE(report.value(QStringLiteral("files")).toArray().size(), 3);
+        QCOMPARE(report.value(QStringLiteral("skipped")).toArray().size(), 0);
+        QCOMPARE(report.value(QStringLiteral("errors")).toInt(), 4);
         QJsonObject const good = report.value(QStringLiteral("files")).toArray().at(1).toObject();
         QCOMPARE(
             good.value(QStringLiteral("facts")).toObject().value(QStringLiteral("files")).toArray(),
@@ -726,7 +879,7 @@ private Q_SLOTS:
         process.start(script, {QStringLiteral("-qefc"), command, QStringLiteral("/dev/null")});
         QVERIFY(process.waitForFinished(60000));
         QString const shown = QString::fromUtf8(process.readAllStandardOutput());
-        QVERIFY2(shown.contains(QStringLiteral("folder, 2 files inspected")), qPrintable(shown));
+        QVERIFY2(shown.contains(QStringLiteral("folder, 3 files inspected")), qPrintable(shown));
         QCOMPARE(shown.contains(QStringLiteral("\rInspecting [")), drawn);
         // The bar's line is cleared before the result.
         QCOMPARE(shown.contains(QStringLiteral("100%\r\033[2K")), drawn);
@@ -869,6 +1022,294 @@ private Q_SLOTS:
                  qPrintable(result.err));
         QVERIFY2(result.err.contains(why), qPrintable(result.err));
         QCOMPARE(entries(m_dir.path()), before);
+    }
+
+    void spriteErrors_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("what");
+        QTest::addColumn<QString>("why");
+        QString const e = QStringLiteral("export");
+        QString const b = QStringLiteral("build");
+        QString const out = path(QStringLiteral("sprite-out"));
+        QString const sff = path(QStringLiteral("sprite-out.sff"));
+        QString const tiny = path(QStringLiteral("tiny.sff"));
+        QString const folder = path(QStringLiteral("spritefolder"));
+        auto add = [](char const *name, QStringList const &arguments, int code, QString const &what,
+                      char const *why) {
+            QTest::newRow(name) << (QStringList{QStringLiteral("sprites")} + arguments) << code
+                                << what << QString::fromLatin1(why);
+        };
+        for (char const *name : {"sprites.sff", "cut.sff", "count.sff", "garbage.wav"})
+            add(qPrintable(QStringLiteral("export ") + QLatin1String(name)),
+                {e, path(QLatin1String(name)), out}, 3, path(QLatin1String(name)),
+                "not a valid SFF sprite archive");
+        add("export missing", {e, path(QStringLiteral("none.sff")), out}, 3,
+            path(QStringLiteral("none.sff")), "no such file");
+        add("export folder", {e, path(QStringLiteral("folder")), out}, 3,
+            path(QStringLiteral("folder")), "is a directory");
+        add("export into a file", {e, tiny, path(QStringLiteral("tone.wav"))}, 4,
+            path(QStringLiteral("tone.wav")), "is a file, a folder was expected");
+        add("export onto a folder", {e, tiny, path(QStringLiteral("blocked"))}, 4,
+            path(QStringLiteral("blocked/0-0.png")), "is a directory");
+        add("build missing", {b, path(QStringLiteral("none")), sff}, 3,
+            path(QStringLiteral("none")), "no such folder");
+        add("build from a file", {b, tiny, sff}, 3, tiny, "is a file, a folder was expected");
+        add("build without manifest", {b, path(QStringLiteral("folder")), sff}, 3,
+            path(QStringLiteral("folder/sprites.json")), "no such file");
+        QString const manifests = path(QStringLiteral("spritemanifests/"));
+        auto manifest = [&](char const *name, char const *file, char const *why) {
+            add(qPrintable(QStringLiteral("manifest ") + QLatin1String(name)),
+                {b, manifests + QLatin1String(name), sff}, 3,
+                manifests + QLatin1String(name) + QLatin1Char('/') + QLatin1String(file), why);
+        };
+        manifest("broken", "sprites.json", "not valid JSON");
+        manifest("noversion", "sprites.json", "no \"version\"");
+        manifest("outside", "sprites.json", "a plain \"file\" name");
+        manifest("palette", "sprites.json", "a listed \"palette\"");
+        manifest("colors", "sprites.json", "up to 256 colours as rrggbb");
+        manifest("axis", "sprites.json", "\"x\" and \"y\" in range");
+        manifest("link", "sprites.json", "an earlier \"link\"");
+        manifest("missing", "0-0.png", "no such file");
+        manifest("garbage", "0-0.png", "not a PNG image");
+        add("version 1.01 of true colour", {b, folder, sff, QStringLiteral("--version=1")}, 3, sff,
+            "version 1.01 cannot hold it: sprite (group 5, number 0) is a true-colour image");
+        add("version 2.00 of true colour", {b, folder, sff, QStringLiteral("--version=2.00")}, 3,
+            sff, "version 2.00 cannot hold it");
+        add("build into a folder", {b, folder, path(QStringLiteral("folder"))}, 4,
+            path(QStringLiteral("folder")), "is a directory");
+        add("build under a file", {b, folder, path(QStringLiteral("tone.wav/x.sff"))}, 4,
+            path(QStringLiteral("tone.wav/x.sff")), "no such directory");
+    }
+
+    void spriteErrors()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(int, code);
+        QFETCH(QString, what);
+        QFETCH(QString, why);
+        QStringList const before = entries(m_dir.path());
+        QStringList const blocked = entries(path(QStringLiteral("blocked")));
+        Result const result = run(arguments);
+        QCOMPARE(result.code, code);
+        QByteArray reason;
+        QVERIFY2(isOneLineFailure(result, &reason), reason.constData());
+        QVERIFY2(result.err.startsWith(QStringLiteral("kenro: %1: ").arg(what)),
+                 qPrintable(result.err));
+        QVERIFY2(result.err.contains(why), qPrintable(result.err));
+        // Nothing written, not even a manifest or the first sprites before the failure.
+        QCOMPARE(entries(m_dir.path()), before);
+        QCOMPARE(entries(path(QStringLiteral("blocked"))), blocked);
+    }
+
+    void spriteFolderRoundTrip()
+    {
+        QTemporaryDir work;
+        QString const first = work.filePath(QStringLiteral("first"));
+        QString const rebuilt = work.filePath(QStringLiteral("rebuilt.sff"));
+        QString const second = work.filePath(QStringLiteral("second"));
+        for (QStringList const &arguments :
+             {QStringList{QStringLiteral("sprites"), QStringLiteral("export"),
+                          path(QStringLiteral("tiny.sff")), first},
+              QStringList{QStringLiteral("sprites"), QStringLiteral("build"), first, rebuilt},
+              QStringList{QStringLiteral("sprites"), QStringLiteral("export"), rebuilt, second}}) {
+            Result const result = run(arguments);
+            QVERIFY2(result.code == 0 && result.err.isEmpty(), qPrintable(result.err));
+        }
+        QCOMPARE(entries(first),
+                 (QStringList{QStringLiteral("0-0.png"), QStringLiteral("0-1.png"),
+                              QStringLiteral("5-0.png"), QStringLiteral("sprites.json")}));
+        QCOMPARE(differences(first, second), QStringList());
+        QJsonObject const manifest = readJson(first + QStringLiteral("/sprites.json"));
+        QCOMPARE(readJson(second + QStringLiteral("/sprites.json")), manifest);
+        QCOMPARE(manifest.value(QStringLiteral("version")).toString(), QStringLiteral("2.01"));
+        QJsonArray const sprites = manifest.value(QStringLiteral("sprites")).toArray();
+        QCOMPARE(sprites.size(), 3);
+        QJsonObject const linked = sprites.at(1).toObject();
+        QCOMPARE(linked.value(QStringLiteral("link")).toInt(-1), 0);
+        QCOMPARE(sprites.at(0).toObject().value(QStringLiteral("y")).toInt(), -2);
+        QCOMPARE(manifest.value(QStringLiteral("palettes"))
+                     .toArray()
+                     .at(0)
+                     .toObject()
+                     .value(QStringLiteral("colors")),
+                 QJsonValue(QStringLiteral("000000ff00000000ff")));
+
+        // Indexed sprites carry their palette, colour 0 transparent; true colour keeps alpha.
+        QImage const indexed(first + QStringLiteral("/0-0.png"));
+        QCOMPARE(indexed.format(), QImage::Format_Indexed8);
+        QCOMPARE(indexed.colorCount(), 256);
+        QCOMPARE(indexed.color(0), qRgba(0, 0, 0, 0));
+        QCOMPARE(indexed.color(1), qRgb(255, 0, 0));
+        QCOMPARE(indexed.pixelIndex(1, 0), 1);
+        QCOMPARE(indexed.pixelIndex(2, 2), 1);
+        QImage const color(first + QStringLiteral("/5-0.png"));
+        QVERIFY(color.hasAlphaChannel());
+        QCOMPARE(qAlpha(color.pixel(1, 1)), 128);
+
+        // A linked sprite whose picture changed gets an image of its own.
+        QImage changed = indexed;
+        changed.setPixel(0, 0, 2);
+        QVERIFY(changed.save(first + QStringLiteral("/0-1.png")));
+        Result const build =
+            run({QStringLiteral("sprites"), QStringLiteral("build"), first, rebuilt});
+        QCOMPARE(build.code, 0);
+        Result const info = run({QStringLiteral("info"), QStringLiteral("--json"), rebuilt});
+        QJsonObject const facts = QJsonDocument::fromJson(info.out.toUtf8())
+                                      .object()
+                                      .value(QStringLiteral("facts"))
+                                      .toObject();
+        QCOMPARE(facts.value(QStringLiteral("linked sprites")).toInt(-1), 0);
+        QCOMPARE(facts.value(QStringLiteral("formats")).toString(),
+                 QStringLiteral("PNG32 1, RLE8 2"));
+    }
+
+    void spriteArchiveInfo()
+    {
+        KENRO_REQUIRE_TESTDATA(data);
+        QString const kfm = data + QStringLiteral("/game/chars/kfm/kfm.sff");
+        Result const info = run({QStringLiteral("info"), QStringLiteral("--json"), kfm});
+        QCOMPARE(info.code, 0);
+        QJsonObject const report = QJsonDocument::fromJson(info.out.toUtf8()).object();
+        QCOMPARE(report.value(QStringLiteral("kind")).toString(),
+                 QStringLiteral("SFF sprite archive"));
+        QJsonObject const facts = report.value(QStringLiteral("facts")).toObject();
+        QCOMPARE(facts.value(QStringLiteral("version")).toString(), QStringLiteral("2.01"));
+        QCOMPARE(facts.value(QStringLiteral("sprites")).toInt(), 281);
+        QCOMPARE(facts.value(QStringLiteral("palettes")).toInt(), 7);
+        QCOMPARE(facts.value(QStringLiteral("groups")).toInt(), 60);
+        QCOMPARE(facts.value(QStringLiteral("linked sprites")).toInt(), 41);
+        QCOMPARE(facts.value(QStringLiteral("formats")).toString(),
+                 QStringLiteral("LZ5 239, RLE8 1"));
+        Result const check = run({QStringLiteral("check"), kfm});
+        QCOMPARE(check.code, 0);
+        QCOMPARE(check.out, QStringLiteral("%1: 0 errors, 0 warnings\n").arg(kfm));
+
+        QString const act = data + QStringLiteral("/game/chars/training/01.act");
+        Result const palette = run({QStringLiteral("info"), QStringLiteral("--json"), act});
+        QCOMPARE(palette.code, 0);
+        QJsonObject const paletteFacts = QJsonDocument::fromJson(palette.out.toUtf8())
+                                             .object()
+                                             .value(QStringLiteral("facts"))
+                                             .toObject();
+        QCOMPARE(paletteFacts.value(QStringLiteral("colours")).toInt(), 256);
+        QVERIFY(paletteFacts.value(QStringLiteral("distinct colours")).toInt() > 1);
+        Result const grey = run(
+            {QStringLiteral("info"), QStringLiteral("--json"), path(QStringLiteral("grey.act"))});
+        QCOMPARE(QJsonDocument::fromJson(grey.out.toUtf8())
+                     .object()
+                     .value(QStringLiteral("facts"))
+                     .toObject()
+                     .value(QStringLiteral("distinct colours"))
+                     .toInt(),
+                 256);
+    }
+
+    // Every archive of the sample game, exported, built in both versions and
+    // exported again, gives the same pictures; one function, so that the
+    // processes run one after another without a row apiece.
+    void spriteArchiveRoundTrips()
+    {
+        KENRO_REQUIRE_TESTDATA(data);
+        QTemporaryDir work;
+        int archivesWithTrueColor = 0;
+        for (char const *name : {"chars/kfm/kfm.sff", "chars/kfm/intro.sff", "chars/kfm/ending.sff",
+                                 "chars/training/Training.sff", "stages/kfm.sff",
+                                 "stages/stage0.sff", "data/fight.sff", "screenpack/num72.sff"}) {
+            QString const original = data + QStringLiteral("/game/") + QLatin1String(name);
+            QString const stem = work.filePath(
+                QString::fromLatin1(name).replace(QLatin1Char('/'), QLatin1Char('_')));
+            QString const first = stem + QStringLiteral(".first");
+            Result const exported =
+                run({QStringLiteral("sprites"), QStringLiteral("export"), original, first});
+            QVERIFY2(exported.code == 0 && exported.err.isEmpty(), qPrintable(exported.err));
+            QJsonObject const manifest = readJson(first + QStringLiteral("/sprites.json"));
+            QJsonArray const sprites = manifest.value(QStringLiteral("sprites")).toArray();
+            QVERIFY2(!sprites.isEmpty(), name);
+            QCOMPARE(entries(first).size(), sprites.size() + 1);
+            bool const fromVersion1 =
+                manifest.value(QStringLiteral("version")).toString() == QLatin1String("1.01");
+            bool trueColor = false;
+            for (QJsonValue const &sprite : sprites) {
+                QImage const image(first + QLatin1Char('/') +
+                                   sprite.toObject().value(QStringLiteral("file")).toString());
+                QVERIFY2(!image.isNull(), name);
+                trueColor = trueColor || image.format() != QImage::Format_Indexed8;
+            }
+            archivesWithTrueColor += trueColor ? 1 : 0;
+
+            for (char const *version : {"1", "2"}) {
+                QString const rebuilt =
+                    stem + QLatin1Char('.') + QLatin1String(version) + QStringLiteral(".sff");
+                QString const second = stem + QLatin1Char('.') + QLatin1String(version);
+                Result const build =
+                    run({QStringLiteral("sprites"), QStringLiteral("build"), first, rebuilt,
+                         QStringLiteral("--version"), QLatin1String(version)});
+                if (trueColor && version[0] == '1') {
+                    // Version 1.01 holds no true colour: refused, and no file left.
+                    QCOMPARE(build.code, 3);
+                    QByteArray reason;
+                    QVERIFY2(isOneLineFailure(build, &reason), reason.constData());
+                    QVERIFY2(build.err.contains(QLatin1String("is a true-colour image")),
+                             qPrintable(build.err));
+                    QVERIFY(!QFile::exists(rebuilt));
+                    continue;
+                }
+                QVERIFY2(build.code == 0, qPrintable(build.err));
+                Result const again =
+                    run({QStringLiteral("sprites"), QStringLiteral("export"), rebuilt, second});
+                QVERIFY2(again.code == 0 && again.err.isEmpty(), qPrintable(again.err));
+                QVERIFY2(differences(first, second).isEmpty(),
+                         qPrintable(QLatin1String(name) + QStringLiteral(" in ") +
+                                    QLatin1String(version) + QStringLiteral(": ") +
+                                    differences(first, second).join(QLatin1Char(' '))));
+                QJsonObject const rebuiltManifest =
+                    readJson(second + QStringLiteral("/sprites.json"));
+                bool const throughVersion1 = fromVersion1 || version[0] == '1';
+                QVERIFY2(comparable(rebuiltManifest, throughVersion1) ==
+                             comparable(manifest, throughVersion1),
+                         qPrintable(QLatin1String(name) + QStringLiteral(" in ") +
+                                    QLatin1String(version)));
+                // In its own version the archive comes back whole, palettes and links as well.
+                if (rebuiltManifest.value(QStringLiteral("version")) ==
+                    manifest.value(QStringLiteral("version")))
+                    QCOMPARE(rebuiltManifest, manifest);
+            }
+        }
+        QCOMPARE(archivesWithTrueColor, 1);
+    }
+
+    void spriteCompression()
+    {
+        KENRO_REQUIRE_TESTDATA(data);
+        QTemporaryDir work;
+        QString const first = work.filePath(QStringLiteral("first"));
+        Result const exported = run({QStringLiteral("sprites"), QStringLiteral("export"),
+                                     data + QStringLiteral("/game/chars/kfm/kfm.sff"), first});
+        QCOMPARE(exported.code, 0);
+        // LZ5 holds only the first 32 colours in its runs: the portrait of more stays RLE8.
+        for (auto const &[compress, formats] :
+             {std::pair{"lz5", "LZ5 239, RLE8 1"}, std::pair{"png", "PNG8 240"}}) {
+            QString const rebuilt = work.filePath(QLatin1String(compress) + QStringLiteral(".sff"));
+            QString const second = work.filePath(QLatin1String(compress));
+            Result const build =
+                run({QStringLiteral("sprites"), QStringLiteral("build"), first, rebuilt,
+                     QStringLiteral("--compress"), QLatin1String(compress)});
+            QVERIFY2(build.code == 0, qPrintable(build.err));
+            Result const info = run({QStringLiteral("info"), QStringLiteral("--json"), rebuilt});
+            QCOMPARE(QJsonDocument::fromJson(info.out.toUtf8())
+                         .object()
+                         .value(QStringLiteral("facts"))
+                         .toObject()
+                         .value(QStringLiteral("formats"))
+                         .toString(),
+                     QLatin1String(formats));
+            Result const again =
+                run({QStringLiteral("sprites"), QStringLiteral("export"), rebuilt, second});
+            QCOMPARE(again.code, 0);
+            QCOMPARE(differences(first, second), QStringList());
+        }
     }
 
     void soundInfo()
