@@ -206,6 +206,22 @@ private:
     QString path(QString const &name) const { return m_dir.filePath(name); }
     Result run(QStringList const &arguments) const { return kenro(arguments, m_config.path()); }
 
+    // Runs the tool and expects exit \a code with the one line "kenro: <what>: ...<why>...",
+    // and the test folder as it was.
+    void failsCleanly(QStringList const &arguments, int code, QString const &what,
+                      QString const &why) const
+    {
+        QStringList const before = entries(m_dir.path());
+        Result const result = run(arguments);
+        QCOMPARE(result.code, code);
+        QByteArray reason;
+        QVERIFY2(isOneLineFailure(result, &reason), reason.constData());
+        QVERIFY2(result.err.startsWith(QStringLiteral("kenro: %1: ").arg(what)),
+                 qPrintable(result.err));
+        QVERIFY2(result.err.contains(why), qPrintable(result.err));
+        QCOMPARE(entries(m_dir.path()), before);
+    }
+
 private Q_SLOTS:
     void initTestCase()
     {
@@ -1013,15 +1029,7 @@ private Q_SLOTS:
         QFETCH(QString, what);
         QFETCH(QString, why);
         QVERIFY(QFile::exists(path(QStringLiteral("named.snd"))));
-        QStringList const before = entries(m_dir.path());
-        Result const result = run(arguments);
-        QCOMPARE(result.code, code);
-        QByteArray reason;
-        QVERIFY2(isOneLineFailure(result, &reason), reason.constData());
-        QVERIFY2(result.err.startsWith(QStringLiteral("kenro: %1: ").arg(what)),
-                 qPrintable(result.err));
-        QVERIFY2(result.err.contains(why), qPrintable(result.err));
-        QCOMPARE(entries(m_dir.path()), before);
+        failsCleanly(arguments, code, what, why);
     }
 
     void spriteErrors_data()
@@ -1089,17 +1097,9 @@ private Q_SLOTS:
         QFETCH(int, code);
         QFETCH(QString, what);
         QFETCH(QString, why);
-        QStringList const before = entries(m_dir.path());
         QStringList const blocked = entries(path(QStringLiteral("blocked")));
-        Result const result = run(arguments);
-        QCOMPARE(result.code, code);
-        QByteArray reason;
-        QVERIFY2(isOneLineFailure(result, &reason), reason.constData());
-        QVERIFY2(result.err.startsWith(QStringLiteral("kenro: %1: ").arg(what)),
-                 qPrintable(result.err));
-        QVERIFY2(result.err.contains(why), qPrintable(result.err));
+        failsCleanly(arguments, code, what, why);
         // Nothing written, not even a manifest or the first sprites before the failure.
-        QCOMPARE(entries(m_dir.path()), before);
         QCOMPARE(entries(path(QStringLiteral("blocked"))), blocked);
     }
 
