@@ -7,6 +7,19 @@
 namespace Kenro::Ikemen {
 
 /**
+ * True when \a file is unchanged, the file it was read from still exists and
+ * \a name of \a archive is another place: saving it there is a byte copy.
+ */
+inline bool copiesUnchanged(ProjectFile &file, Archive &archive, QString const &name)
+{
+    Archive &source = file.archive();
+    QString const from = file.fileName();
+    if (file.isModified() || from.isEmpty() || !source.fileExists(from))
+        return false;
+    return &source != &archive || source.absoluteFileName(from) != archive.absoluteFileName(name);
+}
+
+/**
  * A code document of the content that goes to another place as the bytes it
  * was read from while it is unchanged: written from its text it would get
  * CRLF line ends, and the author's own line ends and spelling of the
@@ -26,14 +39,10 @@ public:
     bool toFile(Archive &archive, QString const &name, unsigned int flags, JobStats *stats) override
     {
         this->waitForSave();
-        Archive &source = this->archive();
-        QString const from = this->fileName();
-        bool const samePlace =
-            &source == &archive && source.absoluteFileName(from) == archive.absoluteFileName(name);
-        if (this->isModified() || from.isEmpty() || samePlace || !source.fileExists(from))
+        if (!copiesUnchanged(*this, archive, name))
             return Document::toFile(archive, name, flags, stats);
 
-        if (!archive.isWritable(name) || !copyFile(source, from, archive, name))
+        if (!archive.isWritable(name) || !copyFile(this->archive(), this->fileName(), archive, name))
             return false;
         this->fileSaved(archive, name, flags & ProjectFile::Copy);
         if (!(flags & ProjectFile::Copy))
