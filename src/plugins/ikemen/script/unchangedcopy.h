@@ -42,7 +42,8 @@ public:
         if (!copiesUnchanged(*this, archive, name))
             return Document::toFile(archive, name, flags, stats);
 
-        if (!archive.isWritable(name) || !copyFile(this->archive(), this->fileName(), archive, name))
+        if (!archive.isWritable(name) ||
+            !copyFile(this->archive(), this->fileName(), archive, name))
             return false;
         this->fileSaved(archive, name, flags & ProjectFile::Copy);
         if (!(flags & ProjectFile::Copy))

@@ -16,6 +16,7 @@
 #include <kenro/project/filesystemarchive.h>
 #include <kenro/project/messagelist.h>
 
+#include "modelnames.h"
 #include "testdata.h"
 #include "testinterface.h"
 
@@ -33,18 +34,7 @@ using namespace Kenro::Ikemen;
 
 namespace {
 
-// The file list of a project as "type:name", names without the leading "/".
-QStringList listed(Project const &project)
-{
-    QList<Project::FileEntry> entries;
-    project.fileList(entries);
-    QStringList out;
-    for (Project::FileEntry const &entry : entries)
-        out.append(QStringLiteral("%1:%2").arg(entry.first).arg(entry.second.mid(1)));
-    return out;
-}
-
-// Every message of the project's files and of its named files, as "file: text".
+// The texts of every message of the project: its files' and its named files'.
 QStringList messageTexts(Project const &project)
 {
     QStringList out;
@@ -108,7 +98,7 @@ private:
     // The files of \a project checked against their classes and the bytes on disk.
     void checkFiles(Project &project, Content &content)
     {
-        content.files = listed(project);
+        content.files = KenroTest::listedFiles(project);
         for (ProjectFile *file : project.files()) {
             QByteArray const bytes = KenroTest::readFile(file->fileName());
             QVERIFY2(!bytes.isEmpty(), qPrintable(file->fileName()));
