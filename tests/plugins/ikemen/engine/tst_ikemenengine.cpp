@@ -224,6 +224,42 @@ private Q_SLOTS:
         QCOMPARE(ExtensionManager::byFormat(Extension::SoundBank, "SND").size(), 1);
     }
 
+    void refusesDamagedFiles_data()
+    {
+        QTest::addColumn<QString>("source");
+        QTest::addColumn<int>("type");
+        QTest::addColumn<int>("keep"); // bytes kept from the start; -1 for garbage
+        QTest::newRow("sprites cut")
+            << QStringLiteral("chars/kfm/kfm.sff") << int(Project::Sprites) << 700;
+        QTest::newRow("sprites garbage")
+            << QStringLiteral("chars/kfm/kfm.sff") << int(Project::Sprites) << -1;
+        QTest::newRow("sounds cut")
+            << QStringLiteral("chars/kfm/kfm.snd") << int(Project::Sounds) << 600;
+        QTest::newRow("sounds garbage")
+            << QStringLiteral("chars/kfm/kfm.snd") << int(Project::Sounds) << -1;
+    }
+
+    void refusesDamagedFiles()
+    {
+        KENRO_REQUIRE_TESTDATA(testdata);
+        QFETCH(QString, source);
+        QFETCH(int, type);
+        QFETCH(int, keep);
+        QByteArray bytes = KenroTest::readFile(m_game + source);
+        QVERIFY(bytes.size() > keep);
+        if (keep >= 0) {
+            bytes.truncate(keep);
+        } else {
+            for (qsizetype i = 0; i < bytes.size(); ++i)
+                bytes[i] = static_cast<char>((i * 131 + 7) & 0xff);
+        }
+        QTemporaryDir dir;
+        QString const path = dir.filePath(QFileInfo(source).fileName());
+        QVERIFY(KenroTest::writeFile(path, bytes));
+        QCOMPARE(m_engine->fileTypeOf(path), type);
+        QCOMPARE(m_engine->openFile(path, type), nullptr);
+    }
+
     void opensEveryProject_data()
     {
         QTest::addColumn<QString>("definition");
