@@ -46,7 +46,7 @@ int main(int argc, char **argv)
         return 1;
     }
     QDir const out(args[2]);
-    for (char const *name : {"lz5", "rle5", "rle8", "pcx", "sff"})
+    for (char const *name : {"lz5", "rle5", "rle8", "pcx", "sff", "snd"})
         out.mkpath(QLatin1String(name));
 
     int count = 0;
@@ -91,6 +91,12 @@ int main(int argc, char **argv)
             return 1;
         ++count;
     }
+    // The smaller sound bank, whole.
+    QFile bank(game.filePath(QStringLiteral("chars/kfm/kfm.snd")));
+    if (!bank.open(QIODevice::ReadOnly) ||
+        !write(out.filePath(QStringLiteral("snd/kfm.snd")), bank.readAll()))
+        return 1;
+    ++count;
     std::printf("fuzz_seeds: %d seeds\n", count);
     return count > 0 ? 0 : 1;
 }

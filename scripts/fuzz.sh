@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Builds the libFuzzer targets of the image stream decoders and the sprite
-# archive reader with clang (ASan
-# and UBSan) and runs each for a bounded time from a seed corpus made of the
-# real streams in $KENRO_TESTDATA. Fails on the first finding.
+# Builds the libFuzzer targets of the image stream decoders, the sprite
+# archive reader and the sound bank reader with clang (ASan and UBSan) and
+# runs each for a bounded time from a seed corpus made of the real streams
+# and files in $KENRO_TESTDATA. Fails on the first finding.
 #   scripts/fuzz.sh [seconds per target, default 10]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -26,11 +26,11 @@ rm -rf "$build/seeds" "$build/work"
 
 # The sanitizers of the fuzz build report through libFuzzer; leaks count too.
 unset ASAN_OPTIONS UBSAN_OPTIONS LSAN_OPTIONS
-for target in lz5 rle5 rle8 pcx sff; do
+for target in lz5 rle5 rle8 pcx sff snd; do
   mkdir -p "$build/work/$target"
-  # Streams are small; sprite archives are seeded whole.
+  # Streams are small; sprite archives and sound banks are seeded whole.
   max_len=8192
-  if [ "$target" = sff ]; then max_len=131072; fi
+  if [ "$target" = sff ] || [ "$target" = snd ]; then max_len=131072; fi
   log="$build/work/$target.log"
   # New inputs go to the work folder; the seeds stay as they are.
   if ! "$build/fuzz_$target" -max_total_time="$seconds" -max_len="$max_len" -timeout=10 -rss_limit_mb=2048 \

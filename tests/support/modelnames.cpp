@@ -1,6 +1,18 @@
 #include "modelnames.h"
 
+#include <kenro/project/project.h>
+
 namespace KenroTest {
+
+QStringList listedFiles(Kenro::Project const &project)
+{
+    QList<Kenro::Project::FileEntry> entries;
+    project.fileList(entries);
+    QStringList out;
+    for (Kenro::Project::FileEntry const &entry : entries)
+        out.append(QStringLiteral("%1:%2").arg(entry.first).arg(entry.second.mid(1)));
+    return out;
+}
 
 QStringList childNames(QAbstractItemModel const &model, QModelIndex const &parent)
 {

@@ -3,7 +3,14 @@
 #include <QAbstractItemModel>
 #include <QStringList>
 
+namespace Kenro {
+class Project;
+}
+
 namespace KenroTest {
+
+/// The file list of \a project as "type:name", names without the leading "/".
+QStringList listedFiles(Kenro::Project const &project);
 
 /// The display texts of the rows below \a parent, in order.
 QStringList childNames(QAbstractItemModel const &model, QModelIndex const &parent);

@@ -479,7 +479,7 @@ private Q_SLOTS:
             QCOMPARE(engine->queryString(Engine::CommentString, 0), QStringLiteral(";"));
             QCOMPARE(engine->queryString(Engine::EngineIdentifier, 0), QStringLiteral("ikemen"));
             QCOMPARE(engine->fileTypeOf(QStringLiteral("a/KFM.AIR")), int(Project::Animations));
-            QCOMPARE(engine->fileTypeOf(QStringLiteral("kfm.sff")), -1);
+            QCOMPARE(engine->fileTypeOf(QStringLiteral("kfm.txt")), -1);
             QCOMPARE(engine->fileFilters().value(Project::Animations), QStringLiteral("*.air"));
             QCOMPARE(
                 engine->openFile(root + QStringLiteral("/game/missing.air"), Project::Animations),
@@ -496,7 +496,7 @@ private Q_SLOTS:
             QVERIFY(dynamic_cast<Animations *>(empty));
             QVERIFY(empty->isEmpty());
             empty->release();
-            QCOMPARE(engine->createFile(Project::Sprites, nullptr), nullptr);
+            QCOMPARE(engine->createFile(42, nullptr), nullptr);
         }
     }
 };

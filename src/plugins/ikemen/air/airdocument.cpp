@@ -20,7 +20,7 @@ void AirAnimations::free()
     delete this;
 }
 
-AirDocument::AirDocument() : CodeDocument(Project::Animations)
+AirDocument::AirDocument() : UnchangedCopy<CodeDocument>(Project::Animations)
 {
     setParser(&m_parser);
     registerNodeFile(new AirAnimations(this), CodeNode::Animation, 0);

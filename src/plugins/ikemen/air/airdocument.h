@@ -5,6 +5,8 @@
 #include <kenro/code/animations.h>
 #include <kenro/code/codedocument.h>
 
+#include <ikemen/script/unchangedcopy.h>
+
 namespace Kenro::Ikemen {
 
 /// The actions of an AIR file as a list.
@@ -24,9 +26,10 @@ protected:
 
 /**
  * An AIR file: the text with its parser. Actions, frames and boxes are the
- * nodes of its tree.
+ * nodes of its tree. Saved unchanged to another place, it is copied byte for
+ * byte.
  */
-class AirDocument final : public Kenro::CodeDocument
+class AirDocument final : public UnchangedCopy<Kenro::CodeDocument>
 {
     Q_OBJECT
 

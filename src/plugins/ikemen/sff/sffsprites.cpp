@@ -9,6 +9,8 @@
 #include <kenro/project/messages.h>
 #include <kenro/project/subitem.h>
 
+#include <ikemen/script/unchangedcopy.h>
+
 #include <QRegularExpression>
 
 #include <cstring>
@@ -365,6 +367,17 @@ bool SffSprites::fromFile(Archive &archive, QString const &name, unsigned int fl
 bool SffSprites::toFile(Archive &archive, QString const &name, unsigned int flags, JobStats *stats)
 {
     m_messages->clear();
+    if (copiesUnchanged(*this, archive, name)) {
+        // Written anew, an archive read in another layout would change for no edit.
+        if (!archive.isWritable(name) || !copyFile(this->archive(), m_fileName, archive, name)) {
+            error(name, QStringLiteral("the file cannot be written"));
+            return false;
+        }
+        if (!(flags & Copy))
+            m_fileName = name;
+        ProjectFile::toFile(archive, name, flags, stats);
+        return true;
+    }
     SffWriter writer;
     // The whole archive is made before the file is touched.
     QByteArray const bytes = writer.write(content(), m_version);

@@ -32,17 +32,6 @@ using namespace Kenro::Ikemen;
 
 namespace {
 
-// The file list of a project as "type:name", names without the leading "/".
-QStringList listed(Project const &project)
-{
-    QList<Project::FileEntry> entries;
-    project.fileList(entries);
-    QStringList out;
-    for (Project::FileEntry const &entry : entries)
-        out.append(QStringLiteral("%1:%2").arg(entry.first).arg(entry.second.mid(1)));
-    return out;
-}
-
 // The names of the open files of \a type, relative to \a base when inside it.
 QStringList openNames(Project &project, int type, QString const &base)
 {
@@ -256,7 +245,7 @@ private Q_SLOTS:
         QCOMPARE(project->type(), projectType);
         QCOMPARE(project->fileName(), m_game + definition);
         QCOMPARE(static_cast<GameProject *>(root.data())->gameDirectory(), m_game);
-        QCOMPARE(listed(*project), files);
+        QCOMPARE(KenroTest::listedFiles(*project), files);
         QCOMPARE(problemTexts(*project), problems);
         QCOMPARE(project->messages()->sources().count(project->problems()), 1);
 
@@ -325,7 +314,7 @@ private Q_SLOTS:
             GameProject::openDefinition(definition, FileSystemArchive::instance(), &engine);
         QVERIFY(project);
         QCOMPARE(project->name(), QStringLiteral("Upper"));
-        QCOMPARE(listed(*project),
+        QCOMPARE(KenroTest::listedFiles(*project),
                  (QStringList{QStringLiteral("1:kfm.sff"), QStringLiteral("3:kfm.air"),
                               QStringLiteral("2:kfm.snd"), QStringLiteral("4:kfm.cmd"),
                               QStringLiteral("4:kfm.cns")}));
@@ -365,7 +354,7 @@ private Q_SLOTS:
         QCOMPARE(project->name(), QStringLiteral("Hero"));
         QCOMPARE(project->version(), QStringLiteral("1.0"));
         QCOMPARE(project->author(), QStringLiteral("Me"));
-        QCOMPARE(listed(*project), QStringList{QStringLiteral("3:hero.air")});
+        QCOMPARE(KenroTest::listedFiles(*project), QStringList{QStringLiteral("3:hero.air")});
         QCOMPARE(problemTexts(*project),
                  (QStringList{
                      QStringLiteral("0@5 The file 'hero.sff' named by 'sprite' could not be read"),
@@ -492,7 +481,7 @@ private Q_SLOTS:
         DefinitionProject *project = GameProject::openDefinition(
             m_game + definition, FileSystemArchive::instance(), &engine);
         QVERIFY(project);
-        QStringList const files = listed(*project);
+        QStringList const files = KenroTest::listedFiles(*project);
         project->parent()->saveAs(place + name, nullptr);
         QCOMPARE(project->fileName(), place + name);
         QCOMPARE(project->parent()->basePath(), place);
@@ -516,7 +505,7 @@ private Q_SLOTS:
         DefinitionProject *again =
             GameProject::openDefinition(place + name, FileSystemArchive::instance(), &engine);
         QVERIFY(again);
-        QCOMPARE(listed(*again), files);
+        QCOMPARE(KenroTest::listedFiles(*again), files);
         again->release();
     }
 

@@ -1,0 +1,399 @@
+#include <ikemen/air/airdocument.h>
+#include <ikemen/project/definitionproject.h>
+#include <ikemen/project/gameproject.h>
+#include <ikemen/script/scriptdocument.h>
+#include <ikemen/snd/sndreader.h>
+#include <ikemen/snd/sndsounds.h>
+#include <sffreader.h>
+#include <sffsprites.h>
+
+#include <kenro/code/animationcode.h>
+#include <kenro/code/codedocument.h>
+#include <kenro/code/codenode.h>
+#include <kenro/code/rootcode.h>
+#include <kenro/engine/engine.h>
+#include <kenro/engine/extension.h>
+#include <kenro/project/filesystemarchive.h>
+#include <kenro/project/messagelist.h>
+
+#include "modelnames.h"
+#include "testdata.h"
+#include "testinterface.h"
+
+#include <QDir>
+#include <QLibrary>
+#include <QPointer>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+using namespace Kenro;
+using namespace Kenro::Ikemen;
+
+namespace {
+
+// The texts of every message of the project: its files' and its named files'.
+QStringList messageTexts(Project const &project)
+{
+    QStringList out;
+    MessageList *list = project.messages();
+    list->setFilter(Message::All);
+    for (int row = 0; row < list->rowCount(); ++row) {
+        Messages const *source = nullptr;
+        Message const message = list->messageAt(row, source);
+        out.append(message.text);
+    }
+    return out;
+}
+
+// The "[Begin Action n]" headings of a text, any case.
+int actionHeadings(QByteArray const &text)
+{
+    static QRegularExpression const heading(QStringLiteral("^\\s*\\[\\s*begin\\s+action\\b"),
+                                            QRegularExpression::CaseInsensitiveOption |
+                                                QRegularExpression::MultilineOption);
+    int count = 0;
+    for (auto match = heading.globalMatch(QString::fromLatin1(text)); match.hasNext(); match.next())
+        ++count;
+    return count;
+}
+
+// The animation nodes anywhere below \a node.
+int animationNodes(CodeNode *node)
+{
+    int count = node->type() == CodeNode::Animation ? 1 : 0;
+    if (auto *parent = dynamic_cast<ParentCode *>(node)) {
+        for (unsigned int i = 0; i < parent->childCount(); ++i)
+            count += animationNodes(parent->childAt(i));
+    }
+    return count;
+}
+
+// What a project holds, to compare a saved copy with its original.
+struct Content
+{
+    QStringList files;
+    unsigned int sprites = 0;
+    unsigned int sounds = 0;
+    unsigned int actions = 0;
+    QList<QImage> images;
+    QList<QByteArray> wavs;
+};
+
+} // namespace
+
+class TestIkemenEngine : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_copy;
+    QString m_game; // a writable copy of the game, with a trailing "/"
+    std::unique_ptr<ExtensionManager> m_manager;
+    std::unique_ptr<Engine> m_engine;
+    std::unique_ptr<KenroTest::TestInterface> m_host;
+
+    // The files of \a project checked against their classes and the bytes on disk.
+    void checkFiles(Project &project, Content &content)
+    {
+        content.files = KenroTest::listedFiles(project);
+        for (ProjectFile *file : project.files()) {
+            QByteArray const bytes = KenroTest::readFile(file->fileName());
+            QVERIFY2(!bytes.isEmpty(), qPrintable(file->fileName()));
+            int type = -1;
+            for (int candidate = 0; candidate <= DefinitionProject::Other && type < 0;
+                 ++candidate) {
+                if (project.filesByType(candidate).contains(file))
+                    type = candidate;
+            }
+            QVERIFY2(type >= 0, qPrintable(file->fileName()));
+            if (type == Project::Sprites) {
+                auto *sprites = dynamic_cast<SffSprites *>(file);
+                QVERIFY2(sprites, qPrintable(file->fileName()));
+                SffReader reader;
+                SffContent read;
+                QVERIFY(reader.read(bytes, read));
+                QCOMPARE(int(sprites->count()), int(read.sprites.size()));
+                QVERIFY(sprites->count() > 0);
+                content.sprites += sprites->count();
+                for (unsigned int i = 0; i < sprites->count(); ++i)
+                    content.images.append(sprites->at(i)->image());
+            } else if (type == Project::Sounds) {
+                auto *sounds = dynamic_cast<SndSounds *>(file);
+                QVERIFY2(sounds, qPrintable(file->fileName()));
+                SndReader reader;
+                QVERIFY(reader.read(bytes));
+                QCOMPARE(int(sounds->count()), int(reader.bank().members.size()));
+                QVERIFY(sounds->count() > 0);
+                content.sounds += sounds->count();
+                for (unsigned int i = 0; i < sounds->count(); ++i)
+                    content.wavs.append(sounds->sound(i)->wav().toByteArray());
+            } else if (type == Project::Animations) {
+                auto *animations = dynamic_cast<AirAnimations *>(file);
+                QVERIFY2(animations, qPrintable(file->fileName()));
+                QVERIFY(dynamic_cast<AirDocument *>(animations->document()));
+                QCOMPARE(int(animations->count()), actionHeadings(bytes));
+                QVERIFY(animations->count() > 0);
+                content.actions += animations->count();
+            } else if (type == DefinitionProject::Palettes) {
+                QCOMPARE(bytes.size(), 768); // kept as its bytes
+            } else if (type == DefinitionProject::Music || type == DefinitionProject::Other) {
+                QVERIFY(file->isEmpty() == bytes.isEmpty()); // kept as its bytes
+            } else {
+                QVERIFY2(dynamic_cast<ScriptDocument *>(file), qPrintable(file->fileName()));
+            }
+            QVERIFY2(!file->isModified(), qPrintable(file->fileName()));
+        }
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_host = std::make_unique<KenroTest::TestInterface>();
+        m_manager = std::make_unique<ExtensionManager>(QStringLiteral(KENRO_PLUGIN_DIR));
+        QLibrary library(QStringLiteral(KENRO_IKEMEN_PLUGIN));
+        auto const take = reinterpret_cast<Engine *(*)()>(library.resolve("kenroEngine"));
+        QVERIFY(take);
+        m_engine.reset(take());
+        QVERIFY(m_engine);
+        QString const data = KenroTest::testDataPath();
+        if (!data.isEmpty()) {
+            m_game = m_copy.path() + QStringLiteral("/game/");
+            QVERIFY(KenroTest::copyTree(data + QStringLiteral("/game/"), m_game));
+        }
+    }
+
+    void cleanupTestCase()
+    {
+        m_engine.reset();
+        m_manager.reset();
+    }
+
+    void answers()
+    {
+        Engine &engine = *m_engine;
+        QCOMPARE(engine.queryString(Engine::CommentString, 0), QStringLiteral(";"));
+        QCOMPARE(engine.queryString(Engine::EngineIdentifier, 0), QStringLiteral("ikemen"));
+        QCOMPARE(engine.queryString(Engine::GameMarkerFile, 0), QStringLiteral("data/system.def"));
+        QCOMPARE(engine.projectTypeCount(), 2u);
+        QCOMPARE(engine.queryString(Engine::ProjectTypeName, 0), QStringLiteral("Character"));
+        QCOMPARE(engine.queryString(Engine::ProjectTypeName, 1), QStringLiteral("Stage"));
+        QCOMPARE(engine.queryString(Engine::ProjectTypeName, 2), QString());
+
+        // Every type that opens alone has a name, a pattern and a class.
+        QMap<int, QString> const patterns = engine.fileFilters();
+        QCOMPARE(engine.fileTypeOf(QStringLiteral("a/KFM.AIR")), int(Project::Animations));
+        QCOMPARE(engine.fileTypeOf(QStringLiteral("kfm.Sff")), int(Project::Sprites));
+        QCOMPARE(engine.fileTypeOf(QStringLiteral("kfm.snd")), int(Project::Sounds));
+        QCOMPARE(engine.fileTypeOf(QStringLiteral("kfm.cns")), int(Project::Scripts));
+        QCOMPARE(engine.fileTypeOf(QStringLiteral("kfm.def")), int(Project::Main));
+        QCOMPARE(engine.fileTypeOf(QStringLiteral("01.act")), int(DefinitionProject::Palettes));
+        QCOMPARE(engine.fileTypeOf(QStringLiteral("readme.txt")), -1);
+        QCOMPARE(engine.fileTypeOf(QStringLiteral("noSuffix")), -1);
+        QCOMPARE(engine.singleFileFilters().size(), 6);
+        for (int type = 0; type <= DefinitionProject::Other; ++type) {
+            QVERIFY(!engine.fileTypeName(type).isEmpty());
+            QVERIFY(!patterns.value(type).isEmpty());
+            ProjectFile *file = engine.createFile(type, nullptr);
+            QVERIFY(file);
+            QVERIFY(file->isEmpty());
+            bool const right = type == Project::Sprites
+                ? dynamic_cast<SffSprites *>(file) != nullptr
+                : type == Project::Sounds     ? dynamic_cast<SndSounds *>(file) != nullptr
+                : type == Project::Animations ? dynamic_cast<AirAnimations *>(file) != nullptr
+                : type == Project::Main || type == Project::Scripts ||
+                    type == DefinitionProject::Storyboards
+                ? dynamic_cast<ScriptDocument *>(file) != nullptr
+                : true;
+            QVERIFY2(right, qPrintable(engine.fileTypeName(type)));
+            file->release();
+        }
+        QCOMPARE(engine.createFile(42, nullptr), nullptr);
+        QCOMPARE(engine.openFile(QStringLiteral("/none/missing.sff"), Project::Sprites), nullptr);
+        QCOMPARE(engine.openProject(nullptr, QStringLiteral("/none/kfm.def")), nullptr);
+
+        // The formats that the editors offer for this engine.
+        QCOMPARE(ExtensionManager::filters(Extension::AnimationReader, &engine),
+                 QStringLiteral("IKEMEN GO animations (*.air)"));
+        QCOMPARE(ExtensionManager::filters(Extension::AnimationWriter, &engine),
+                 QStringLiteral("IKEMEN GO animations (*.air)"));
+        QCOMPARE(ExtensionManager::filters(Extension::SoundBank, &engine),
+                 QStringLiteral("IKEMEN GO sound banks (*.snd)"));
+        QCOMPARE(ExtensionManager::byFormat(Extension::SoundBank, "SND").size(), 1);
+    }
+
+    void refusesDamagedFiles_data()
+    {
+        QTest::addColumn<QString>("source");
+        QTest::addColumn<int>("type");
+        QTest::addColumn<int>("keep"); // bytes kept from the start; -1 for garbage
+        QTest::newRow("sprites cut")
+            << QStringLiteral("chars/kfm/kfm.sff") << int(Project::Sprites) << 700;
+        QTest::newRow("sprites garbage")
+            << QStringLiteral("chars/kfm/kfm.sff") << int(Project::Sprites) << -1;
+        QTest::newRow("sounds cut")
+            << QStringLiteral("chars/kfm/kfm.snd") << int(Project::Sounds) << 600;
+        QTest::newRow("sounds garbage")
+            << QStringLiteral("chars/kfm/kfm.snd") << int(Project::Sounds) << -1;
+    }
+
+    void refusesDamagedFiles()
+    {
+        KENRO_REQUIRE_TESTDATA(testdata);
+        QFETCH(QString, source);
+        QFETCH(int, type);
+        QFETCH(int, keep);
+        QByteArray bytes = KenroTest::readFile(m_game + source);
+        QVERIFY(bytes.size() > keep);
+        if (keep >= 0) {
+            bytes.truncate(keep);
+        } else {
+            for (qsizetype i = 0; i < bytes.size(); ++i)
+                bytes[i] = static_cast<char>((i * 131 + 7) & 0xff);
+        }
+        QTemporaryDir dir;
+        QString const path = dir.filePath(QFileInfo(source).fileName());
+        QVERIFY(KenroTest::writeFile(path, bytes));
+        QCOMPARE(m_engine->fileTypeOf(path), type);
+        QCOMPARE(m_engine->openFile(path, type), nullptr);
+    }
+
+    void opensEveryProject_data()
+    {
+        QTest::addColumn<QString>("definition");
+        QTest::addColumn<int>("projectType");
+        QTest::addColumn<QStringList>("missing"); // the files that are really not there
+        QTest::newRow("kfm") << QStringLiteral("chars/kfm/kfm.def")
+                             << int(DefinitionProject::Character)
+                             << QStringList{QStringLiteral(".mp3")};
+        QTest::newRow("training") << QStringLiteral("chars/training/Training.def")
+                                  << int(DefinitionProject::Character)
+                                  << QStringList{QStringLiteral("config.txt")};
+        QTest::newRow("stage kfm")
+            << QStringLiteral("stages/kfm.def") << int(DefinitionProject::Stage)
+            << QStringList{QStringLiteral("sound/kfm.mid")};
+        QTest::newRow("stage0") << QStringLiteral("stages/stage0.def")
+                                << int(DefinitionProject::Stage) << QStringList();
+    }
+
+    void opensEveryProject()
+    {
+        KENRO_REQUIRE_TESTDATA(testdata);
+        QFETCH(QString, definition);
+        QFETCH(int, projectType);
+        QFETCH(QStringList, missing);
+        ParentProject *root = m_engine->openRoot(m_game, FileSystemArchive::instance());
+        QVERIFY(root);
+        QVERIFY(root->isGame());
+        Project *project = m_engine->openProject(root, m_game + definition);
+        QVERIFY(project);
+        QCOMPARE(project->type(), projectType);
+        QCOMPARE(
+            project->typeName(),
+            m_engine->queryString(Engine::ProjectTypeName, static_cast<unsigned int>(projectType)));
+        Content content;
+        checkFiles(*project, content);
+        if (QTest::currentTestFailed()) {
+            project->release();
+            delete root;
+            return;
+        }
+        QVERIFY(content.sprites > 0);
+
+        // The only messages are about files that really are missing.
+        QStringList const messages = messageTexts(*project);
+        qInfo("%s: %d files, %u sprites, %u sounds, %u actions, messages: %s",
+              qPrintable(definition), int(content.files.size()), content.sprites, content.sounds,
+              content.actions, qPrintable(messages.join(QStringLiteral(" | "))));
+        for (QString const &message : messages) {
+            bool const allowed = message.contains(QLatin1String("does not exist")) &&
+                std::any_of(missing.cbegin(), missing.cend(),
+                            [&](QString const &name) { return message.contains(name); });
+            QVERIFY2(allowed, qPrintable(message));
+        }
+        for (QString const &name : std::as_const(missing)) {
+            QVERIFY2(messages.join(QLatin1Char('\n')).contains(name), qPrintable(name));
+        }
+        project->release();
+        delete root;
+    }
+
+    void definitionsHoldRealAnimations_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::newRow("fight") << QStringLiteral("data/fight.def");
+        QTest::newRow("system") << QStringLiteral("data/system.def");
+        QTest::newRow("kfm intro") << QStringLiteral("chars/kfm/intro.def");
+    }
+
+    void definitionsHoldRealAnimations()
+    {
+        KENRO_REQUIRE_TESTDATA(testdata);
+        QFETCH(QString, file);
+        QString const path = m_game + file;
+        QCOMPARE(m_engine->fileTypeOf(path), int(Project::Main));
+        ProjectFile *opened = m_engine->openFile(path, Project::Main);
+        QVERIFY(opened);
+        auto *document = dynamic_cast<ScriptDocument *>(opened);
+        QVERIFY(document);
+        int const headings = actionHeadings(KenroTest::readFile(path));
+        QVERIFY(headings > 0);
+        QCOMPARE(animationNodes(document->root()), headings);
+        QStringList errors;
+        Messages *messages = document->messages();
+        for (unsigned int i = 0; messages && i < messages->count(Message::Error); ++i)
+            errors.append(messages->at(i, Message::Error).text);
+        QVERIFY2(errors.isEmpty(), qPrintable(errors.join(QLatin1Char('\n'))));
+        opened->release();
+    }
+
+    void savesKfmElsewhere()
+    {
+        KENRO_REQUIRE_TESTDATA(testdata);
+        QTemporaryDir target;
+        QString const place = target.path() + QStringLiteral("/moved/");
+        QVERIFY(QDir().mkpath(place));
+        QString const source = testdata + QStringLiteral("/game/chars/kfm/");
+
+        ParentProject *root = m_engine->openRoot(m_game + QStringLiteral("chars/kfm/kfm.def"),
+                                                 FileSystemArchive::instance());
+        QVERIFY(root);
+        QPointer<ParentProject> lone = root;
+        Project *project = root->openedProjects().first();
+        Content before;
+        checkFiles(*project, before);
+        root->saveAs(place + QStringLiteral("kfm.def"), nullptr);
+        QCOMPARE(project->fileName(), place + QStringLiteral("kfm.def"));
+        project->release();
+        QVERIFY(lone.isNull());
+
+        // Unchanged files arrive as the bytes they were read from.
+        QStringList names{QStringLiteral("kfm.def")};
+        for (QString const &entry : std::as_const(before.files))
+            names.append(entry.section(QLatin1Char(':'), 1));
+        for (QString const &name : std::as_const(names))
+            QVERIFY2(KenroTest::readFile(place + name) == KenroTest::readFile(source + name),
+                     qPrintable(name));
+
+        ParentProject *again =
+            m_engine->openRoot(place + QStringLiteral("kfm.def"), FileSystemArchive::instance());
+        QVERIFY(again);
+        Project *reopened = again->openedProjects().first();
+        Content after;
+        checkFiles(*reopened, after);
+        QCOMPARE(after.files, before.files);
+        QCOMPARE(after.sprites, before.sprites);
+        QCOMPARE(after.sounds, before.sounds);
+        QCOMPARE(after.actions, before.actions);
+        QCOMPARE(after.wavs, before.wavs);
+        QCOMPARE(after.images.size(), before.images.size());
+        for (int i = 0; i < after.images.size(); ++i)
+            QVERIFY2(after.images.at(i) == before.images.at(i), qPrintable(QString::number(i)));
+        reopened->release();
+    }
+};
+
+QTEST_MAIN(TestIkemenEngine)
+#include "tst_ikemenengine.moc"
