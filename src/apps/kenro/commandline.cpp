@@ -5,7 +5,7 @@
 #include "console.h"
 #include "convertcommand.h"
 #include "dialogguard.h"
-#include "inspectcommands.h"
+#include "examinecommands.h"
 #include "soundcommands.h"
 #include "spritecommands.h"
 
@@ -93,7 +93,7 @@ QString CommandLine::helpText() const
 {
     QString text = QStringLiteral(
         "Usage: kenro [--settings FILE] COMMAND [options] ARGUMENTS\n"
-        "Inspects, checks and converts the content of 2D fighting games.\n\n"
+        "Examines, checks and converts the content of 2D fighting games.\n\n"
         "Options:\n"
         "  --settings FILE  Reads options from FILE (INI) instead of KENRO_SETTINGS\n"
         "                   or ~/.config/kenro/kenro.ini.\n"

@@ -46,14 +46,14 @@ struct FileReport
     int count(Message::Type type) const;
 };
 
-/// A file of a folder that was not inspected, and why.
+/// A file of a folder that was not examineed, and why.
 struct SkippedFile
 {
     QString path;
     QString reason;
 };
 
-/// What the tool found in a folder: every file it can inspect, and the content files it cannot yet.
+/// What the tool found in a folder: every file it can examine, and the content files it cannot yet.
 struct FolderReport
 {
     QString path;

@@ -87,7 +87,7 @@ QString fileText(FileReport const &report, bool allParts)
 
 QString folderText(FolderReport const &report)
 {
-    QString text = QStringLiteral("%1: folder, %2 inspected\n")
+    QString text = QStringLiteral("%1: folder, %2 examineed\n")
                        .arg(report.path, plural(int(report.files.size()), QStringLiteral("file")));
     for (FileReport const &file : report.files) {
         QStringList facts;

@@ -19,7 +19,7 @@ QString tally(int errors, int warnings);
 
 /// The summary of one file; at most a dozen parts unless \a allParts.
 QString fileText(FileReport const &report, bool allParts);
-/// The summary of a folder: a line per file and the files not inspected.
+/// The summary of a folder: a line per file and the files not examineed.
 QString folderText(FolderReport const &report);
 
 QJsonObject toJson(Diagnostic const &diagnostic);

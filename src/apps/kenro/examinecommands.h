@@ -6,7 +6,7 @@
 namespace Kenro::Cli {
 
 /// What `info` and `check` share: a file or a whole folder read into a report.
-class InspectCommand : public Command
+class ExamineCommand : public Command
 {
 public:
     QStringList arguments() const override;
@@ -15,7 +15,7 @@ public:
 
 protected:
     /// A report of a file or of a folder, as PATH is.
-    struct Inspection
+    struct Examineion
     {
         bool folder = false;
         FileReport file;
@@ -25,12 +25,12 @@ protected:
         int count(Message::Type type) const;
     };
 
-    /// Reads PATH into \a inspection; returns an ExitCode, with the failure already printed.
-    int inspect(QString const &path, CliInterface &host, Inspection &inspection) const;
+    /// Reads PATH into \a examineion; returns an ExitCode, with the failure already printed.
+    int examine(QString const &path, CliInterface &host, Examineion &examineion) const;
 };
 
 /// `kenro info PATH`: what a file or folder holds.
-class InfoCommand : public InspectCommand
+class InfoCommand : public ExamineCommand
 {
 public:
     QString name() const override;
@@ -41,7 +41,7 @@ public:
 };
 
 /// `kenro check PATH`: every diagnostic, and exit code 1 when there are errors.
-class CheckCommand : public InspectCommand
+class CheckCommand : public ExamineCommand
 {
 public:
     QString name() const override;

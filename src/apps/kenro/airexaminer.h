@@ -1,15 +1,15 @@
 #pragma once
 
-#include "fileinspector.h"
+#include "fileexaminer.h"
 
 namespace Kenro::Cli {
 
 /// AIR animations: their actions, frames, contact boxes and diagnostics.
-class AirInspector : public FileInspector
+class AirExaminer : public FileExaminer
 {
 public:
     bool handles(QByteArray const &suffix) const override;
-    bool inspect(QString const &path, FileReport &report, QString &why) const override;
+    bool examine(QString const &path, FileReport &report, QString &why) const override;
 };
 
 } // namespace Kenro::Cli

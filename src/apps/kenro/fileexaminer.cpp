@@ -1,14 +1,14 @@
-#include "fileinspector.h"
+#include "fileexaminer.h"
 
-#include "actinspector.h"
-#include "airinspector.h"
+#include "actexaminer.h"
+#include "airexaminer.h"
 #include "exitcode.h"
 #include "inputfile.h"
 #include "progressbar.h"
-#include "scriptinspector.h"
-#include "sffinspector.h"
-#include "sndinspector.h"
-#include "soundinspector.h"
+#include "scriptexaminer.h"
+#include "sffexaminer.h"
+#include "sndexaminer.h"
+#include "soundexaminer.h"
 
 #include <kenro/project/pathhelpers.h>
 
@@ -32,9 +32,9 @@ Pending const pendingKinds[] = {{"AIR", "AIR animations"}};
 
 } // namespace
 
-FileInspector::~FileInspector() = default;
+FileExaminer::~FileExaminer() = default;
 
-void FileInspector::addMessages(Messages const *messages, FileReport &report)
+void FileExaminer::addMessages(Messages const *messages, FileReport &report)
 {
     for (unsigned int i = 0; i < messages->count(Message::All); ++i) {
         Message const message = messages->at(i, Message::All);
@@ -43,29 +43,29 @@ void FileInspector::addMessages(Messages const *messages, FileReport &report)
     }
 }
 
-Inspectors::Inspectors()
+Examiners::Examiners()
 {
-    m_inspectors.push_back(std::make_unique<ScriptInspector>());
-    m_inspectors.push_back(std::make_unique<SoundInspector>());
-    m_inspectors.push_back(std::make_unique<SndInspector>());
-    m_inspectors.push_back(std::make_unique<AirInspector>());
-    m_inspectors.push_back(std::make_unique<SffInspector>());
-    m_inspectors.push_back(std::make_unique<ActInspector>());
+    m_examiners.push_back(std::make_unique<ScriptExaminer>());
+    m_examiners.push_back(std::make_unique<SoundExaminer>());
+    m_examiners.push_back(std::make_unique<SndExaminer>());
+    m_examiners.push_back(std::make_unique<AirExaminer>());
+    m_examiners.push_back(std::make_unique<SffExaminer>());
+    m_examiners.push_back(std::make_unique<ActExaminer>());
 }
 
-Inspectors::~Inspectors() = default;
+Examiners::~Examiners() = default;
 
-FileInspector const *Inspectors::inspectorFor(QString const &path) const
+FileExaminer const *Examiners::examinerFor(QString const &path) const
 {
     QByteArray const suffix = fileExtension(path);
-    for (auto const &inspector : m_inspectors) {
-        if (inspector->handles(suffix))
-            return inspector.get();
+    for (auto const &examiner : m_examiners) {
+        if (examiner->handles(suffix))
+            return examiner.get();
     }
     return nullptr;
 }
 
-QString Inspectors::unsupportedReason(QString const &path, bool quietForOthers)
+QString Examiners::unsupportedReason(QString const &path, bool quietForOthers)
 {
     QByteArray const suffix = fileExtension(path);
     for (Pending const &pending : pendingKinds) {
@@ -79,21 +79,21 @@ QString Inspectors::unsupportedReason(QString const &path, bool quietForOthers)
         : QStringLiteral("unknown file kind '.%1'").arg(QString::fromLatin1(suffix.toLower()));
 }
 
-int Inspectors::inspectFile(QString const &path, FileReport &report, QString &why) const
+int Examiners::examineFile(QString const &path, FileReport &report, QString &why) const
 {
     why = unreadableFileReason(path);
     if (!why.isEmpty())
         return InputError;
-    FileInspector const *inspector = inspectorFor(path);
-    if (!inspector) {
+    FileExaminer const *examiner = examinerFor(path);
+    if (!examiner) {
         why = unsupportedReason(path, false);
         return InputError;
     }
     report.path = path;
-    return inspector->inspect(path, report, why) ? Success : InputError;
+    return examiner->examine(path, report, why) ? Success : InputError;
 }
 
-bool Inspectors::inspectFolder(QString const &path, FolderReport &report, bool progress) const
+bool Examiners::examineFolder(QString const &path, FolderReport &report, bool progress) const
 {
     if (!QFileInfo(path).isDir() || !QFileInfo(path).isReadable())
         return false;
@@ -105,11 +105,11 @@ bool Inspectors::inspectFolder(QString const &path, FolderReport &report, bool p
         names.append(walk.next());
     std::sort(names.begin(), names.end());
 
-    ProgressBar bar(QStringLiteral("Inspecting"), progress);
+    ProgressBar bar(QStringLiteral("Examineing"), progress);
     bar.setMaximum(unsigned(names.size()));
     for (QString const &name : std::as_const(names)) {
         bar.incrementValue();
-        if (!inspectorFor(name)) {
+        if (!examinerFor(name)) {
             QString const reason = unsupportedReason(name, true);
             if (reason.isEmpty())
                 ++report.otherFiles;
@@ -120,7 +120,7 @@ bool Inspectors::inspectFolder(QString const &path, FolderReport &report, bool p
         FileReport file;
         QString why;
         // A file of a known kind that cannot be read is an error of the folder's content.
-        if (inspectFile(name, file, why) != Success) {
+        if (examineFile(name, file, why) != Success) {
             file = FileReport();
             file.path = name;
             file.kind = QStringLiteral("unreadable");

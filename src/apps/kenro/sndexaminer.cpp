@@ -1,4 +1,4 @@
-#include "sndinspector.h"
+#include "sndexaminer.h"
 
 #include "soundbanks.h"
 
@@ -9,12 +9,12 @@
 
 namespace Kenro::Cli {
 
-bool SndInspector::handles(QByteArray const &suffix) const
+bool SndExaminer::handles(QByteArray const &suffix) const
 {
     return suffix == "SND";
 }
 
-bool SndInspector::inspect(QString const &path, FileReport &report, QString &why) const
+bool SndExaminer::examine(QString const &path, FileReport &report, QString &why) const
 {
     Ikemen::SndBank bank;
     QStringList warnings;

@@ -1,8 +1,8 @@
-#include "inspectcommands.h"
+#include "examinecommands.h"
 
 #include "cliinterface.h"
 #include "console.h"
-#include "fileinspector.h"
+#include "fileexaminer.h"
 #include "reportwriter.h"
 
 #include <QCommandLineParser>
@@ -24,7 +24,7 @@ QString json(QJsonObject const &object)
 
 } // namespace
 
-QList<Diagnostic> InspectCommand::Inspection::diagnostics() const
+QList<Diagnostic> ExamineCommand::Examineion::diagnostics() const
 {
     if (!folder)
         return file.diagnostics;
@@ -34,41 +34,41 @@ QList<Diagnostic> InspectCommand::Inspection::diagnostics() const
     return all;
 }
 
-int InspectCommand::Inspection::count(Message::Type type) const
+int ExamineCommand::Examineion::count(Message::Type type) const
 {
     return folder ? tree.count(type) : file.count(type);
 }
 
-QStringList InspectCommand::arguments() const
+QStringList ExamineCommand::arguments() const
 {
     return {QStringLiteral("PATH")};
 }
 
-QStringList InspectCommand::argumentHelp() const
+QStringList ExamineCommand::argumentHelp() const
 {
     return {QStringLiteral(
         "A content file (.def, .cns, .cmd, .st, .air, .snd, a sound file) or a folder.")};
 }
 
-void InspectCommand::addOptions(QCommandLineParser &parser) const
+void ExamineCommand::addOptions(QCommandLineParser &parser) const
 {
     parser.addOption({jsonOption, QStringLiteral("Writes the result as JSON, for programs.")});
 }
 
-int InspectCommand::inspect(QString const &path, CliInterface &host, Inspection &inspection) const
+int ExamineCommand::examine(QString const &path, CliInterface &host, Examineion &examineion) const
 {
     QFileInfo const info(path);
     if (!info.exists())
         return Console::fail(InputError, path, QStringLiteral("no such file or directory"));
-    Inspectors const inspectors;
+    Examiners const examiners;
     if (info.isDir()) {
-        inspection.folder = true;
-        if (!inspectors.inspectFolder(path, inspection.tree, host.progressEnabled()))
+        examineion.folder = true;
+        if (!examiners.examineFolder(path, examineion.tree, host.progressEnabled()))
             return Console::fail(InputError, path, QStringLiteral("the folder cannot be read"));
         return Success;
     }
     QString why;
-    int const code = inspectors.inspectFile(path, inspection.file, why);
+    int const code = examiners.examineFile(path, examineion.file, why);
     return code == Success ? Success : Console::fail(ExitCode(code), path, why);
 }
 
@@ -94,23 +94,23 @@ QString InfoCommand::description() const
 
 void InfoCommand::addOptions(QCommandLineParser &parser) const
 {
-    InspectCommand::addOptions(parser);
+    ExamineCommand::addOptions(parser);
     parser.addOption({allOption, QStringLiteral("Lists every section, not only the first ones.")});
 }
 
 int InfoCommand::run(QCommandLineParser const &parser, CliInterface &host) const
 {
-    Inspection inspection;
-    int const code = inspect(parser.positionalArguments().constFirst(), host, inspection);
+    Examineion examineion;
+    int const code = examine(parser.positionalArguments().constFirst(), host, examineion);
     if (code != Success)
         return code;
     if (parser.isSet(jsonOption))
-        Console::out(json(inspection.folder ? ReportWriter::toJson(inspection.tree)
-                                            : ReportWriter::toJson(inspection.file)));
+        Console::out(json(examineion.folder ? ReportWriter::toJson(examineion.tree)
+                                            : ReportWriter::toJson(examineion.file)));
     else
-        Console::out(inspection.folder
-                         ? ReportWriter::folderText(inspection.tree)
-                         : ReportWriter::fileText(inspection.file, parser.isSet(allOption)));
+        Console::out(examineion.folder
+                         ? ReportWriter::folderText(examineion.tree)
+                         : ReportWriter::fileText(examineion.file, parser.isSet(allOption)));
     return Success;
 }
 
@@ -136,19 +136,19 @@ QString CheckCommand::description() const
 int CheckCommand::run(QCommandLineParser const &parser, CliInterface &host) const
 {
     QString const path = parser.positionalArguments().constFirst();
-    Inspection inspection;
-    int const code = inspect(path, host, inspection);
+    Examineion examineion;
+    int const code = examine(path, host, examineion);
     if (code != Success)
         return code;
-    QList<Diagnostic> const diagnostics = inspection.diagnostics();
-    int const errors = inspection.count(Message::Error);
-    int const warnings = inspection.count(Message::Warning);
+    QList<Diagnostic> const diagnostics = examineion.diagnostics();
+    int const errors = examineion.count(Message::Error);
+    int const warnings = examineion.count(Message::Warning);
     if (parser.isSet(jsonOption)) {
         QJsonArray list;
         for (Diagnostic const &diagnostic : diagnostics)
             list.append(ReportWriter::toJson(diagnostic));
         QJsonArray skipped;
-        for (SkippedFile const &file : inspection.tree.skipped)
+        for (SkippedFile const &file : examineion.tree.skipped)
             skipped.append(QJsonObject{{QStringLiteral("path"), file.path},
                                        {QStringLiteral("reason"), file.reason}});
         Console::out(json({{QStringLiteral("path"), path},
@@ -162,7 +162,7 @@ int CheckCommand::run(QCommandLineParser const &parser, CliInterface &host) cons
             text += ReportWriter::diagnosticLine(diagnostic) + QLatin1Char('\n');
         text += QStringLiteral("%1: %2\n").arg(path, ReportWriter::tally(errors, warnings));
         Console::out(text);
-        for (SkippedFile const &file : inspection.tree.skipped)
+        for (SkippedFile const &file : examineion.tree.skipped)
             Console::warn(file.path, file.reason);
     }
     return errors > 0 ? ContentErrors : Success;

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "fileinspector.h"
+#include "fileexaminer.h"
 
 namespace Kenro::Cli {
 
 /// ACT palette files: 256 colours.
-class ActInspector : public FileInspector
+class ActExaminer : public FileExaminer
 {
 public:
     bool handles(QByteArray const &suffix) const override;
-    bool inspect(QString const &path, FileReport &report, QString &why) const override;
+    bool examine(QString const &path, FileReport &report, QString &why) const override;
 };
 
 } // namespace Kenro::Cli

@@ -1,15 +1,15 @@
-#include "soundinspector.h"
+#include "soundexaminer.h"
 
 #include "soundfiles.h"
 
 namespace Kenro::Cli {
 
-bool SoundInspector::handles(QByteArray const &suffix) const
+bool SoundExaminer::handles(QByteArray const &suffix) const
 {
     return suffix == "WAV" || suffix == "FLAC" || suffix == "OGG" || suffix == "MP3";
 }
 
-bool SoundInspector::inspect(QString const &path, FileReport &report, QString &why) const
+bool SoundExaminer::examine(QString const &path, FileReport &report, QString &why) const
 {
     SoundSample sample;
     QByteArray format;

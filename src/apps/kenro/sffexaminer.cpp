@@ -1,4 +1,4 @@
-#include "sffinspector.h"
+#include "sffexaminer.h"
 
 #include "spritearchives.h"
 
@@ -21,12 +21,12 @@ QString storedFormat(Ikemen::SffContent const &content, Ikemen::SffImage const &
 
 } // namespace
 
-bool SffInspector::handles(QByteArray const &suffix) const
+bool SffExaminer::handles(QByteArray const &suffix) const
 {
     return suffix == "SFF";
 }
 
-bool SffInspector::inspect(QString const &path, FileReport &report, QString &why) const
+bool SffExaminer::examine(QString const &path, FileReport &report, QString &why) const
 {
     Ikemen::SffContent content;
     if (!SpriteArchives::read(path, content, why))

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "fileinspector.h"
+#include "fileexaminer.h"
 
 namespace Kenro::Cli {
 
 /// DEF, CNS, CMD and ST scripts: their sections, values and diagnostics.
-class ScriptInspector : public FileInspector
+class ScriptExaminer : public FileExaminer
 {
 public:
     bool handles(QByteArray const &suffix) const override;
-    bool inspect(QString const &path, FileReport &report, QString &why) const override;
+    bool examine(QString const &path, FileReport &report, QString &why) const override;
 };
 
 } // namespace Kenro::Cli

@@ -1,4 +1,4 @@
-#include "airinspector.h"
+#include "airexaminer.h"
 
 #include "inputfile.h"
 
@@ -20,12 +20,12 @@ unsigned int boxCount(ContactBoxesCode const *boxes)
 
 } // namespace
 
-bool AirInspector::handles(QByteArray const &suffix) const
+bool AirExaminer::handles(QByteArray const &suffix) const
 {
     return suffix == "AIR";
 }
 
-bool AirInspector::inspect(QString const &path, FileReport &report, QString &why) const
+bool AirExaminer::examine(QString const &path, FileReport &report, QString &why) const
 {
     if (looksBinary(path)) {
         why = QStringLiteral("not a text file");

@@ -1,4 +1,4 @@
-#include "scriptinspector.h"
+#include "scriptexaminer.h"
 
 #include "inputfile.h"
 
@@ -37,12 +37,12 @@ QString kindLabel(Ikemen::ScriptGroup::Kind kind)
 
 } // namespace
 
-bool ScriptInspector::handles(QByteArray const &suffix) const
+bool ScriptExaminer::handles(QByteArray const &suffix) const
 {
     return suffix == "DEF" || suffix == "CNS" || suffix == "CMD" || suffix == "ST";
 }
 
-bool ScriptInspector::inspect(QString const &path, FileReport &report, QString &why) const
+bool ScriptExaminer::examine(QString const &path, FileReport &report, QString &why) const
 {
     if (looksBinary(path)) {
         why = QStringLiteral("not a text file");

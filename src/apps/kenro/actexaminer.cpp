@@ -1,4 +1,4 @@
-#include "actinspector.h"
+#include "actexaminer.h"
 
 #include "inputfile.h"
 
@@ -9,12 +9,12 @@
 
 namespace Kenro::Cli {
 
-bool ActInspector::handles(QByteArray const &suffix) const
+bool ActExaminer::handles(QByteArray const &suffix) const
 {
     return suffix == "ACT";
 }
 
-bool ActInspector::inspect(QString const &path, FileReport &report, QString &why) const
+bool ActExaminer::examine(QString const &path, FileReport &report, QString &why) const
 {
     QFile file(path);
     if (!openInput(file, why))
