@@ -224,6 +224,9 @@ void TestSample::sprites()
         QCOMPARE(pixels.size(), expected[i].size);
         QCOMPARE(pixels.format(), QImage::Format_Indexed8);
         QVERIFY(sprite->palette());
+        // Indexed sprites are stored run-length encoded, as the runtime's own tools store them.
+        QVERIFY(sprite->imageData());
+        QCOMPARE(sprite->imageData()->storedFormat, quint8(FormatRLE8));
 
         // Drawn, with the transparent colour around it and only the figure's colours.
         int drawn = 0;
