@@ -12,3 +12,44 @@ cmake --build --preset dev
 cmake --install build/dev >/dev/null
 bash scripts/build-host.sh "$PWD/build/dev-install" build/dev-host
 build/dev-host/kenro-host-example --plugins build/dev-host/plugins examples
+
+# The main job: the sample character of examples/sample, made again by its
+# generator, summed up, checked, and its sprites and sounds exported.
+kenro=build/dev/bin/kenro
+sample=examples/sample/chars/sample
+out=build/dev/sample
+rm -rf "$out"
+mkdir -p "$out"
+
+echo
+echo "== The sample's generator makes its sprites, palette and sounds again"
+build/dev/bin/kenro_sample_generator "$out/generated"
+for file in sample.sff sample.act sample.snd; do
+  cmp "$out/generated/$file" "$sample/$file"
+done
+echo "the committed files are the generator's output, byte for byte"
+
+echo
+echo "== kenro info $sample"
+"$kenro" info "$sample"
+
+echo
+echo "== kenro check $sample"
+"$kenro" check "$sample"
+
+echo
+if "$kenro" sprites --help >/dev/null 2>&1; then
+  echo "== kenro sprites export $sample/sample.sff $out/sprites"
+  "$kenro" sprites export "$sample/sample.sff" "$out/sprites"
+  ls "$out/sprites"
+else
+  echo "== kenro sprites export: skipped, this build of kenro has no 'sprites' command yet"
+fi
+
+echo
+echo "== kenro sounds export $sample/sample.snd $out/sounds"
+"$kenro" sounds export "$sample/sample.snd" "$out/sounds"
+ls "$out/sounds"
+
+echo
+echo "main job done: the sample character is clean; exports are in $out"
