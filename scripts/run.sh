@@ -38,13 +38,9 @@ echo "== kenro check $sample"
 "$kenro" check "$sample"
 
 echo
-if "$kenro" sprites --help >/dev/null 2>&1; then
-  echo "== kenro sprites export $sample/sample.sff $out/sprites"
-  "$kenro" sprites export "$sample/sample.sff" "$out/sprites"
-  ls "$out/sprites"
-else
-  echo "== kenro sprites export: skipped, this build of kenro has no 'sprites' command yet"
-fi
+echo "== kenro sprites export $sample/sample.sff $out/sprites"
+"$kenro" sprites export "$sample/sample.sff" "$out/sprites"
+ls "$out/sprites"
 
 echo
 echo "== kenro sounds export $sample/sample.snd $out/sounds"
