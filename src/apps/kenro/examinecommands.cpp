@@ -24,7 +24,7 @@ QString json(QJsonObject const &object)
 
 } // namespace
 
-QList<Diagnostic> ExamineCommand::Examineion::diagnostics() const
+QList<Diagnostic> ExamineCommand::Examination::diagnostics() const
 {
     if (!folder)
         return file.diagnostics;
@@ -34,7 +34,7 @@ QList<Diagnostic> ExamineCommand::Examineion::diagnostics() const
     return all;
 }
 
-int ExamineCommand::Examineion::count(Message::Type type) const
+int ExamineCommand::Examination::count(Message::Type type) const
 {
     return folder ? tree.count(type) : file.count(type);
 }
@@ -55,20 +55,20 @@ void ExamineCommand::addOptions(QCommandLineParser &parser) const
     parser.addOption({jsonOption, QStringLiteral("Writes the result as JSON, for programs.")});
 }
 
-int ExamineCommand::examine(QString const &path, CliInterface &host, Examineion &examineion) const
+int ExamineCommand::examine(QString const &path, CliInterface &host, Examination &examination) const
 {
     QFileInfo const info(path);
     if (!info.exists())
         return Console::fail(InputError, path, QStringLiteral("no such file or directory"));
     Examiners const examiners;
     if (info.isDir()) {
-        examineion.folder = true;
-        if (!examiners.examineFolder(path, examineion.tree, host.progressEnabled()))
+        examination.folder = true;
+        if (!examiners.examineFolder(path, examination.tree, host.progressEnabled()))
             return Console::fail(InputError, path, QStringLiteral("the folder cannot be read"));
         return Success;
     }
     QString why;
-    int const code = examiners.examineFile(path, examineion.file, why);
+    int const code = examiners.examineFile(path, examination.file, why);
     return code == Success ? Success : Console::fail(ExitCode(code), path, why);
 }
 
@@ -100,17 +100,17 @@ void InfoCommand::addOptions(QCommandLineParser &parser) const
 
 int InfoCommand::run(QCommandLineParser const &parser, CliInterface &host) const
 {
-    Examineion examineion;
-    int const code = examine(parser.positionalArguments().constFirst(), host, examineion);
+    Examination examination;
+    int const code = examine(parser.positionalArguments().constFirst(), host, examination);
     if (code != Success)
         return code;
     if (parser.isSet(jsonOption))
-        Console::out(json(examineion.folder ? ReportWriter::toJson(examineion.tree)
-                                            : ReportWriter::toJson(examineion.file)));
+        Console::out(json(examination.folder ? ReportWriter::toJson(examination.tree)
+                                            : ReportWriter::toJson(examination.file)));
     else
-        Console::out(examineion.folder
-                         ? ReportWriter::folderText(examineion.tree)
-                         : ReportWriter::fileText(examineion.file, parser.isSet(allOption)));
+        Console::out(examination.folder
+                         ? ReportWriter::folderText(examination.tree)
+                         : ReportWriter::fileText(examination.file, parser.isSet(allOption)));
     return Success;
 }
 
@@ -136,19 +136,19 @@ QString CheckCommand::description() const
 int CheckCommand::run(QCommandLineParser const &parser, CliInterface &host) const
 {
     QString const path = parser.positionalArguments().constFirst();
-    Examineion examineion;
-    int const code = examine(path, host, examineion);
+    Examination examination;
+    int const code = examine(path, host, examination);
     if (code != Success)
         return code;
-    QList<Diagnostic> const diagnostics = examineion.diagnostics();
-    int const errors = examineion.count(Message::Error);
-    int const warnings = examineion.count(Message::Warning);
+    QList<Diagnostic> const diagnostics = examination.diagnostics();
+    int const errors = examination.count(Message::Error);
+    int const warnings = examination.count(Message::Warning);
     if (parser.isSet(jsonOption)) {
         QJsonArray list;
         for (Diagnostic const &diagnostic : diagnostics)
             list.append(ReportWriter::toJson(diagnostic));
         QJsonArray skipped;
-        for (SkippedFile const &file : examineion.tree.skipped)
+        for (SkippedFile const &file : examination.tree.skipped)
             skipped.append(QJsonObject{{QStringLiteral("path"), file.path},
                                        {QStringLiteral("reason"), file.reason}});
         Console::out(json({{QStringLiteral("path"), path},
@@ -162,7 +162,7 @@ int CheckCommand::run(QCommandLineParser const &parser, CliInterface &host) cons
             text += ReportWriter::diagnosticLine(diagnostic) + QLatin1Char('\n');
         text += QStringLiteral("%1: %2\n").arg(path, ReportWriter::tally(errors, warnings));
         Console::out(text);
-        for (SkippedFile const &file : examineion.tree.skipped)
+        for (SkippedFile const &file : examination.tree.skipped)
             Console::warn(file.path, file.reason);
     }
     return errors > 0 ? ContentErrors : Success;

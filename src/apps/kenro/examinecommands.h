@@ -15,7 +15,7 @@ public:
 
 protected:
     /// A report of a file or of a folder, as PATH is.
-    struct Examineion
+    struct Examination
     {
         bool folder = false;
         FileReport file;
@@ -25,8 +25,8 @@ protected:
         int count(Message::Type type) const;
     };
 
-    /// Reads PATH into \a examineion; returns an ExitCode, with the failure already printed.
-    int examine(QString const &path, CliInterface &host, Examineion &examineion) const;
+    /// Reads PATH into \a examination; returns an ExitCode, with the failure already printed.
+    int examine(QString const &path, CliInterface &host, Examination &examination) const;
 };
 
 /// `kenro info PATH`: what a file or folder holds.

@@ -15,7 +15,7 @@ namespace Kenro::Ikemen {
 class SffReader
 {
 public:
-    /// Reads the archive \a data into \a content; false, content unspecified, on a fault.
+    /// Reads the archive \a data into \a content; false, content undefined, on a fault.
     bool read(QByteArray const &data, SffContent &content);
     /// What was wrong with the last archive refused.
     QString errorString() const;
