@@ -106,7 +106,7 @@ int InfoCommand::run(QCommandLineParser const &parser, CliInterface &host) const
         return code;
     if (parser.isSet(jsonOption))
         Console::out(json(examination.folder ? ReportWriter::toJson(examination.tree)
-                                            : ReportWriter::toJson(examination.file)));
+                                             : ReportWriter::toJson(examination.file)));
     else
         Console::out(examination.folder
                          ? ReportWriter::folderText(examination.tree)
