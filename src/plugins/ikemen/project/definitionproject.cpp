@@ -260,6 +260,15 @@ ProjectFile *DefinitionProject::createFile(int fileType, QString const &)
     return newFile(fileType);
 }
 
+ProjectFile *DefinitionProject::openedFile(QString const &path) const
+{
+    for (ProjectFile *file : files()) {
+        if (file->fileName() == path)
+            return file;
+    }
+    return nullptr;
+}
+
 ProjectFile *DefinitionProject::readDefinition(ParentProject *parent, QString const &definition)
 {
     if (!parent)

@@ -136,6 +136,8 @@ protected:
     }
     /// Finds the named files, opens those that exist and joins the parent.
     void load();
+    /// The open file read from \a path, or null.
+    ProjectFile *openedFile(QString const &path) const;
 
 private:
     // The main file \a definition read from the archive of \a parent, or null.
