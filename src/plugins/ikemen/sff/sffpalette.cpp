@@ -45,11 +45,6 @@ void SffPalette::show(SffPaletteData const &data, QString const &file)
     m_table.clear();
 }
 
-void SffPalette::setFile(QString const &file)
-{
-    m_file = file;
-}
-
 QString SffPalette::label() const
 {
     return QStringLiteral("%1, %2").arg(m_data.group).arg(m_data.number);

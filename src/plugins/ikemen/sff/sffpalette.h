@@ -31,8 +31,6 @@ public:
      * the identifier; tells no one.
      */
     void show(SffPaletteData const &data, QString const &file);
-    /// The palette file takes the name \a file, as when it is saved elsewhere.
-    void setFile(QString const &file);
     /// "group, number".
     QString label() const;
     /// group * 65536 + number.

@@ -456,6 +456,8 @@ private Q_SLOTS:
         DefinitionProject::setFileFactory(PaletteType, [] { return new PaletteFile; });
         // Kung Fu Man with palette files of his own: six made ones, named in
         // any case, one missing, one too short, and one past the twelve slots.
+        // The second has the four bytes that some tools append.
+        QByteArray const trailer("\x01\x00\xff\xff", 4);
         QTemporaryDir place;
         QString const game = place.path() + QStringLiteral("/game/");
         QVERIFY(copyTree(m_source, game));
@@ -463,7 +465,7 @@ private Q_SLOTS:
         QString files;
         for (int slot = 1; slot <= 6; ++slot) {
             QVERIFY(KenroTest::writeFile(folder + QStringLiteral("kfm%1.act").arg(slot),
-                                         madeAct(slot)));
+                                         madeAct(slot) + (slot == 2 ? trailer : QByteArray())));
             files += QStringLiteral("pal%1 = %2\r\n")
                          .arg(slot)
                          .arg(slot == 6 ? QStringLiteral("KFM6.ACT")
@@ -516,8 +518,9 @@ private Q_SLOTS:
         for (ProjectFile *file : project->files())
             QVERIFY2(!file->isModified(), qPrintable(file->fileName()));
 
-        // An edited palette is written back to its file by a save; the
-        // others and the archive, unused by the edit, stay as they are.
+        // An edited palette is written back to its file by a save, before
+        // the bytes past the colours; the others and the archive, unused by
+        // the edit, stay as they are.
         QByteArray const archiveBytes = KenroTest::readFile(folder + QStringLiteral("kfm.sff"));
         SffPalette *second = slotPalette(sprites, 2);
         QVERIFY(!static_cast<SffPalettes *>(sprites->palettes())->isUsed(second));
@@ -531,7 +534,8 @@ private Q_SLOTS:
         QVERIFY(!sprites->isModified());
         QVERIFY(project->isModified());
         project->parent()->save(nullptr);
-        QCOMPARE(KenroTest::readFile(folder + QStringLiteral("kfm2.act")), writeAct(edited));
+        QCOMPARE(KenroTest::readFile(folder + QStringLiteral("kfm2.act")),
+                 writeAct(edited) + trailer);
         QCOMPARE(KenroTest::readFile(folder + QStringLiteral("kfm1.act")), madeAct(1));
         QCOMPARE(KenroTest::readFile(folder + QStringLiteral("kfm.sff")), archiveBytes);
         QVERIFY(!project->isModified());
@@ -544,7 +548,8 @@ private Q_SLOTS:
         project->parent()->saveAs(moved + QStringLiteral("kfm.def"), nullptr);
         QCOMPARE(QDir::cleanPath(second->file()), moved + QStringLiteral("kfm2.act"));
         project->release();
-        QCOMPARE(KenroTest::readFile(moved + QStringLiteral("kfm2.act")), writeAct(edited));
+        QCOMPARE(KenroTest::readFile(moved + QStringLiteral("kfm2.act")),
+                 writeAct(edited) + trailer);
         QCOMPARE(KenroTest::readFile(moved + QStringLiteral("short.act")), QByteArray(100, 'x'));
         DefinitionProject *again = GameProject::openDefinition(
             moved + QStringLiteral("kfm.def"), FileSystemArchive::instance(), &engine);
