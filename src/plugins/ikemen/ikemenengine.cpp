@@ -4,6 +4,7 @@
 #include <ikemen/air/airparser.h>
 #include <ikemen/project/definitionproject.h>
 #include <ikemen/project/gameproject.h>
+#include <ikemen/project/palettefile.h>
 #include <ikemen/project/scriptfile.h>
 #include <ikemen/snd/sndsounds.h>
 #include <sffsprites.h>
@@ -81,8 +82,8 @@ IkemenEngine::IkemenEngine() : Engine(QString::fromLatin1(engineIdentifier))
     DefinitionProject::setFileFactory(Project::Sounds, [] { return new SndSounds; });
     DefinitionProject::setFileFactory(Project::Animations,
                                       [] { return AirDocument::createAnimations(); });
-    // Palette files (.act) keep the built-in file of plain bytes: the
-    // palettes that a character shows come from its sprite archive.
+    // A character shows its palette files in its sprite archive.
+    DefinitionProject::setFileFactory(DefinitionProject::Palettes, [] { return new PaletteFile; });
     // The factories stay when the engine ends: they live in this library,
     // as do the classes they make, and a second engine sets the same ones.
 }
@@ -115,9 +116,10 @@ Project *IkemenEngine::openProject(ParentProject *parent, QString const &path)
     return game ? game->open(path) : nullptr;
 }
 
-Project *IkemenEngine::newProject(ParentProject *, int, QString const &)
+Project *IkemenEngine::newProject(ParentProject *parent, int type, QString const &path)
 {
-    return nullptr;
+    auto *game = qobject_cast<GameProject *>(parent);
+    return game ? game->create(type, path) : nullptr;
 }
 
 unsigned int IkemenEngine::projectTypeCount() const

@@ -27,7 +27,12 @@ public:
     Kenro::ParentProject *openRoot(QString const &path, Kenro::Archive &archive) override;
     /// The character or stage of the definition \a path, an absolute name, in \a parent.
     Kenro::Project *openProject(Kenro::ParentProject *parent, QString const &path) override;
-    /// Null: new characters and stages are not made here yet.
+    /**
+     * A new character or stage, by \a type, at \a path of \a parent: its
+     * definition, or the folder that gets one named after it. Null when
+     * \a parent is no root of this engine, the definition exists already or
+     * it cannot be written.
+     */
     Kenro::Project *newProject(Kenro::ParentProject *parent, int type,
                                QString const &path) override;
     /// Two: characters and stages.

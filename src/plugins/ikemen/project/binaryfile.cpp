@@ -14,8 +14,13 @@ QByteArray const &BinaryFile::data() const
 
 void BinaryFile::setData(QByteArray const &data)
 {
+    setData(data, true);
+}
+
+void BinaryFile::setData(QByteArray const &data, bool modified)
+{
     m_data = data;
-    m_modified = true;
+    m_modified = modified;
 }
 
 bool BinaryFile::canSave() const

@@ -38,6 +38,8 @@ public:
     void replace(QList<SearchResult> const &results, QString const &replacement) override;
 
 protected:
+    /// Replaces the bytes; the file counts as modified when \a modified is set.
+    void setData(QByteArray const &data, bool modified);
     Messages *fileMessages() const override;
 
 private:

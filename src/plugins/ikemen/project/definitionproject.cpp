@@ -4,6 +4,7 @@
 #include "scriptfile.h"
 
 #include <kenro/code/codedocument.h>
+#include <kenro/code/codenodefile.h>
 #include <kenro/project/archive.h>
 #include <kenro/project/messagelist.h>
 #include <kenro/project/parentproject.h>
@@ -260,6 +261,15 @@ ProjectFile *DefinitionProject::createFile(int fileType, QString const &)
     return newFile(fileType);
 }
 
+ProjectFile *DefinitionProject::openedFile(QString const &path) const
+{
+    for (ProjectFile *file : files()) {
+        if (file->fileName() == path)
+            return file;
+    }
+    return nullptr;
+}
+
 ProjectFile *DefinitionProject::readDefinition(ParentProject *parent, QString const &definition)
 {
     if (!parent)
@@ -351,6 +361,10 @@ void DefinitionProject::load()
             opened.insert(reference.path, file);
         }
         addFile(file, reference.fileType);
+        // A view of a document's nodes leaves the messages with the document:
+        // they are the file's all the same.
+        if (auto *nodes = dynamic_cast<CodeNodeFile *>(file); nodes && !file->messages())
+            messages()->registerMessages(nodes->document()->messages());
         if (file != mainFile() && reference.path.startsWith(inside) &&
             !listed.contains(reference.path)) {
             listed.append(reference.path);

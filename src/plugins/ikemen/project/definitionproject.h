@@ -23,7 +23,9 @@ namespace Kenro::Ikemen {
  * definition and then where the runtime also looks: the game folder and
  * its "data/" folder. Each file is made by the factory of its type and read;
  * one that does not exist or cannot be read leaves a message on the line
- * that names it, and the project opens without it.
+ * that names it, and the project opens without it. The messages of every
+ * open file are the project's, also those that a view of a document's
+ * nodes leaves with the document.
  */
 class DefinitionProject : public Project
 {
@@ -136,6 +138,8 @@ protected:
     }
     /// Finds the named files, opens those that exist and joins the parent.
     void load();
+    /// The open file read from \a path, or null.
+    ProjectFile *openedFile(QString const &path) const;
 
 private:
     // The main file \a definition read from the archive of \a parent, or null.

@@ -3,11 +3,13 @@
 #include "characterproject.h"
 #include "definition.h"
 #include "definitionproject.h"
+#include "newdefinition.h"
 #include "stageproject.h"
 
 #include <kenro/engine/engine.h>
 #include <kenro/project/archive.h>
 
+#include <QDir>
 #include <QFileInfo>
 
 namespace Kenro::Ikemen {
@@ -111,6 +113,37 @@ DefinitionProject *GameProject::open(QString const &definition)
     if (projectTypeOf(definition) == DefinitionProject::Stage)
         return StageProject::open(this, definition, m_gameDirectory);
     return CharacterProject::open(this, definition, m_gameDirectory);
+}
+
+DefinitionProject *GameProject::create(int type, QString const &path)
+{
+    if (type != DefinitionProject::Character && type != DefinitionProject::Stage)
+        return nullptr;
+    QString const base = basePath();
+    QString place = QDir::cleanPath(QDir::isAbsolutePath(path) ? path : base + path);
+    if (!place.startsWith(base) || place.size() <= base.size())
+        return nullptr;
+    QString definition = place;
+    if (!place.endsWith(QLatin1String(".def"), Qt::CaseInsensitive))
+        definition =
+            place + QLatin1Char('/') + QFileInfo(place).fileName() + QStringLiteral(".def");
+    Archive &store = archive();
+    if (store.fileExists(definition) || store.directoryExists(definition))
+        return nullptr;
+
+    QByteArray const text = newDefinition(type, QFileInfo(definition).completeBaseName());
+    // NewOnly: a file made meanwhile by someone else stays theirs.
+    QIODevice *device = store.openFile(definition, QIODevice::WriteOnly | QIODevice::NewOnly);
+    if (!device)
+        return nullptr;
+    if (device->write(text) != text.size()) {
+        store.discardFile(device);
+        return nullptr;
+    }
+    store.closeFile(device);
+    if (!store.fileExists(definition))
+        return nullptr;
+    return open(definition);
 }
 
 QString GameProject::gameDirectory() const

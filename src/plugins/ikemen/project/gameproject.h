@@ -47,6 +47,16 @@ public:
      * same definition is given again. Null when it cannot be read.
      */
     DefinitionProject *open(QString const &definition);
+    /**
+     * Makes a new character or stage, \a type a DefinitionProject::ProjectType,
+     * and opens it. \a path, absolute or relative to the root, is its
+     * definition when it ends in ".def", and otherwise its folder, in which
+     * the definition takes the folder's name. The definition is written anew
+     * with the sections that the runtime reads and no files yet. Null for
+     * another type, a path outside the root, a definition that exists
+     * already (it is never overwritten), or one that cannot be written.
+     */
+    DefinitionProject *create(int type, QString const &path);
     /// The folder of the whole game with a trailing "/", or empty when there is none.
     QString gameDirectory() const;
     /**

@@ -34,6 +34,17 @@ QString SffPalette::file() const
     return m_file;
 }
 
+void SffPalette::show(SffPaletteData const &data, QString const &file)
+{
+    quint16 const group = m_data.group;
+    quint16 const number = m_data.number;
+    m_data = data;
+    m_data.group = group;
+    m_data.number = number;
+    m_file = file;
+    m_table.clear();
+}
+
 QString SffPalette::label() const
 {
     return QStringLiteral("%1, %2").arg(m_data.group).arg(m_data.number);

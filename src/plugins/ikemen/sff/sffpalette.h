@@ -26,6 +26,11 @@ public:
     QList<QRgb> const &qtColorTable() const;
     /// The palette file that the colours came from, or empty for a palette of the archive.
     QString file() const;
+    /**
+     * Takes the colours of \a data and the palette file \a file, keeping
+     * the identifier; tells no one.
+     */
+    void show(SffPaletteData const &data, QString const &file);
     /// "group, number".
     QString label() const;
     /// group * 65536 + number.

@@ -70,25 +70,36 @@ SffPalette *SffPalettes::loadAct(Archive &archive, QString const &name, unsigned
         return nullptr;
     QByteArray const bytes = device->readAll();
     archive.closeFile(device);
-    SffPaletteData data;
-    if (!readAct(bytes, data.colors))
+    RGBA colors[256];
+    if (!readAct(bytes, colors))
         return nullptr;
+    return showFile(colors, name, identifier);
+}
+
+SffPalette *SffPalettes::showFile(RGBA const (&colors)[256], QString const &file,
+                                  unsigned int identifier)
+{
+    SffPaletteData data;
+    std::memcpy(data.colors, colors, sizeof data.colors);
+    setSffAlpha(data.colors);
     data.group = quint16(identifier >> 16);
     data.number = quint16(identifier & 0xFFFF);
     int const existing = find(0, identifier);
-    if (existing >= 0) {
-        SffPalette *old = m_items.at(existing);
-        delete old;
-        m_items[existing] = new SffPalette(this, data, name);
-        for (unsigned int i = 0; i < m_sprites->count(); ++i) {
-            auto *sprite = static_cast<SffSprite *>(m_sprites->at(i));
-            if (sprite->palette() == old)
-                sprite->usePalette(m_items.at(existing));
-        }
-        Q_EMIT dataChanged(index(existing), index(existing));
-        return m_items.at(existing);
+    if (existing < 0)
+        return append(data, file);
+    SffPalette *palette = m_items.at(existing);
+    palette->show(data, file);
+    Q_EMIT dataChanged(index(existing), index(existing));
+    return palette;
+}
+
+bool SffPalettes::isUsed(SffPalette const *palette) const
+{
+    for (unsigned int i = 0; i < m_sprites->count(); ++i) {
+        if (m_sprites->at(i)->palette() == palette)
+            return true;
     }
-    return append(data, name);
+    return false;
 }
 
 void SffPalettes::reset()
@@ -104,7 +115,9 @@ void SffPalettes::rowChanged(int row)
     if (row < 0)
         return;
     Q_EMIT dataChanged(index(row), index(row));
-    m_sprites->markModified();
+    SffPalette const *palette = m_items.at(row);
+    if (palette->file().isEmpty() || isUsed(palette))
+        m_sprites->markModified();
 }
 
 int SffPalettes::compare(unsigned int a, unsigned int b) const

@@ -39,9 +39,22 @@ public:
      * Null when the file cannot be read or holds no palette.
      */
     SffPalette *loadAct(Archive &archive, QString const &name, unsigned int identifier);
+    /**
+     * Shows \a colors of the palette file \a file as the palette of
+     * \a identifier: a palette that has it takes the colours and the file in
+     * place, so that its sprites keep it; otherwise a new palette is appended.
+     * The archive does not count as modified.
+     */
+    SffPalette *showFile(RGBA const (&colors)[256], QString const &file, unsigned int identifier);
+    /// True when a sprite shows \a palette.
+    bool isUsed(SffPalette const *palette) const;
     /// Drops every palette without telling anyone; for a new read.
     void reset();
-    /// Tells views that the palette at \a row changed, and marks the file modified.
+    /**
+     * Tells views that the palette at \a row changed, and marks the file
+     * modified unless the palette is one of a palette file that no sprite
+     * shows: such a palette is not written to the archive.
+     */
     void rowChanged(int row);
 
     /// By group, then number.

@@ -356,7 +356,16 @@ bool SffSprites::fromFile(Archive &archive, QString const &name, unsigned int fl
         error(name, reader.errorString());
         return false;
     }
+    // The palettes of a character's palette files are not the archive's:
+    // they stay shown over the new content.
+    QList<QPair<SffPaletteData, QString>> files;
+    for (unsigned int i = 0; i < m_palettes.count(); ++i) {
+        if (SffPalette const *palette = m_palettes.palette(i); !palette->file().isEmpty())
+            files.append({palette->data(), palette->file()});
+    }
     setContent(content);
+    for (auto const &[data, file] : std::as_const(files))
+        m_palettes.showFile(data.colors, file, unsigned(data.group) << 16 | data.number);
     m_modified = false;
     if (!(flags & Copy))
         m_fileName = name;

@@ -20,7 +20,8 @@ namespace Kenro::Ikemen {
  * sprite file of a project. Reading decodes every sprite; a damaged archive
  * is refused with an error message and leaves the file as it was. Writing
  * goes through the archive's device, so that a failed save leaves the
- * previous file in place, in the version that version() names.
+ * previous file in place, in the version that version() names. Palettes
+ * shown from a character's palette files stay over a content read anew.
  */
 class SffSprites : public SffItemList<Sprites, SffSprite>
 {

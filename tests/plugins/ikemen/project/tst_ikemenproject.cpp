@@ -3,8 +3,14 @@
 #include <ikemen/project/definition.h>
 #include <ikemen/project/definitionproject.h>
 #include <ikemen/project/gameproject.h>
+#include <ikemen/project/newdefinition.h>
+#include <ikemen/project/palettefile.h>
 #include <ikemen/project/scriptfile.h>
 #include <ikemen/project/stageproject.h>
+#include <ikemen/sff/actpalette.h>
+#include <ikemen/sff/sffpalette.h>
+#include <ikemen/sff/sffpalettes.h>
+#include <ikemen/sff/sffsprites.h>
 #include <ikemen/snd/sndsounds.h>
 
 #include <kenro/project/filesystemarchive.h>
@@ -68,6 +74,62 @@ class UnreadableFile : public BinaryFile
 public:
     bool fromFile(Archive &, QString const &, unsigned int, JobStats *) override { return false; }
 };
+
+// The colours of each palette that a palette file gives, by identifier.
+QMap<unsigned int, QByteArray> filePalettes(SffSprites *sprites)
+{
+    QMap<unsigned int, QByteArray> out;
+    auto *palettes = static_cast<SffPalettes *>(sprites->palettes());
+    for (unsigned int i = 0; i < palettes->count(); ++i) {
+        SffPalette const *palette = palettes->palette(i);
+        RGBA colors[256];
+        if (!palette->file().isEmpty() && palette->colorTable(colors))
+            out.insert(palette->identifier(), writeAct(colors));
+    }
+    return out;
+}
+
+// The palette of character slot \a slot, or null.
+SffPalette *slotPalette(SffSprites *sprites, int slot)
+{
+    auto *palettes = static_cast<SffPalettes *>(sprites->palettes());
+    int const row = palettes->find(0, 1u << 16 | unsigned(slot));
+    return row < 0 ? nullptr : palettes->palette(unsigned(row));
+}
+
+// The open file of \a project read from \a path, or null.
+ProjectFile *openFile(Project const &project, QString const &path)
+{
+    for (ProjectFile *file : project.files()) {
+        if (file->fileName() == path)
+            return file;
+    }
+    return nullptr;
+}
+
+// Palette file bytes whose colours depend on \a seed, none equal to another seed's.
+QByteArray madeAct(int seed)
+{
+    QByteArray bytes(768, '\0');
+    for (int i = 0; i < 768; ++i)
+        bytes[i] = char((i * (seed + 3) + seed * 41) & 0xFF);
+    return bytes;
+}
+
+// Every message of the project, its files' as well: "file:type text".
+QStringList allMessages(Project const &project)
+{
+    QStringList out;
+    MessageList *list = project.messages();
+    list->setFilter(Message::All);
+    for (int row = 0; row < list->rowCount(); ++row) {
+        Messages const *source = nullptr;
+        Message const message = list->messageAt(row, source);
+        QString const file = source && source->file() ? source->file()->displayName() : QString();
+        out.append(QStringLiteral("%1:%2 %3").arg(file).arg(message.type).arg(message.text));
+    }
+    return out;
+}
 
 int const MainType = Project::Main;
 int const SpriteType = Project::Sprites;
@@ -382,6 +444,214 @@ private Q_SLOTS:
                 QVERIFY(!reference.exists);
             garbage->release();
         }
+    }
+
+    void characterPalettes()
+    {
+        KENRO_REQUIRE_TESTDATA(testdata);
+        QVERIFY(haveGame());
+        KenroTest::TestInterface host;
+        KenroTest::TestEngine engine;
+        DefinitionProject::setFileFactory(SpriteType, [] { return new SffSprites; });
+        DefinitionProject::setFileFactory(PaletteType, [] { return new PaletteFile; });
+        // Kung Fu Man with palette files of his own: six made ones, named in
+        // any case, one missing, one too short, and one past the twelve slots.
+        // The second has the four bytes that some tools append.
+        QByteArray const trailer("\x01\x00\xff\xff", 4);
+        QTemporaryDir place;
+        QString const game = place.path() + QStringLiteral("/game/");
+        QVERIFY(copyTree(m_source, game));
+        QString const folder = game + QStringLiteral("chars/kfm/");
+        QString files;
+        for (int slot = 1; slot <= 6; ++slot) {
+            QVERIFY(KenroTest::writeFile(folder + QStringLiteral("kfm%1.act").arg(slot),
+                                         madeAct(slot) + (slot == 2 ? trailer : QByteArray())));
+            files += QStringLiteral("pal%1 = %2\r\n")
+                         .arg(slot)
+                         .arg(slot == 6 ? QStringLiteral("KFM6.ACT")
+                                        : QStringLiteral("kfm%1.act").arg(slot));
+        }
+        files += QStringLiteral("pal7 = gone.act\r\npal8 = short.act\r\npal13 = kfm1.act\r\n");
+        QVERIFY(KenroTest::writeFile(folder + QStringLiteral("short.act"), QByteArray(100, 'x')));
+        QByteArray definition = KenroTest::readFile(folder + QStringLiteral("kfm.def"));
+        int const at = int(definition.indexOf("[Files]")) + 7;
+        QVERIFY(at > 7);
+        definition.insert(definition.indexOf('\n', at) + 1, files.toLatin1());
+        QVERIFY(KenroTest::writeFile(folder + QStringLiteral("kfm.def"), definition));
+
+        DefinitionProject *project = GameProject::openDefinition(
+            folder + QStringLiteral("kfm.def"), FileSystemArchive::instance(), &engine);
+        QVERIFY(project);
+        auto *sprites = dynamic_cast<SffSprites *>(project->file(SpriteType));
+        QVERIFY(sprites);
+        // Each slot shows its file's colours, in place of the archive's
+        // palette of that slot: the sprites that used it show them too.
+        for (int slot = 1; slot <= 6; ++slot) {
+            QString const path = folder + QStringLiteral("kfm%1.act").arg(slot);
+            SffPalette *palette = slotPalette(sprites, slot);
+            QVERIFY2(palette, qPrintable(path));
+            QCOMPARE(palette->file(), path);
+            RGBA expected[256];
+            RGBA shown[256];
+            QVERIFY(readAct(KenroTest::readFile(path), expected));
+            QVERIFY(palette->colorTable(shown));
+            QVERIFY2(std::memcmp(expected, shown, sizeof shown) == 0, qPrintable(path));
+            auto *file = dynamic_cast<PaletteFile *>(openFile(*project, path));
+            QVERIFY(file && file->isPalette());
+            QCOMPARE(file->palettes(), QList<SffPalette *>{palette});
+        }
+        SffPalette *first = slotPalette(sprites, 1);
+        bool shownBySprites = false;
+        for (unsigned int i = 0; i < sprites->count(); ++i)
+            shownBySprites = shownBySprites || sprites->at(i)->palette() == first;
+        QVERIFY(shownBySprites);
+        // No palette comes from the missing file, the short one or slot 13.
+        QCOMPARE(filePalettes(sprites).size(), 6);
+        QVERIFY(!slotPalette(sprites, 8) || slotPalette(sprites, 8)->file().isEmpty());
+        QStringList const messages = allMessages(*project);
+        QVERIFY2(messages.contains(QStringLiteral(
+                     "kfm.def:0 The file 'gone.act' named by 'pal7' does not exist")),
+                 qPrintable(messages.join(QLatin1Char('\n'))));
+        QVERIFY2(messages.contains(QStringLiteral(
+                     "short.act:1 short.act holds no palette: it has 100 bytes, a palette 768")),
+                 qPrintable(messages.join(QLatin1Char('\n'))));
+        for (ProjectFile *file : project->files())
+            QVERIFY2(!file->isModified(), qPrintable(file->fileName()));
+
+        // An edited palette is written back to its file by a save, before
+        // the bytes past the colours; the others and the archive, unused by
+        // the edit, stay as they are.
+        QByteArray const archiveBytes = KenroTest::readFile(folder + QStringLiteral("kfm.sff"));
+        SffPalette *second = slotPalette(sprites, 2);
+        QVERIFY(!static_cast<SffPalettes *>(sprites->palettes())->isUsed(second));
+        RGBA edited[256];
+        QVERIFY(second->colorTable(edited));
+        edited[17] = RGBA{9, 8, 7, 255};
+        second->setColorTable(edited, NoShare);
+        auto *secondFile =
+            dynamic_cast<PaletteFile *>(openFile(*project, folder + QStringLiteral("kfm2.act")));
+        QVERIFY(secondFile && secondFile->isModified());
+        QVERIFY(!sprites->isModified());
+        QVERIFY(project->isModified());
+        project->parent()->save(nullptr);
+        QCOMPARE(KenroTest::readFile(folder + QStringLiteral("kfm2.act")),
+                 writeAct(edited) + trailer);
+        QCOMPARE(KenroTest::readFile(folder + QStringLiteral("kfm1.act")), madeAct(1));
+        QCOMPARE(KenroTest::readFile(folder + QStringLiteral("kfm.sff")), archiveBytes);
+        QVERIFY(!project->isModified());
+
+        // Saved elsewhere, the character opens with the same palettes.
+        QMap<unsigned int, QByteArray> const before = filePalettes(sprites);
+        QTemporaryDir target;
+        QString const moved = target.path() + QStringLiteral("/moved/");
+        QVERIFY(QDir().mkpath(moved));
+        project->parent()->saveAs(moved + QStringLiteral("kfm.def"), nullptr);
+        QCOMPARE(QDir::cleanPath(second->file()), moved + QStringLiteral("kfm2.act"));
+        project->release();
+        QCOMPARE(KenroTest::readFile(moved + QStringLiteral("kfm2.act")),
+                 writeAct(edited) + trailer);
+        QCOMPARE(KenroTest::readFile(moved + QStringLiteral("short.act")), QByteArray(100, 'x'));
+        DefinitionProject *again = GameProject::openDefinition(
+            moved + QStringLiteral("kfm.def"), FileSystemArchive::instance(), &engine);
+        QVERIFY(again);
+        auto *reopened = dynamic_cast<SffSprites *>(again->file(SpriteType));
+        QVERIFY(reopened);
+        QCOMPARE(filePalettes(reopened), before);
+        again->release();
+    }
+
+    void sharedPaletteFile()
+    {
+        KENRO_REQUIRE_TESTDATA(testdata);
+        QVERIFY(haveGame());
+        KenroTest::TestInterface host;
+        KenroTest::TestEngine engine;
+        DefinitionProject::setFileFactory(SpriteType, [] { return new SffSprites; });
+        DefinitionProject::setFileFactory(PaletteType, [] { return new PaletteFile; });
+        // The training character names one file for all twelve slots; opened
+        // as part of the game folder, it shows it twelve times.
+        GameProject game(m_game, FileSystemArchive::instance(), &engine);
+        QString const path = m_game + QStringLiteral("chars/training/01.act");
+        Project *project =
+            game.openProject(game.filePath(m_game + QStringLiteral("chars/training/")));
+        QVERIFY(project);
+        auto *sprites = dynamic_cast<SffSprites *>(project->file(SpriteType));
+        QVERIFY(sprites);
+        QByteArray const original = KenroTest::readFile(path);
+        QMap<unsigned int, QByteArray> const shown = filePalettes(sprites);
+        QCOMPARE(shown.size(), CharacterProject::PaletteSlots);
+        for (int slot = 1; slot <= CharacterProject::PaletteSlots; ++slot) {
+            QCOMPARE(shown.value(1u << 16 | unsigned(slot)), original);
+            QCOMPARE(slotPalette(sprites, slot)->file(), path);
+        }
+        auto *file = dynamic_cast<PaletteFile *>(openFile(*project, path));
+        QVERIFY(file);
+        QCOMPARE(file->palettes().size(), CharacterProject::PaletteSlots);
+
+        // One slot edited: the file takes its colours, and every slot that
+        // shows the file shows them once it is saved.
+        RGBA edited[256];
+        QVERIFY(slotPalette(sprites, 3)->colorTable(edited));
+        edited[200] = RGBA{1, 2, 3, 255};
+        slotPalette(sprites, 3)->setColorTable(edited, NoShare);
+        QVERIFY(file->isModified());
+        QTemporaryDir target;
+        // A copy, as a backup makes, leaves the file to be saved.
+        QVERIFY(file->toFile(FileSystemArchive::instance(),
+                             target.filePath(QStringLiteral("copy.act")), ProjectFile::Copy,
+                             nullptr));
+        QCOMPARE(KenroTest::readFile(target.filePath(QStringLiteral("copy.act"))),
+                 writeAct(edited));
+        QVERIFY(file->isModified());
+        QCOMPARE(file->data(), original);
+        QVERIFY(file->toFile(FileSystemArchive::instance(),
+                             target.filePath(QStringLiteral("01.act")), 0, nullptr));
+        QVERIFY(!file->isModified());
+        QCOMPARE(file->fileName(), target.filePath(QStringLiteral("01.act")));
+        QCOMPARE(KenroTest::readFile(file->fileName()), writeAct(edited));
+        for (int slot = 1; slot <= CharacterProject::PaletteSlots; ++slot) {
+            QCOMPARE(filePalettes(sprites).value(1u << 16 | unsigned(slot)), writeAct(edited));
+            QCOMPARE(slotPalette(sprites, slot)->file(), file->fileName());
+        }
+        QVERIFY(!sprites->isModified()); // no sprite shows these palettes
+        // Read again from a file with other colours, the slots show them.
+        QVERIFY(KenroTest::writeFile(target.filePath(QStringLiteral("01.act")), madeAct(9)));
+        QVERIFY(file->fromFile(FileSystemArchive::instance(), file->fileName(), 0, nullptr));
+        QCOMPARE(filePalettes(sprites).value(1u << 16 | 12u), madeAct(9));
+        QVERIFY(!file->isModified());
+        // Cut short, the file keeps its bytes, says why, and the slots keep theirs.
+        QVERIFY(
+            KenroTest::writeFile(target.filePath(QStringLiteral("01.act")), madeAct(9).left(700)));
+        QVERIFY(file->fromFile(FileSystemArchive::instance(), file->fileName(), 0, nullptr));
+        QVERIFY(!file->isPalette());
+        QCOMPARE(file->messages()->count(Message::Warning), 1u);
+        QCOMPARE(filePalettes(sprites).value(1u << 16 | 12u), madeAct(9));
+        QVERIFY(!file->isModified());
+        project->release();
+    }
+
+    void newDefinitions()
+    {
+        // What a new character or stage starts with: every section the
+        // runtime reads, and no file named.
+        Definition const character(QString::fromUtf8(
+            newDefinition(DefinitionProject::Character, QStringLiteral("Ké \"Q\""))));
+        QCOMPARE(character.value(QStringLiteral("Info"), QStringLiteral("name")),
+                 QStringLiteral("Ké Q"));
+        QVERIFY(character.entry(QStringLiteral("Files"), QStringLiteral("sprite")));
+        for (Definition::Entry const &entry : character.entries(QStringLiteral("Files")))
+            QVERIFY2(entry.value.isEmpty(), qPrintable(entry.key));
+        QVERIFY(character.entries(QStringLiteral("BGdef")).isEmpty());
+        Definition const stage(
+            QString::fromUtf8(newDefinition(DefinitionProject::Stage, QStringLiteral("Arena"))));
+        for (char const *section :
+             {"Info", "Camera", "PlayerInfo", "Bound", "StageInfo", "Music", "BGdef"})
+            QVERIFY2(!stage.entries(QLatin1String(section)).isEmpty(), section);
+        QCOMPARE(stage.value(QStringLiteral("BGdef"), QStringLiteral("spr")), QString());
+        QCOMPARE(stage.value(QStringLiteral("StageInfo"), QStringLiteral("zoffset")),
+                 QStringLiteral("190"));
+        QVERIFY(newDefinition(7, QStringLiteral("x")).isEmpty());
+        QVERIFY(newDefinition(DefinitionProject::Stage, QString()).endsWith("\r\n"));
     }
 
     void gameFolder()

@@ -1,5 +1,6 @@
 #include "actpalette.h"
 #include "sffpalette.h"
+#include "sffpalettes.h"
 #include "sffreader.h"
 #include "sffsprite.h"
 #include "sffsprites.h"
@@ -144,6 +145,7 @@ private Q_SLOTS:
     void untouchedVersion2IsRewrittenAsRead();
     void trueColourIsRefusedByVersion1();
     void characterPalettes();
+    void filePalettesOverTheArchive();
     void actPaletteRoundTrip();
     void editing();
     void everyPixelFormat_data();
@@ -447,6 +449,70 @@ void TestSff::characterPalettes()
     QVERIFY(
         training->messages()->at(0, Message::Warning).text.contains(QLatin1String("missing.act")));
     training->release();
+}
+
+void TestSff::filePalettesOverTheArchive()
+{
+    KENRO_REQUIRE_TESTDATA(data);
+    QString const path = data + QStringLiteral("/game/chars/kfm/kfm.sff");
+    SffSprites *kfm = open(path);
+    QVERIFY(kfm);
+    auto *palettes = static_cast<SffPalettes *>(kfm->palettes());
+    unsigned int const count = palettes->count();
+    SffPalette *used = static_cast<SffPalette *>(kfm->sprite(0)->palette());
+    QVERIFY(used && used->file().isEmpty());
+    unsigned int const usedIdentifier = used->identifier();
+    SffContent const before = kfm->content();
+
+    RGBA colors[256];
+    for (int i = 0; i < 256; ++i)
+        colors[i] = RGBA{uchar(i), uchar(255 - i), uchar(i * 7), 255};
+    // A palette file over a palette of the archive: the same object, so that
+    // its sprites show the file's colours; nothing is modified by showing.
+    QCOMPARE(palettes->showFile(colors, QStringLiteral("/c/a.act"), usedIdentifier), used);
+    QCOMPARE(palettes->count(), count);
+    QCOMPARE(used->file(), QStringLiteral("/c/a.act"));
+    QCOMPARE(used->identifier(), usedIdentifier);
+    QCOMPARE(kfm->sprite(0)->palette(), static_cast<Palette *>(used));
+    QCOMPARE(kfm->sprite(0)->image().color(5), colors[5].toQRgb());
+    QCOMPARE(qAlpha(kfm->sprite(0)->image().color(0)), 0); // colour 0 stays transparent
+    // A palette file of an identifier that no palette has is one more palette.
+    unsigned int const fresh = palettes->freeIdentifier(1);
+    SffPalette *added = palettes->showFile(colors, QStringLiteral("/c/b.act"), fresh);
+    QVERIFY(added && added != used);
+    QCOMPARE(palettes->count(), count + 1);
+    QVERIFY(!kfm->isModified());
+    QVERIFY(palettes->isUsed(used));
+    QVERIFY(!palettes->isUsed(added));
+
+    // An edit of a palette that no sprite shows leaves the archive as it is;
+    // one of a palette that sprites show is an edit of the archive.
+    colors[9] = RGBA{1, 2, 3, 255};
+    added->setColorTable(colors, NoShare);
+    QVERIFY(!kfm->isModified());
+    SffContent const content = kfm->content();
+    QCOMPARE(content.palettes.size(), before.palettes.size());
+    used->setColorTable(colors, NoShare);
+    QVERIFY(kfm->isModified());
+    int const written = int(palettes->indexOf(used));
+    QCOMPARE(kfm->content().palettes.at(written).colors[9].b, uchar(3));
+
+    // Read again, the archive keeps showing the palette files over its own.
+    QVERIFY(kfm->fromFile(FileSystemArchive::instance(), path, 0, nullptr));
+    QVERIFY(!kfm->isModified());
+    QCOMPARE(palettes->count(), count + 1);
+    for (unsigned int identifier : {usedIdentifier, fresh}) {
+        int const row = palettes->find(0, identifier);
+        QVERIFY(row >= 0);
+        QVERIFY(!palettes->palette(unsigned(row))->file().isEmpty());
+        QCOMPARE(palettes->palette(unsigned(row))->data().colors[9].b, uchar(3));
+    }
+    int const shown = palettes->find(0, usedIdentifier);
+    QCOMPARE(kfm->sprite(0)->palette(), palettes->at(unsigned(shown)));
+    // Cleared of unused palettes, the archive keeps those of palette files.
+    palettes->clearUnused();
+    QVERIFY(palettes->find(0, fresh) >= 0);
+    kfm->release();
 }
 
 void TestSff::actPaletteRoundTrip()
