@@ -113,7 +113,17 @@ ProgressProvider *CliInterface::progressProvider()
 
 Engine *CliInterface::engine()
 {
-    return nullptr;
+    return m_engines.value(0);
+}
+
+QList<Engine *> CliInterface::engines() const
+{
+    return m_engines;
+}
+
+void CliInterface::setEngines(QList<Engine *> const &engines)
+{
+    m_engines = engines;
 }
 
 Editor *CliInterface::currentEditor()

@@ -3,6 +3,7 @@
 #include <kenro/editors/interface/interface.h>
 #include <kenro/project/jobstats.h>
 
+#include <QList>
 #include <QMap>
 #include <QSettings>
 #include <QString>
@@ -38,6 +39,11 @@ public:
 
     /// The file the options come from; empty for none.
     QString settingsPath() const;
+
+    /// The engines of the loaded plug-ins, which open projects; the first is engine().
+    QList<Engine *> engines() const;
+    /// Sets the engines; the host does not own them.
+    void setEngines(QList<Engine *> const &engines);
 
     QString text(int id) override;
     QString toolTip(int id) override;
@@ -90,6 +96,7 @@ public:
 
 private:
     QString m_settingsPath;
+    QList<Engine *> m_engines;
     std::unique_ptr<QSettings> m_settings;
     QMap<QString, QVariant> m_session;
 };

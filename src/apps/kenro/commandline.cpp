@@ -6,6 +6,7 @@
 #include "convertcommand.h"
 #include "dialogguard.h"
 #include "examinecommands.h"
+#include "pluginengines.h"
 #include "soundcommands.h"
 #include "spritecommands.h"
 
@@ -218,7 +219,12 @@ int CommandLine::runCommand(Command const &command, QStringList const &arguments
         return Console::fail(InputError, settingsPath, QStringLiteral("no such settings file"));
     CliInterface host(settingsPath);
     std::unique_ptr<ExtensionManager> const extensions = loadExtensions(pluginDirectory);
-    return command.run(parser, host);
+    // The engines go before the libraries that hold their code.
+    PluginEngines const engines(extensions ? pluginDirectory : QString());
+    host.setEngines(engines.engines());
+    int const code = command.run(parser, host);
+    host.setEngines({});
+    return code;
 }
 
 namespace {

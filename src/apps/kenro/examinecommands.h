@@ -2,6 +2,7 @@
 
 #include "command.h"
 #include "filereport.h"
+#include "projectreport.h"
 
 namespace Kenro::Cli {
 
@@ -14,22 +15,26 @@ public:
     void addOptions(QCommandLineParser &parser) const override;
 
 protected:
-    /// A report of a file or of a folder, as PATH is.
+    /// A report of a file, a folder, or of projects, as PATH is.
     struct Examination
     {
-        bool folder = false;
+        enum Shape { File, Folder, Projects };
+        Shape shape = File;
         FileReport file;
         FolderReport tree;
+        ProjectsReport projects;
 
         QList<Diagnostic> diagnostics() const;
         int count(Message::Type type) const;
+        /// The content files of kinds not read yet.
+        QList<SkippedFile> skipped() const;
     };
 
     /// Reads PATH into \a examination; returns an ExitCode, with the failure already printed.
     int examine(QString const &path, CliInterface &host, Examination &examination) const;
 };
 
-/// `kenro info PATH`: what a file or folder holds.
+/// `kenro info PATH`: what a game, project, file or folder holds.
 class InfoCommand : public ExamineCommand
 {
 public:

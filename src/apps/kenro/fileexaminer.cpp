@@ -98,17 +98,29 @@ bool Examiners::examineFolder(QString const &path, FolderReport &report, bool pr
     if (!QFileInfo(path).isDir() || !QFileInfo(path).isReadable())
         return false;
     report.path = path;
+    QStringList const names = folderFiles(path);
+    ProgressBar bar(QStringLiteral("Examining"), progress);
+    bar.setMaximum(unsigned(names.size()));
+    examineFiles(names, report, bar);
+    return true;
+}
+
+QStringList Examiners::folderFiles(QString const &path)
+{
     QStringList names;
     QDirIterator walk(path, QDir::Files | QDir::NoDotAndDotDot | QDir::Hidden,
                       QDirIterator::Subdirectories);
     while (walk.hasNext())
         names.append(walk.next());
     std::sort(names.begin(), names.end());
+    return names;
+}
 
-    ProgressBar bar(QStringLiteral("Examineing"), progress);
-    bar.setMaximum(unsigned(names.size()));
-    for (QString const &name : std::as_const(names)) {
-        bar.incrementValue();
+void Examiners::examineFiles(QStringList const &names, FolderReport &report,
+                             JobStats &progress) const
+{
+    for (QString const &name : names) {
+        progress.incrementValue();
         if (!examinerFor(name)) {
             QString const reason = unsupportedReason(name, true);
             if (reason.isEmpty())
@@ -128,7 +140,6 @@ bool Examiners::examineFolder(QString const &path, FolderReport &report, bool pr
         }
         report.files.append(file);
     }
-    return true;
 }
 
 } // namespace Kenro::Cli

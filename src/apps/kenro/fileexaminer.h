@@ -4,9 +4,14 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 #include <vector>
+
+namespace Kenro {
+class JobStats;
+}
 
 namespace Kenro::Cli {
 
@@ -60,6 +65,13 @@ public:
      * is reported with one error; returns false only when the folder cannot be read.
      */
     bool examineFolder(QString const &path, FolderReport &report, bool progress) const;
+    /// Every file below folder \a path, in path order; empty when it cannot be read.
+    static QStringList folderFiles(QString const &path);
+    /**
+     * Examines each of \a names into \a report as examineFolder() does,
+     * moving \a progress on by one for each.
+     */
+    void examineFiles(QStringList const &names, FolderReport &report, JobStats &progress) const;
 
 private:
     std::vector<std::unique_ptr<FileExaminer>> m_examiners;

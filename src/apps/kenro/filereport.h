@@ -46,7 +46,7 @@ struct FileReport
     int count(Message::Type type) const;
 };
 
-/// A file of a folder that was not examineed, and why.
+/// A file of a folder that was not examined, and why.
 struct SkippedFile
 {
     QString path;

@@ -17,13 +17,15 @@ QString factText(QVariant const &value)
     return value.toString();
 }
 
+} // namespace
+
 QString plural(int count, QString const &word)
 {
     return QStringLiteral("%1 %2%3").arg(count).arg(word,
                                                     count == 1 ? QString() : QStringLiteral("s"));
 }
 
-QJsonArray diagnosticsJson(QList<Diagnostic> const &diagnostics)
+QJsonArray toJson(QList<Diagnostic> const &diagnostics)
 {
     QJsonArray array;
     for (Diagnostic const &diagnostic : diagnostics)
@@ -31,7 +33,15 @@ QJsonArray diagnosticsJson(QList<Diagnostic> const &diagnostics)
     return array;
 }
 
-} // namespace
+QString factsText(FileReport const &report)
+{
+    QStringList facts;
+    for (auto const &fact : report.facts) {
+        if (fact.second.typeId() != QMetaType::QStringList)
+            facts.append(QStringLiteral("%1 %2").arg(fact.first, factText(fact.second)));
+    }
+    return facts.join(QStringLiteral(", "));
+}
 
 QString severity(Message::Type type)
 {
@@ -39,7 +49,7 @@ QString severity(Message::Type type)
     case Message::Warning:
         return QStringLiteral("warning");
     case Message::Information:
-        return QStringLiteral("information");
+        return QStringLiteral("note");
     default:
         return QStringLiteral("error");
     }
@@ -54,10 +64,13 @@ QString diagnosticLine(Diagnostic const &diagnostic)
         .arg(severity(diagnostic.type), diagnostic.text);
 }
 
-QString tally(int errors, int warnings)
+QString tally(int errors, int warnings, int notes)
 {
-    return plural(errors, QStringLiteral("error")) + QStringLiteral(", ") +
+    QString text = plural(errors, QStringLiteral("error")) + QStringLiteral(", ") +
         plural(warnings, QStringLiteral("warning"));
+    if (notes > 0)
+        text += QStringLiteral(", ") + plural(notes, QStringLiteral("note"));
+    return text;
 }
 
 QString fileText(FileReport const &report, bool allParts)
@@ -87,18 +100,13 @@ QString fileText(FileReport const &report, bool allParts)
 
 QString folderText(FolderReport const &report)
 {
-    QString text = QStringLiteral("%1: folder, %2 examineed\n")
+    QString text = QStringLiteral("%1: folder, %2 examined\n")
                        .arg(report.path, plural(int(report.files.size()), QStringLiteral("file")));
     for (FileReport const &file : report.files) {
-        QStringList facts;
-        for (auto const &fact : file.facts) {
-            if (fact.second.typeId() != QMetaType::QStringList)
-                facts.append(QStringLiteral("%1 %2").arg(fact.first, factText(fact.second)));
-        }
+        QString const facts = factsText(file);
         text += QStringLiteral("  %1: %2%3; %4\n")
                     .arg(file.path, file.kind,
-                         facts.isEmpty() ? QString()
-                                         : QStringLiteral(", ") + facts.join(QStringLiteral(", ")),
+                         facts.isEmpty() ? QString() : QStringLiteral(", ") + facts,
                          tally(file.count(Message::Error), file.count(Message::Warning)));
     }
     for (SkippedFile const &skipped : report.skipped)
@@ -139,7 +147,7 @@ QJsonObject toJson(FileReport const &report)
             {QStringLiteral("parts"), parts},
             {QStringLiteral("errors"), report.count(Message::Error)},
             {QStringLiteral("warnings"), report.count(Message::Warning)},
-            {QStringLiteral("diagnostics"), diagnosticsJson(report.diagnostics)}};
+            {QStringLiteral("diagnostics"), toJson(report.diagnostics)}};
 }
 
 QJsonObject toJson(FolderReport const &report)

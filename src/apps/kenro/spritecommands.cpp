@@ -5,6 +5,7 @@
 #include "exitcode.h"
 #include "inputfile.h"
 #include "progressbar.h"
+#include "reportwriter.h"
 #include "spritearchives.h"
 
 #include <kenro/imaging/imagecodecs.h>
@@ -450,11 +451,11 @@ int SpritesExportCommand::run(QCommandLineParser const &parser, CliInterface &ho
     if (!saveBytes(manifestPath, manifest, why))
         return Console::fail(OutputError, manifestPath, why);
     bar.finish();
-    Console::out(QStringLiteral("%1: %2 sprites and %3 palettes written to %4\n")
-                     .arg(sff)
-                     .arg(content.sprites.size())
-                     .arg(content.palettes.size())
-                     .arg(folder));
+    Console::out(
+        QStringLiteral("%1: %2 and %3 written to %4\n")
+            .arg(sff, ReportWriter::plural(int(content.sprites.size()), QStringLiteral("sprite")),
+                 ReportWriter::plural(int(content.palettes.size()), QStringLiteral("palette")),
+                 folder));
     return Success;
 }
 

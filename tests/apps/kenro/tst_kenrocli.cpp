@@ -1,4 +1,5 @@
 #include "testdata.h"
+#include "toolrun.h"
 
 #include <kenro/sound/soundcodecs.h>
 
@@ -19,50 +20,11 @@
 #include <unistd.h>
 
 using namespace Kenro;
+using KenroTest::isOneLineFailure;
+using KenroTest::kenro;
+using KenroTest::Result;
 
 namespace {
-
-struct Result
-{
-    int code = -1;
-    QString out;
-    QString err;
-};
-
-// Runs the tool with its own empty configuration folder, so that no user
-// settings reach it, and stdout and stderr apart (neither is a terminal).
-Result kenro(QStringList const &arguments, QString const &configHome)
-{
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(QStringLiteral("KENRO_SETTINGS"));
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome);
-    process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(KENRO_EXECUTABLE), arguments);
-    Result result;
-    if (!process.waitForFinished(120000)) {
-        process.kill();
-        process.waitForFinished();
-        return result;
-    }
-    result.code = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    result.out = QString::fromUtf8(process.readAllStandardOutput());
-    result.err = QString::fromUtf8(process.readAllStandardError());
-    return result;
-}
-
-// A failure is one line "kenro: <what>: <why>" on stderr and nothing on stdout.
-bool isOneLineFailure(Result const &result, QByteArray *why)
-{
-    static QRegularExpression const line(QStringLiteral("^kenro: [^\\n]+: [^\\n]+\\n$"));
-    if (line.match(result.err).hasMatch() && result.out.isEmpty())
-        return true;
-    *why = QStringLiteral("exit %1, stdout '%2', stderr '%3'")
-               .arg(result.code)
-               .arg(result.out, result.err)
-               .toUtf8();
-    return false;
-}
 
 // A second of a 440 Hz tone, 16-bit, \a channels channels at \a frequency.
 SoundSample tone(quint16 channels, quint32 frequency)
@@ -241,9 +203,15 @@ private Q_SLOTS:
         QVERIFY(KenroTest::writeFile(path(QStringLiteral("notes.xyz")), "text"));
         QVERIFY(KenroTest::writeFile(path(QStringLiteral("bad/bad.cns")),
                                      "[Info\r\nname = \"open\r\nstray\r\n"));
-        QVERIFY(
-            KenroTest::writeFile(path(QStringLiteral("bad/good.def")),
-                                 "[Info]\r\nname = \"Sample\"\r\n[Files]\r\nsprite = s.sff\r\n"));
+        // A screen's definition names files but defines no character: "bad"
+        // stays a plain folder, read file by file.
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("bad/good.def")),
+                                     "[Info]\r\nname = \"Sample\"\r\n[Files]\r\nspr = s.sff\r\n"));
+        // The smallest character: a definition and its states.
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("hero/hero.def")),
+                                     "[Info]\nname = Hero\n[Files]\nst = hero.cns\n"));
+        QVERIFY(KenroTest::writeFile(path(QStringLiteral("hero/hero.cns")),
+                                     "[Statedef 0]\ntype = S\n"));
         QVERIFY(KenroTest::writeFile(path(QStringLiteral("bad/s.sff")), "ElecbyteSpr"));
         QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("folder")));
         QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("wavs")));
@@ -650,9 +618,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("file");
         for (char const *file :
-             {"game/chars/kfm/kfm.def", "game/chars/kfm/kfm.cns", "game/chars/kfm/kfm.cmd",
-              "game/data/fight.def", "text/latin1_info.def", "text/utf16le_bom_info.def",
-              "text/sjis_constants.cns"})
+             {"game/chars/kfm/intro.def", "game/chars/kfm/kfm.cns", "game/chars/kfm/kfm.cmd",
+              "game/data/fight.def", "game/data/system.def", "text/latin1_info.def",
+              "text/utf16le_bom_info.def", "text/sjis_constants.cns"})
             QTest::newRow(file) << QString::fromLatin1(file);
     }
 
@@ -786,8 +754,7 @@ private Q_SLOTS:
         Result const info = run({QStringLiteral("info"), folder});
         QCOMPARE(info.code, 0);
         QCOMPARE(info.err, QString());
-        QVERIFY(
-            info.out.startsWith(QStringLiteral("%1: folder, 17 files examineed\n").arg(folder)));
+        QVERIFY(info.out.startsWith(QStringLiteral("%1: folder, 17 files examined\n").arg(folder)));
         QVERIFY(info.out.contains(folder +
                                   QStringLiteral("/kfm/kfm.sff: SFF sprite archive, "
                                                  "version 2.01, sprites 281")));
@@ -865,21 +832,46 @@ private Q_SLOTS:
         QJsonObject const good = report.value(QStringLiteral("files")).toArray().at(1).toObject();
         QCOMPARE(
             good.value(QStringLiteral("facts")).toObject().value(QStringLiteral("files")).toArray(),
-            QJsonArray{QStringLiteral("sprite = s.sff")});
+            QJsonArray{QStringLiteral("spr = s.sff")});
     }
 
     void progressOnTerminal_data()
     {
         QTest::addColumn<QByteArray>("settings");
+        QTest::addColumn<QString>("target"); // in the test folder; "game" for the real game
+        QTest::addColumn<QString>("result"); // what the result begins with
+        QTest::addColumn<QString>("title");
         QTest::addColumn<bool>("drawn");
-        QTest::newRow("default") << QByteArray() << true;
-        QTest::newRow("switched off") << QByteArray("[General]\nprogress=false\n") << false;
+        QByteArray const off("[General]\nprogress=false\n");
+        QString const files = QStringLiteral(": folder, 3 files examined");
+        QTest::newRow("folder") << QByteArray() << QStringLiteral("bad") << files
+                                << QStringLiteral("Examining") << true;
+        QTest::newRow("folder, switched off")
+            << off << QStringLiteral("bad") << files << QStringLiteral("Examining") << false;
+        QTest::newRow("character")
+            << QByteArray() << QStringLiteral("hero") << QStringLiteral(": 1 character")
+            << QStringLiteral("Opening") << true;
+        QTest::newRow("game") << QByteArray() << QStringLiteral("game")
+                              << QStringLiteral(": IKEMEN GO game, 2 characters, 2 stages")
+                              << QStringLiteral("Opening the game") << true;
+        QTest::newRow("game, switched off")
+            << off << QStringLiteral("game")
+            << QStringLiteral(": IKEMEN GO game, 2 characters, 2 stages")
+            << QStringLiteral("Opening the game") << false;
     }
 
     void progressOnTerminal()
     {
         QFETCH(QByteArray, settings);
+        QFETCH(QString, target);
+        QFETCH(QString, result);
+        QFETCH(QString, title);
         QFETCH(bool, drawn);
+        QString folder = path(target);
+        if (target == QLatin1String("game")) {
+            KENRO_REQUIRE_TESTDATA(data);
+            folder = data + QStringLiteral("/game");
+        }
         // script(1) runs the tool on a terminal of its own and copies what it shows.
         QString const script = QStringLiteral("/usr/bin/script");
         QVERIFY2(QFile::exists(script), "script(1) of util-linux runs the tool on a terminal");
@@ -889,15 +881,15 @@ private Q_SLOTS:
             QVERIFY(KenroTest::writeFile(file, settings));
             command += QStringLiteral(" --settings ") + file;
         }
-        command += QStringLiteral(" info ") + path(QStringLiteral("bad"));
+        command += QStringLiteral(" info ") + folder;
         QProcess process;
         process.start(script, {QStringLiteral("-qefc"), command, QStringLiteral("/dev/null")});
         QVERIFY(process.waitForFinished(60000));
         QString const shown = QString::fromUtf8(process.readAllStandardOutput());
-        QVERIFY2(shown.contains(QStringLiteral("folder, 3 files examineed")), qPrintable(shown));
-        QCOMPARE(shown.contains(QStringLiteral("\rExamineing [")), drawn);
+        QVERIFY2(shown.contains(folder + result), qPrintable(shown));
+        QCOMPARE(shown.contains(QStringLiteral("\r%1 [").arg(title)), drawn);
         // The bar's line is cleared before the result.
-        QCOMPARE(shown.contains(QStringLiteral("100%\r\033[2K")), drawn);
+        QCOMPARE(shown.contains(QStringLiteral("100%\r\033[2K") + folder + result), drawn);
     }
 
     void soundBankByNames()

@@ -337,6 +337,15 @@ void DefinitionProject::load()
     m_problems.beginChange();
     for (Reference const &reference : std::as_const(m_references)) {
         if (!reference.exists) {
+            // The common states are the game's, in its data folder: a character
+            // kept apart from any game cannot be faulted for not holding them.
+            if (m_gameDirectory.isEmpty() &&
+                reference.key.compare(QLatin1String("stcommon"), Qt::CaseInsensitive) == 0) {
+                report(reference, Message::Information,
+                       QStringLiteral("The file '%1' named by '%2' is looked for in the game's "
+                                      "data folder; no game folder lies around this character"));
+                continue;
+            }
             // The runtime plays no music for a missing name; other files it needs.
             report(reference, reference.fileType == Music ? Message::Warning : Message::Error,
                    QStringLiteral("The file '%1' named by '%2' does not exist"));

@@ -23,9 +23,10 @@ namespace Kenro::Ikemen {
  * definition and then where the runtime also looks: the game folder and
  * its "data/" folder. Each file is made by the factory of its type and read;
  * one that does not exist or cannot be read leaves a message on the line
- * that names it, and the project opens without it. The messages of every
- * open file are the project's, also those that a view of a document's
- * nodes leaves with the document.
+ * that names it, and the project opens without it: an error, but a warning
+ * for music and a note for the common states of a character that no game
+ * folder lies around. The messages of every open file are the project's,
+ * also those that a view of a document's nodes leaves with the document.
  */
 class DefinitionProject : public Project
 {

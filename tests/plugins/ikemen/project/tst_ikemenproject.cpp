@@ -446,6 +446,62 @@ private Q_SLOTS:
         }
     }
 
+    void commonStatesOutsideAGame()
+    {
+        KenroTest::TestInterface host;
+        KenroTest::TestEngine engine;
+        engine.gameMarker = QStringLiteral("data/system.def");
+        KenroTest::MemoryArchive archive;
+        QByteArray const definition = "[Files]\nst = hero.cns\nstcommon = common1.cns\n"
+                                      "st1 = gone.cns\n";
+        // Alone, the common states cannot be looked for: a note. Any other
+        // missing file is an error all the same.
+        archive.files.insert(QStringLiteral("/lone/hero/hero.def"), definition);
+        archive.files.insert(QStringLiteral("/lone/hero/hero.cns"), "[Statedef 0]\n");
+        DefinitionProject *lone =
+            GameProject::openDefinition(QStringLiteral("/lone/hero/hero.def"), archive, &engine);
+        QVERIFY(lone);
+        QCOMPARE(static_cast<GameProject *>(lone->parent())->gameDirectory(), QString());
+        QStringList const problems = problemTexts(*lone);
+        QCOMPARE(problems.size(), 2);
+        QVERIFY2(problems.at(0).startsWith(QStringLiteral("2@2 The file 'common1.cns' named by "
+                                                          "'stcommon' is looked for in the "
+                                                          "game's data folder")),
+                 qPrintable(problems.at(0)));
+        QCOMPARE(problems.at(1),
+                 QStringLiteral("0@3 The file 'gone.cns' named by 'st1' does not exist"));
+        QCOMPARE(lone->messages()->errorCount(), 1u);
+        QCOMPARE(lone->messages()->informationCount(), 1u);
+        lone->release();
+
+        // Inside a game that lacks them, they are missing as any other file.
+        archive.files.insert(QStringLiteral("/game/data/system.def"), "[Files]\n");
+        archive.files.insert(QStringLiteral("/game/chars/hero/hero.def"), definition);
+        archive.files.insert(QStringLiteral("/game/chars/hero/hero.cns"), "[Statedef 0]\n");
+        DefinitionProject *inGame = GameProject::openDefinition(
+            QStringLiteral("/game/chars/hero/hero.def"), archive, &engine);
+        QVERIFY(inGame);
+        QCOMPARE(static_cast<GameProject *>(inGame->parent())->gameDirectory(),
+                 QStringLiteral("/game/"));
+        QCOMPARE(
+            problemTexts(*inGame),
+            (QStringList{
+                QStringLiteral("0@2 The file 'common1.cns' named by 'stcommon' does not exist"),
+                QStringLiteral("0@3 The file 'gone.cns' named by 'st1' does not exist")}));
+        inGame->release();
+
+        // And found there, they are open with the character.
+        archive.files.insert(QStringLiteral("/game/data/common1.cns"), "[Statedef 5]\n");
+        inGame = GameProject::openDefinition(QStringLiteral("/game/chars/hero/hero.def"), archive,
+                                             &engine);
+        QVERIFY(inGame);
+        QCOMPARE(openNames(*inGame, ScriptType, QStringLiteral("/game/")),
+                 (QStringList{QStringLiteral("chars/hero/hero.cns"),
+                              QStringLiteral("data/common1.cns")}));
+        QCOMPARE(inGame->messages()->errorCount(), 1u);
+        inGame->release();
+    }
+
     void characterPalettes()
     {
         KENRO_REQUIRE_TESTDATA(testdata);
