@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QtEndian>
 #include <QtGlobal>
 
 #include <cstring>
@@ -28,7 +29,8 @@ struct Chunk16
     }
     static Chunk16 filled(uchar value)
     {
-        return {_mm_set1_epi8(char(value))};
+        // One multiplication spreads the byte over a word, one shuffle the word.
+        return {_mm_shuffle_epi32(_mm_cvtsi32_si128(int(value * 0x01010101u)), 0)};
     }
     void store(uchar *to) const
     {
@@ -75,6 +77,42 @@ inline void copyChunks(uchar *target, uchar const *source, qint64 length)
     Chunk16::load(source).store(target);
     for (qint64 i = 16; i < length; i += 16)
         Chunk16::load(source + i).store(target + i);
+}
+
+/**
+ * The bytes from 0x40 to 0x7F among the 64 at \a bytes, one bit each, byte i
+ * at bit i: in RLE8 the bytes that start a run when they start a packet.
+ * This one works on any processor, eight bytes at a time.
+ */
+inline quint64 runTagsPortable(uchar const *bytes)
+{
+    quint64 tags = 0;
+    for (int i = 0; i < 8; ++i) {
+        quint64 const word = qFromLittleEndian<quint64>(bytes + 8 * i);
+        // Bit 6 of each byte set and bit 7 clear, moved to bit 0 ...
+        quint64 const flags = ((word & ~(word >> 1)) >> 6) & 0x0101010101010101ULL;
+        // ... and the eight bits gathered into the top byte of the product.
+        tags |= ((flags * 0x0102040810204080ULL) >> 56) << (8 * i);
+    }
+    return tags;
+}
+
+/// As runTagsPortable(), in vector registers where the processor has them.
+inline quint64 runTags(uchar const *bytes)
+{
+#ifdef KENRO_BYTECHUNKS_SSE2
+    __m128i const top = _mm_set1_epi8(char(0xC0));
+    __m128i const tag = _mm_set1_epi8(0x40);
+    quint64 tags = 0;
+    for (int i = 0; i < 4; ++i) {
+        __m128i const chunk = _mm_loadu_si128(reinterpret_cast<__m128i const *>(bytes + 16 * i));
+        uint const bits = uint(_mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(chunk, top), tag)));
+        tags |= quint64(bits) << (16 * i);
+    }
+    return tags;
+#else
+    return runTagsPortable(bytes);
+#endif
 }
 
 } // namespace Kenro

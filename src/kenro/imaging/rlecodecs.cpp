@@ -1,11 +1,14 @@
 #include <kenro/imaging/imagecodecs.h>
 #include <kenro/imaging/imageinfo.h>
 
+#include "bytechunks_p.h"
 #include "devicereader_p.h"
 #include "pixelbytes_p.h"
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <new>
 
 namespace Kenro {
 
@@ -69,6 +72,92 @@ private:
     qint64 m_column = 0;
 };
 
+// Room behind an RLE8 buffer for the chunks that a packet ending at its end writes.
+constexpr qint64 Rle8Slack = 64;
+// A block of 64 stream bytes, and what the chunks of its last pixels read past it.
+constexpr qint64 Rle8BlockReach = 96;
+
+// The most pixels one block of 64 stream bytes gives: 32 runs of 63.
+constexpr qint64 Rle8BlockPixels = 32 * 63;
+
+/**
+ * Decodes the packets of one RLE8 block of 64 stream bytes at \a next, which
+ * starts at a packet: the bytes of 0x40 to 0x7F in it are found at once; of
+ * a row of them that follows another byte, the first starts a run and the
+ * second is its value, and so on alternately. So the run packets are known
+ * before any is read, and the bytes between them are single pixels, copied
+ * in chunks. Returns the stream bytes taken: 64, or 65 when the last byte
+ * starts a run. When \a Bounded, stops before a packet that would write past
+ * \a last; otherwise the block must fit.
+ */
+template<bool Bounded>
+qint64 decodeRle8Block(uchar const *next, uchar *&out, uchar *last)
+{
+    constexpr quint64 even = 0x5555555555555555ULL;
+    quint64 const tags = runTags(next);
+    quint64 const starts = tags & ~(tags << 1);
+    // Adding the starts at even places clears those rows: left are the rows
+    // that start at odd places.
+    quint64 const oddRows = (tags + (starts & even)) & tags;
+    quint64 heads = ((tags & ~oddRows) & even) | (oddRows & ~even);
+    qint64 taken = 0;
+    uchar *to = out;
+    while (heads != 0) {
+        qint64 const at = qCountTrailingZeroBits(heads);
+        heads &= heads - 1;
+        qint64 const pixels = at - taken;
+        uint const run = next[at] & 0x3F;
+        if (Bounded && Q_UNLIKELY(to + pixels + run > last)) {
+            out = to;
+            return taken;
+        }
+        // Two chunks cover nearly every row of single pixels, and four
+        // chunks any run: no branch on their lengths.
+        Chunk16::load(next + taken).store(to);
+        Chunk16::load(next + taken + 16).store(to + 16);
+        if (Q_UNLIKELY(pixels > 32))
+            copyChunks(to + 32, next + taken + 32, pixels - 32);
+        to += pixels;
+        Chunk16 const fill = Chunk16::filled(next[at + 1]);
+        fill.store(to);
+        fill.store(to + 16);
+        fill.store(to + 32);
+        fill.store(to + 48);
+        to += run;
+        taken = at + 2;
+    }
+    if (taken < 64) {
+        qint64 pixels = 64 - taken;
+        if (Bounded && Q_UNLIKELY(to + pixels > last))
+            pixels = last - to;
+        copyChunks(to, next + taken, pixels);
+        to += pixels;
+        taken += pixels;
+    }
+    out = to;
+    return taken;
+}
+
+/**
+ * Decodes RLE8 blocks while the chunk from \a next to \a end holds a whole
+ * block, a run's value behind it and what a chunk copy reads past that.
+ * Stops before a packet that would write past \a last.
+ */
+void decodeRle8Blocks(uchar const *&next, uchar const *end, uchar *&out, uchar *last)
+{
+    while (out < last && end - next >= Rle8BlockReach) {
+        // Far from the end of the image, a block needs no test for each packet.
+        if (last - out >= Rle8BlockPixels) {
+            next += decodeRle8Block<false>(next, out, last);
+            continue;
+        }
+        qint64 const taken = decodeRle8Block<true>(next, out, last);
+        next += taken;
+        if (taken < 64)
+            return;
+    }
+}
+
 } // namespace
 
 bool loadRLE5(QImage &image, QIODevice *device)
@@ -103,19 +192,55 @@ bool loadRLE8(QImage &image, QIODevice *device)
     qint64 const lineBytes = (qint64(image.width()) * imageDepthOfFormat(image.format()) + 7) / 8;
     // Only the low byte of the padding is taken, as the format always had it.
     qint64 const padding = uchar(image.bytesPerLine() - lineBytes);
-    LineWriter out(image, lineBytes, padding);
-    DeviceReader in(device, lineBytes * image.height() + 16);
-    while (!out.full() && !in.atEnd()) {
-        uchar const p = in.byte();
+    qint64 const size = image.isNull() ? 0 : qint64(image.height()) * image.bytesPerLine();
+    // The stream's bytes one after the other, without padding: lines of
+    // lineBytes bytes padding bytes apart until the end of the image. A line
+    // of no bytes never ends, and the bytes then go on without padding.
+    qint64 count = size;
+    if (lineBytes > 0 && padding > 0) {
+        qint64 const lines = size / (lineBytes + padding);
+        count = lines * lineBytes + std::min(size - lines * (lineBytes + padding), lineBytes);
+    }
+    // Decoded into a buffer with room behind its end for whole chunks, then
+    // copied into the lines: what the stream does not reach stays as it was.
+    std::unique_ptr<uchar[]> const buffer(new (std::nothrow) uchar[size_t(count + Rle8Slack)]);
+    if (!buffer)
+        return false;
+    uchar *const first = buffer.get();
+    uchar *const last = first + count;
+    uchar *out = first;
+
+    DeviceReader in(device, count + 16);
+    uchar const *next = in.next();
+    uchar const *end = in.end();
+    while (out < last) {
+        decodeRle8Blocks(next, end, out, last);
+        if (out == last || (next == end && !in.advance(next, end)))
+            break;
+        // Near the end of the chunk or of the image: one packet, byte by byte.
+        uint const p = *next++;
         if ((p & 0xC0) == 0x40) {
-            int const count = p & 0x3F;
-            uchar const value = in.byte();
-            out.run(value, count);
+            uint value = 0;
+            if (next != end || in.advance(next, end))
+                value = *next++;
+            else
+                in.setPastEnd();
+            qint64 const run = std::min<qint64>(p & 0x3F, last - out);
+            std::memset(out, int(value), size_t(run));
+            out += run;
         } else {
-            out.put(p);
+            *out++ = uchar(p);
         }
     }
-    return in.ok();
+    in.take(next);
+    bool const ok = in.ok();
+    in.finish();
+
+    if (out > first) {
+        qint64 const stride = lineBytes > 0 && padding > 0 ? lineBytes + padding : count;
+        copyLines(image.bits(), stride, first, stride == count ? count : lineBytes, out - first);
+    }
+    return ok;
 }
 
 bool saveRLE8(QImage const &image, QIODevice *device)
