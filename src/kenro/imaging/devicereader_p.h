@@ -35,7 +35,8 @@ inline bool writeAll(QIODevice *device, QByteArray const &data)
  * failed, as a data stream would.
  *
  * A plain QBuffer is read in place: its one chunk is all of its bytes from
- * the current position, and finish() seeks behind the bytes taken.
+ * the current position, and finish() seeks behind the bytes taken. In text
+ * mode the reader gives what reading would give, without carriage returns.
  */
 class DeviceReader
 {
@@ -131,9 +132,20 @@ private:
         // A buffer read in place has nothing beyond its one chunk.
         if (m_inPlace)
             return false;
-        m_chunk = m_device->peek(m_chunkSize);
-        // A decoder that outgrows its first guess gets larger chunks.
-        m_chunkSize = std::min<qint64>(m_chunkSize * 2, MaximumChunk);
+        // A peek takes memory for all it asks for: no more than the device
+        // says it holds, when it says so.
+        qint64 const available = m_device->bytesAvailable();
+        qint64 const asked =
+            available > 0 ? std::min(m_chunkSize, std::max<qint64>(available, 256)) : m_chunkSize;
+        m_chunk = m_device->peek(asked);
+        // A decoder that outgrows its first guess gets larger chunks, unless
+        // the device hands out less at a time anyway.
+        if (m_chunk.size() == asked)
+            m_chunkSize = std::min<qint64>(m_chunkSize * 2, MaximumChunk);
+        // Reading in text mode drops every carriage return, and skip() then
+        // counts the bytes that are left; a peek gives them all.
+        if (m_device->isTextModeEnabled())
+            m_chunk.removeIf([](char c) { return c == '\r'; });
         m_base = m_next = reinterpret_cast<uchar const *>(m_chunk.constData());
         m_end = m_next + m_chunk.size();
         return m_next != m_end;
