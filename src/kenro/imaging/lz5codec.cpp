@@ -281,9 +281,12 @@ struct PacketReader
             uint const first = next[0];
             uint const value = first & 0x1F;
             uint const high = first >> 6;
+            // A run keeps its length in bits 7-5, a short back-reference in
+            // bits 5-0; zero there means the long form of either.
+            uint const lengthBits = (0x3F & reference) | (0xE0 & ~reference);
             uint length;
             uint offset;
-            if (Q_LIKELY((first & (0xE0 ^ (reference & 0xDF))) != 0)) {
+            if (Q_LIKELY((first & lengthBits) != 0)) {
                 // A run of 1 to 7 in one byte, or a short back-reference.
                 // The high bits of the short references are shifted in as
                 // they come; the fourth of a group reads its offset there.

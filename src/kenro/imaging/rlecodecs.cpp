@@ -74,7 +74,7 @@ constexpr qint64 Rle5PacketBytes = 3 + 31;
 // Room behind an RLE8 buffer for the chunks that a packet ending at its end writes.
 constexpr qint64 Rle8Slack = 64;
 // A block of 64 stream bytes, and what the chunks of its last pixels read past it.
-constexpr qint64 Rle8BlockReach = 96;
+constexpr qint64 Rle8BlockReach = 80;
 
 // The most pixels one block gives: a single pixel and 32 runs of 63, when
 // the last run starts at the block's last byte.
@@ -88,7 +88,7 @@ constexpr qint64 Rle8BlockPixels = 1 + 32 * 63;
  * before any is read, and the bytes between them are single pixels, copied
  * in chunks. Returns the stream bytes taken: 64, or 65 when the last byte
  * starts a run. When \a Bounded, stops before a packet that would write past
- * \a last; otherwise the block must fit.
+ * \a last or come when the image is full; otherwise the block must fit.
  */
 template<bool Bounded>
 qint64 decodeRle8Block(uchar const *next, uchar *&out, uchar *last)
@@ -113,18 +113,20 @@ qint64 decodeRle8Block(uchar const *next, uchar *&out, uchar *last)
             out = to;
             return taken;
         }
-        // Two chunks cover nearly every row of single pixels, and four
-        // chunks any run: no branch on their lengths.
+        // One chunk covers most rows of single pixels between runs, and two
+        // chunks nearly every run; the rare longer ones take a branch. (More
+        // chunks for all would spare the branch, but cost more in stores.)
         Chunk16::load(next + taken).store(to);
-        Chunk16::load(next + taken + 16).store(to + 16);
-        if (Q_UNLIKELY(pixels > 32))
-            copyChunks(to + 32, next + taken + 32, pixels - 32);
+        if (Q_UNLIKELY(pixels > 16))
+            copyChunks(to + 16, next + taken + 16, pixels - 16);
         to += pixels;
         Chunk16 const fill = Chunk16::filled(next[at + 1]);
         fill.store(to);
         fill.store(to + 16);
-        fill.store(to + 32);
-        fill.store(to + 48);
+        if (Q_UNLIKELY(run > 32)) {
+            fill.store(to + 32);
+            fill.store(to + 48);
+        }
         to += run;
         taken = at + 2;
     }
@@ -143,7 +145,8 @@ qint64 decodeRle8Block(uchar const *next, uchar *&out, uchar *last)
 /**
  * Decodes RLE8 blocks while the chunk from \a next to \a end holds a whole
  * block, a run's value behind it and what a chunk copy reads past that.
- * Stops before a packet that would write past \a last.
+ * Stops before a packet that would write past \a last or come when the
+ * image is full.
  */
 void decodeRle8Blocks(uchar const *&next, uchar const *end, uchar *&out, uchar *last)
 {
