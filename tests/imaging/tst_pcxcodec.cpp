@@ -238,6 +238,51 @@ private Q_SLOTS:
         QVERIFY(ok);
     }
 
+    // Lines of the file that cannot hold their pixels' bits make a broken
+    // header, refused before any memory is taken: 1,200 bytes would
+    // otherwise stand for 65535 x 65535 pixels.
+    void refusesLinesShorterThanTheirPixels_data()
+    {
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("height");
+        QTest::addColumn<int>("bits");
+        QTest::addColumn<int>("planes");
+        QTest::addColumn<int>("bytesPerLine");
+        QTest::addColumn<bool>("ok");
+        QTest::newRow("huge") << 65535 << 65535 << 8 << 1 << 1 << false;
+        QTest::newRow("one byte short") << 10 << 2 << 8 << 1 << 9 << false;
+        QTest::newRow("no bytes") << 10 << 2 << 8 << 1 << 0 << false;
+        QTest::newRow("just enough") << 10 << 2 << 8 << 1 << 10 << true;
+        QTest::newRow("colour planes") << 10 << 2 << 8 << 3 << 10 << true;
+        QTest::newRow("eight pixels of one bit") << 8 << 2 << 1 << 8 << 1 << true;
+        QTest::newRow("nine pixels of one bit") << 9 << 2 << 1 << 8 << 1 << false;
+    }
+    void refusesLinesShorterThanTheirPixels()
+    {
+        QFETCH(int, width);
+        QFETCH(int, height);
+        QFETCH(int, bits);
+        QFETCH(int, planes);
+        QFETCH(int, bytesPerLine);
+        QFETCH(bool, ok);
+        Header h = indexedHeader(width, height);
+        h.bitsPerPixel = bits;
+        h.planes = planes;
+        h.bytesPerLine = bytesPerLine;
+        QByteArray data;
+        for (int i = 0; i < height * planes; ++i)
+            data += bytes({0xC0 | bytesPerLine, 7});
+        Source device(header(h) + data.repeated(3) + QByteArray(1000, 1));
+        QImage image(3, 3, QImage::Format_Indexed8);
+        image.fill(4);
+        QImage const before = image;
+        QCOMPARE(loadPCX(image, &device, nullptr), ok);
+        if (ok)
+            QCOMPARE(image.size(), QSize(width, height));
+        else
+            QCOMPARE(image, before);
+    }
+
     void fitsTheCallersImage()
     {
         QByteArray const file = header(indexedHeader(2, 2)) + bytes({1, 2, 3, 4});

@@ -154,6 +154,11 @@ bool loadPCX(QImage &image, QIODevice *device, bool *hasPalette)
 
     int const w = int(header.xMax) - int(header.xMin) + 1;
     int const h = int(header.yMax) - int(header.yMin) + 1;
+    // A line of the file holds the bits of the line's pixels. A header that
+    // says less is broken, and would let a few bytes stand for an image of
+    // any size: refused like a bad header.
+    if (w > 0 && qint64(header.bytesPerLine) * 8 < qint64(w) * header.bitsPerPixel)
+        return false;
     if (w > 0 && h > 0 && (image.width() != w || image.height() != h || image.format() != format)) {
         // A byte of data gives at most one run of 63; data too short for the
         // header's size can only fail, so it does before taking the memory.
