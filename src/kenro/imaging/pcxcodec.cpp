@@ -9,6 +9,8 @@
 #include <cstring>
 #include <utility>
 
+#include <QImageReader>
+
 namespace Kenro {
 
 namespace {
@@ -138,6 +140,20 @@ void encodeLine(QByteArray &out, uchar const *line, int width, int step)
     }
 }
 
+// True when an image of \a w x \a h pixels would take more memory than Qt
+// lets an image read from a file take (QImageReader::allocationLimit(), which
+// the host may change): such an image is not made, as if the memory were not
+// there. A few bytes of run-length data can stand for gigabytes of pixels.
+bool exceedsImageLimit(int w, int h, QImage::Format format)
+{
+    int const megabytes = QImageReader::allocationLimit();
+    if (megabytes <= 0)
+        return false;
+    qint64 const bitsPerPixel = QImage::toPixelFormat(format).bitsPerPixel();
+    qint64 const lineBytes = (qint64(w) * bitsPerPixel + 31) / 32 * 4;
+    return lineBytes * h > qint64(megabytes) * 1024 * 1024;
+}
+
 } // namespace
 
 bool loadPCX(QImage &image, QIODevice *device, bool *hasPalette)
@@ -154,16 +170,12 @@ bool loadPCX(QImage &image, QIODevice *device, bool *hasPalette)
 
     int const w = int(header.xMax) - int(header.xMin) + 1;
     int const h = int(header.yMax) - int(header.yMin) + 1;
-    // A line of the file holds the bits of the line's pixels. A header that
-    // says less is broken, and would let a few bytes stand for an image of
-    // any size: refused like a bad header.
-    if (w > 0 && qint64(header.bytesPerLine) * 8 < qint64(w) * header.bitsPerPixel)
-        return false;
     if (w > 0 && h > 0 && (image.width() != w || image.height() != h || image.format() != format)) {
         // A byte of data gives at most one run of 63; data too short for the
         // header's size can only fail, so it does before taking the memory.
         qint64 const needed = qint64(h) * header.planes * header.bytesPerLine;
-        if (available >= 0 && (available - HeaderSize) * MaximumRun < needed) {
+        if ((available >= 0 && (available - HeaderSize) * MaximumRun < needed) ||
+            exceedsImageLimit(w, h, format)) {
             image = QImage();
             return false;
         }
