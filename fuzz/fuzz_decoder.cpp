@@ -2,15 +2,19 @@
 //
 // The headerless formats take their image from the input's first five bytes:
 // width and height (little-endian, each up to 1023, together up to 65536
-// pixels) and a format choice; the stream follows. A PCX input is a whole file. Whatever decodes is encoded
+// pixels) and a choice of format and device; the stream follows. The device
+// is a buffer, which the decoders read in place, or a pipe that hands out a
+// few bytes a read, which they read in chunks that end anywhere in a packet. A PCX input is a whole file. Whatever decodes is encoded
 // again and must decode to the same pixels.
 #include <kenro/imaging/imagecodecs.h>
 
 #include <QBuffer>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 namespace {
 
@@ -41,6 +45,41 @@ QByteArray pixelBytes(QImage const &image)
         }
     }
     return bytes;
+}
+
+// A read-only device that cannot seek and gives at most piece bytes a read.
+class Pipe : public QIODevice
+{
+public:
+    Pipe(QByteArray const &data, qint64 piece) : m_data(data), m_piece(piece) { open(ReadOnly); }
+    bool isSequential() const override { return true; }
+    qint64 bytesAvailable() const override
+    {
+        return m_data.size() - m_at + QIODevice::bytesAvailable();
+    }
+
+protected:
+    qint64 readData(char *data, qint64 maxSize) override
+    {
+        qint64 const count = std::min({maxSize, m_piece, m_data.size() - m_at});
+        if (count > 0)
+            memcpy(data, m_data.constData() + m_at, size_t(count));
+        m_at += count;
+        return count;
+    }
+    qint64 writeData(char const *, qint64) override { return -1; }
+
+private:
+    QByteArray m_data;
+    qint64 m_piece;
+    qint64 m_at = 0;
+};
+
+std::unique_ptr<QIODevice> chosenDevice(uchar choice, QByteArray &bytes)
+{
+    if (choice / 5 % 2 == 0)
+        return std::make_unique<QBuffer>(&bytes);
+    return std::make_unique<Pipe>(bytes, choice / 10 % 8 + 1);
 }
 
 using Loader = bool (*)(QImage &, QIODevice *);
@@ -83,9 +122,9 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size)
         return 0;
     QImage image(width, height, chosenFormat(data[4]));
     QByteArray bytes(reinterpret_cast<char const *>(data + 5), qsizetype(size - 5));
-    QBuffer device(&bytes);
+    std::unique_ptr<QIODevice> const device = chosenDevice(data[4], bytes);
 #if defined(KENRO_FUZZ_LZ5)
-    if (Kenro::loadLZ5(image, &device) && image.format() == QImage::Format_Indexed8) {
+    if (Kenro::loadLZ5(image, device.get()) && image.format() == QImage::Format_Indexed8) {
         // The match search is slow under the sanitizers: back-references are
         // tried on small images only, so that each run covers many inputs.
         bool const small = qint64(width) * height <= 1024;
@@ -99,11 +138,11 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size)
         }
     }
 #elif defined(KENRO_FUZZ_RLE5)
-    Kenro::loadRLE5(image, &device);
+    Kenro::loadRLE5(image, device.get());
 #elif defined(KENRO_FUZZ_RLE8)
     // RGB32 lines are read with three bytes a pixel but written with four,
     // so only the other two formats come back as they went.
-    if (Kenro::loadRLE8(image, &device) &&
+    if (Kenro::loadRLE8(image, device.get()) &&
         (image.format() == QImage::Format_Indexed8 || image.format() == QImage::Format_ARGB32))
         checkRoundTrip(image, Kenro::saveRLE8, Kenro::loadRLE8);
 #endif

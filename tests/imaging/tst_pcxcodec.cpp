@@ -2,7 +2,10 @@
 
 #include "codectest.h"
 
+#include <QImageReader>
 #include <QTest>
+
+#include <algorithm>
 
 using namespace Kenro;
 using namespace CodecTest;
@@ -236,6 +239,53 @@ private Q_SLOTS:
         QByteArray const second = header(h) + bytes({1, 2, 3, 0xC0, 99, 4, 5, 6, 7, 8});
         QCOMPARE(pixels(load(second, &ok)), bytes({1, 2, 3, 5, 6, 7}));
         QVERIFY(ok);
+    }
+
+    // A few bytes of runs can stand for an image of any size. One past the
+    // memory that Qt lets an image read from a file take is not made: false
+    // and a null image, as when the memory is not there. Lines of the file
+    // shorter than their pixels are read as the steps say, the rest left 0.
+    void sizesPastTheImageLimit_data()
+    {
+        QTest::addColumn<int>("width");
+        QTest::addColumn<int>("height");
+        QTest::addColumn<int>("bytesPerLine");
+        QTest::addColumn<bool>("ok");
+        QTest::newRow("huge, one byte a line") << 65535 << 65535 << 1 << false;
+        QTest::newRow("a megabyte") << 1024 << 1024 << 1024 << true;
+        QTest::newRow("a line more") << 1024 << 1025 << 1024 << false;
+        QTest::newRow("lines a byte short") << 10 << 2 << 9 << true;
+    }
+    void sizesPastTheImageLimit()
+    {
+        QFETCH(int, width);
+        QFETCH(int, height);
+        QFETCH(int, bytesPerLine);
+        QFETCH(bool, ok);
+        int const limit = QImageReader::allocationLimit();
+        QImageReader::setAllocationLimit(1); // megabytes
+        Header h = indexedHeader(width, height);
+        h.bytesPerLine = bytesPerLine;
+        QByteArray line;
+        for (int left = bytesPerLine; left > 0; left -= 63)
+            line += bytes({0xC0 | std::min(left, 63), 7});
+        Source device(header(h) + line.repeated(height) + QByteArray(1000, 1));
+        QImage image(3, 3, QImage::Format_Indexed8);
+        image.fill(4);
+        bool const loaded = loadPCX(image, &device, nullptr);
+        QImageReader::setAllocationLimit(limit);
+        QCOMPARE(loaded, ok);
+        if (!ok) {
+            QVERIFY(image.isNull());
+            return;
+        }
+        QCOMPARE(image.size(), QSize(width, height));
+        int const stored = std::min(width, bytesPerLine);
+        QByteArray const expected = QByteArray(stored, 7) + QByteArray(width - stored, 0);
+        for (int y = 0; y < height; ++y) {
+            auto const *row = reinterpret_cast<char const *>(image.constScanLine(y));
+            QCOMPARE(QByteArray(row, width), expected);
+        }
     }
 
     void fitsTheCallersImage()

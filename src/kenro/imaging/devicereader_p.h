@@ -1,9 +1,11 @@
 #pragma once
 
+#include <QBuffer>
 #include <QByteArray>
 #include <QIODevice>
 
 #include <algorithm>
+#include <typeinfo>
 
 namespace Kenro {
 
@@ -31,6 +33,10 @@ inline bool writeAll(QIODevice *device, QByteArray const &data)
  * device exactly the bytes that were taken, so that what follows the stream
  * stays unread. Reading past the end gives zeros and marks the reader as
  * failed, as a data stream would.
+ *
+ * A plain QBuffer is read in place: its one chunk is all of its bytes from
+ * the current position, and finish() seeks behind the bytes taken. In text
+ * mode the reader gives what reading would give, without carriage returns.
  */
 class DeviceReader
 {
@@ -38,6 +44,17 @@ public:
     /// A reader of \a device whose first chunk holds \a expected bytes, when there are so many.
     DeviceReader(QIODevice *device, qint64 expected) : m_device(device)
     {
+        // A subclass may change what reading gives, and text mode changes line ends.
+        if (typeid(*device) == typeid(QBuffer) && !device->isTextModeEnabled()) {
+            QByteArray const &data = static_cast<QBuffer *>(device)->data();
+            m_start = device->pos();
+            if (m_start >= 0 && m_start <= data.size()) {
+                m_inPlace = true;
+                m_base = m_next = reinterpret_cast<uchar const *>(data.constData()) + m_start;
+                m_end = m_base + (data.size() - m_start);
+                return;
+            }
+        }
         // A peek takes memory for all it asks for, whatever the device holds.
         if (!device->isSequential())
             expected = std::min(expected, device->bytesAvailable());
@@ -95,11 +112,15 @@ public:
     /// Consumes the bytes taken so far from the device.
     void finish()
     {
-        qint64 const used = m_next - reinterpret_cast<uchar const *>(m_chunk.constData());
-        if (used > 0)
-            m_device->skip(used);
+        qint64 const used = m_next - m_base;
+        if (used > 0) {
+            if (m_inPlace)
+                m_device->seek(m_start + used);
+            else
+                m_device->skip(used);
+        }
         m_chunk.clear();
-        m_next = m_end = nullptr;
+        m_base = m_next = m_end = nullptr;
     }
 
 private:
@@ -108,10 +129,24 @@ private:
     bool refill()
     {
         finish();
-        m_chunk = m_device->peek(m_chunkSize);
-        // A decoder that outgrows its first guess gets larger chunks.
-        m_chunkSize = std::min<qint64>(m_chunkSize * 2, MaximumChunk);
-        m_next = reinterpret_cast<uchar const *>(m_chunk.constData());
+        // A buffer read in place has nothing beyond its one chunk.
+        if (m_inPlace)
+            return false;
+        // A peek takes memory for all it asks for: no more than the device
+        // says it holds, when it says so.
+        qint64 const available = m_device->bytesAvailable();
+        qint64 const asked =
+            available > 0 ? std::min(m_chunkSize, std::max<qint64>(available, 256)) : m_chunkSize;
+        m_chunk = m_device->peek(asked);
+        // A decoder that outgrows its first guess gets larger chunks, unless
+        // the device hands out less at a time anyway.
+        if (m_chunk.size() == asked)
+            m_chunkSize = std::min<qint64>(m_chunkSize * 2, MaximumChunk);
+        // Reading in text mode drops every carriage return, and skip() then
+        // counts the bytes that are left; a peek gives them all.
+        if (m_device->isTextModeEnabled())
+            m_chunk.removeIf([](char c) { return c == '\r'; });
+        m_base = m_next = reinterpret_cast<uchar const *>(m_chunk.constData());
         m_end = m_next + m_chunk.size();
         return m_next != m_end;
     }
@@ -119,8 +154,11 @@ private:
     QIODevice *m_device;
     qint64 m_chunkSize = 256;
     QByteArray m_chunk;
+    uchar const *m_base = nullptr; // the first byte of the chunk
     uchar const *m_next = nullptr;
     uchar const *m_end = nullptr;
+    qint64 m_start = 0; // where a buffer read in place was when reading began
+    bool m_inPlace = false;
     bool m_pastEnd = false;
 };
 

@@ -1,5 +1,6 @@
 #include <kenro/imaging/imagecodecs.h>
 
+#include "bytechunks_p.h"
 #include "devicereader_p.h"
 #include "pixelbytes_p.h"
 
@@ -23,8 +24,10 @@ constexpr int MaximumShortDistance = 256;
 // Runs of up to 7 fit in the first byte of a packet.
 constexpr int MaximumShortRun = 7;
 // Room behind the decoded pixels for the longest packet that starts on the
-// last pixel, written in whole words.
-constexpr qint64 Slack = MaximumRun + 8;
+// last pixel, written in chunks of 16.
+constexpr qint64 Slack = MaximumRun + 16;
+// The most bytes one packet takes: a control byte and a long back-reference.
+constexpr int LongestPacket = 4;
 
 struct Token
 {
@@ -184,6 +187,171 @@ QByteArray pack(std::vector<Token> const &tokens)
     return out;
 }
 
+// Copies length bytes from offset bytes back, byte by byte as the format
+// means it: a copy that overlaps its source repeats a pattern.
+inline void copyBack(uchar *target, uint offset, uint length)
+{
+    uchar const *const source = target - offset;
+    if (Q_LIKELY(offset >= 16)) {
+        copyChunks(target, source, length);
+    } else if (offset == 1) {
+        fillChunks(target, *source, length);
+    } else {
+        for (uint i = 0; i < length; ++i)
+            target[i] = source[i];
+    }
+}
+
+/**
+ * Decodes LZ5 packets into a buffer with Slack bytes of room behind its
+ * pixels. The state between packets is the position, the kinds of the
+ * group's remaining packets and the offset bits that short back-references
+ * share.
+ */
+struct PacketReader
+{
+    explicit PacketReader(uchar *out) : out(out) {}
+
+    /// Decodes one packet from \a byte; false for a reference to before the first pixel.
+    template<typename Byte>
+    bool packet(Byte &&byte)
+    {
+        if (control == 1)
+            control = byte() | 0x100;
+        bool const backReference = control & 1;
+        control >>= 1;
+        uint const first = byte();
+        if (!backReference) {
+            uint length = first >> 5;
+            if (length == 0)
+                length = byte() + 8;
+            fillChunks(out + pos, uchar(first & 0x1F), length);
+            pos += length;
+            return true;
+        }
+        uint length = first & 0x3F;
+        uint offset;
+        if (length == 0) {
+            uint const low = byte();
+            offset = (((first >> 6) << 8) | low) + 1;
+            length = byte() + 3;
+        } else {
+            length += 1;
+            // The fourth of a group has no offset byte: its offset is made
+            // of the high bits of the group's four first bytes.
+            recycled = (recycled << 2) | (first >> 6);
+            if (shortPlace < 3) {
+                offset = byte() + 1;
+                ++shortPlace;
+            } else {
+                offset = (recycled & 0xFF) + 1;
+                shortPlace = 0;
+            }
+        }
+        if (offset > pos)
+            return false;
+        copyBack(out + pos, offset, length);
+        pos += length;
+        return true;
+    }
+
+    /**
+     * Decodes packets while all bytes of the next one lie before \a end and
+     * the image of \a size pixels is not full. Short runs and short
+     * back-references, nearly all packets, are read both ways and one
+     * reading is kept by masks: the two kinds follow each other with little
+     * order, and a branch on the kind would be mispredicted often. False for
+     * a reference to before the first pixel.
+     */
+    bool packetsInChunk(uchar const *&cursor, uchar const *end, qint64 size)
+    {
+        // The state in locals, which the compiler can keep in registers.
+        uchar const *next = cursor;
+        qint64 at = pos;
+        uint kinds = control;
+        uint place = shortPlace;
+        uint shared = recycled;
+        bool valid = true;
+        alignas(16) uchar pattern[16];
+        while (at < size && end - next >= LongestPacket) {
+            if (kinds == 1)
+                kinds = *next++ | 0x100;
+            uint const reference = 0u - (kinds & 1); // all ones for a back-reference
+            kinds >>= 1;
+            uint const first = next[0];
+            uint const value = first & 0x1F;
+            uint const high = first >> 6;
+            // A run keeps its length in bits 7-5, a short back-reference in
+            // bits 5-0; zero there means the long form of either.
+            uint const lengthBits = (0x3F & reference) | (0xE0 & ~reference);
+            uint length;
+            uint offset;
+            if (Q_LIKELY((first & lengthBits) != 0)) {
+                // A run of 1 to 7 in one byte, or a short back-reference.
+                // The high bits of the short references are shifted in as
+                // they come; the fourth of a group reads its offset there.
+                uint const fourth = 0u - uint(place == 3);
+                shared = (shared << (2 & reference)) | (high & reference);
+                offset = ((((shared & 0xFF) & fourth) | (next[1] & ~fourth)) + 1) & reference;
+                length = (((first & 0x3F) + 1) & reference) | ((first >> 5) & ~reference);
+                next += 1 + (reference & ~fourth & 1);
+                place = (place + (reference & 1)) & 3;
+            } else if (!reference) {
+                length = next[1] + 8u;
+                offset = 0;
+                next += 2;
+            } else {
+                offset = ((high << 8) | next[1]) + 1;
+                length = next[2] + 3u;
+                next += 3;
+            }
+            if (Q_UNLIKELY(offset > at)) {
+                valid = false;
+                break;
+            }
+            uchar *const target = out + at;
+            at += length;
+            // A run reads its chunk from the pattern again and again.
+            Chunk16::filled(uchar(value)).store(pattern);
+            quintptr const wide = quintptr(qintptr(int(reference)));
+            auto const *const source = reinterpret_cast<uchar const *>(
+                ((quintptr(target) - offset) & wide) | (quintptr(pattern) & ~wide));
+            qint64 const step = 16 & reference;
+            // Up to 64 bytes from a source that ends before the target: all
+            // chunks are read before any is written. A run has no such limit.
+            uint const reach = offset | ~reference;
+            if (Q_LIKELY(length <= 64 && reach >= length)) {
+                Chunk16 const c0 = Chunk16::load(source);
+                Chunk16 const c1 = Chunk16::load(source + step);
+                Chunk16 const c2 = Chunk16::load(source + 2 * step);
+                Chunk16 const c3 = Chunk16::load(source + 3 * step);
+                c0.store(target);
+                c1.store(target + 16);
+                c2.store(target + 32);
+                c3.store(target + 48);
+            } else if (!reference) {
+                fillChunks(target, uchar(value), length);
+            } else {
+                copyBack(target, offset, length);
+            }
+        }
+        cursor = next;
+        pos = at;
+        control = kinds;
+        shortPlace = place;
+        recycled = shared;
+        return valid;
+    }
+
+    uchar *out;
+    qint64 pos = 0;
+    uint control = 1; // the kinds of the group's packets still to come, above a marker bit
+    uint shortPlace = 0; // place of the next short back-reference in its group
+    // The high bits of the first bytes of short back-references, two by two,
+    // the latest lowest: the fourth of a group takes its offset from them.
+    uint recycled = 0;
+};
+
 } // namespace
 
 bool loadLZ5(QImage &image, QIODevice *device)
@@ -193,8 +361,6 @@ bool loadLZ5(QImage &image, QIODevice *device)
     int const width = image.width();
     int const height = image.height();
     qint64 const size = qint64(width) * height;
-    // Runs and copies are written in whole words and may run past the last
-    // pixel into the slack; only the first size bytes count.
     std::unique_ptr<uchar[]> const buffer(new (std::nothrow) uchar[size_t(size + Slack)]);
     uchar *const out = buffer.get();
     if (!out)
@@ -210,70 +376,17 @@ bool loadLZ5(QImage &image, QIODevice *device)
         in.setPastEnd();
         return 0;
     };
-    auto atEnd = [&in, &next, &end]() { return next == end && !in.advance(next, end); };
 
-    qint64 pos = 0;
-    uint control = 0;
-    int packet = 0;
-    int shortPlace = 0; // place of the next short back-reference in its group
-    uint recycled = 0; // offset bits shared by a group of short back-references
+    PacketReader reader(out);
     bool valid = true;
-    while (pos < size && !atEnd()) {
-        if (packet == 0)
-            control = byte();
-        bool const backReference = control & (1u << packet);
-        packet = (packet + 1) & 7;
-        uint const first = byte();
-        if (!backReference) {
-            uint const length = first >> 5;
-            quint64 const value = (first & 0x1F) * 0x0101010101010101ULL;
-            if (length != 0) {
-                std::memcpy(out + pos, &value, 8);
-                pos += length;
-            } else {
-                uint const longLength = byte() + 8;
-                std::memset(out + pos, int(first & 0x1F), longLength);
-                pos += longLength;
-            }
-            continue;
-        }
-        uint length = first & 0x3F;
-        qint64 offset;
-        if (length == 0) {
-            uint const low = byte();
-            offset = (((first >> 6) << 8) | low) + 1;
-            length = byte() + 3;
-        } else {
-            length += 1;
-            if (shortPlace < 3) {
-                recycled |= (first >> 6) << (6 - 2 * shortPlace);
-                offset = byte() + 1;
-                ++shortPlace;
-            } else {
-                offset = ((first >> 6) | recycled) + 1;
-                shortPlace = 0;
-                recycled = 0;
-            }
-        }
-        if (offset > pos) {
-            valid = false; // reaches before the first pixel: the stream is broken
+    while (valid && reader.pos < size) {
+        valid = reader.packetsInChunk(next, end, size);
+        if (!valid || reader.pos >= size || (next == end && !in.advance(next, end)))
             break;
-        }
-        uchar *const target = out + pos;
-        if (offset >= 8) {
-            // Each word's source is complete before it is read, so copying a
-            // word at a time repeats overlapping patterns like single bytes.
-            for (uint i = 0; i < length; i += 8)
-                std::memcpy(target + i, target + i - offset, 8);
-        } else if (offset == 1) {
-            std::memset(target, target[-1], length);
-        } else {
-            for (uint i = 0; i < length; ++i)
-                target[i] = target[i - offset];
-        }
-        pos += length;
+        // The chunk ends within a packet's reach: one packet, byte by byte.
+        valid = reader.packet(byte);
     }
-    pos = std::min(pos, size);
+    qint64 const pos = std::min(reader.pos, size);
     in.take(next);
     valid = valid && in.ok();
     in.finish();

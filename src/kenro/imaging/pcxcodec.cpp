@@ -2,10 +2,14 @@
 #include <kenro/imaging/imageinfo.h>
 #include <kenro/imaging/rgb.h>
 
+#include "bytechunks_p.h"
 #include "devicereader_p.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
+
+#include <QImageReader>
 
 namespace Kenro {
 
@@ -136,6 +140,20 @@ void encodeLine(QByteArray &out, uchar const *line, int width, int step)
     }
 }
 
+// True when an image of \a w x \a h pixels would take more memory than Qt
+// lets an image read from a file take (QImageReader::allocationLimit(), which
+// the host may change): such an image is not made, as if the memory were not
+// there. A few bytes of run-length data can stand for gigabytes of pixels.
+bool exceedsImageLimit(int w, int h, QImage::Format format)
+{
+    int const megabytes = QImageReader::allocationLimit();
+    if (megabytes <= 0)
+        return false;
+    qint64 const bitsPerPixel = QImage::toPixelFormat(format).bitsPerPixel();
+    qint64 const lineBytes = (qint64(w) * bitsPerPixel + 31) / 32 * 4;
+    return lineBytes * h > qint64(megabytes) * 1024 * 1024;
+}
+
 } // namespace
 
 bool loadPCX(QImage &image, QIODevice *device, bool *hasPalette)
@@ -156,7 +174,8 @@ bool loadPCX(QImage &image, QIODevice *device, bool *hasPalette)
         // A byte of data gives at most one run of 63; data too short for the
         // header's size can only fail, so it does before taking the memory.
         qint64 const needed = qint64(h) * header.planes * header.bytesPerLine;
-        if (available >= 0 && (available - HeaderSize) * MaximumRun < needed) {
+        if ((available >= 0 && (available - HeaderSize) * MaximumRun < needed) ||
+            exceedsImageLimit(w, h, format)) {
             image = QImage();
             return false;
         }
@@ -176,21 +195,45 @@ bool loadPCX(QImage &image, QIODevice *device, bool *hasPalette)
     int row = 0;
     uchar *line = bits;
     qsizetype offset = 0; // within the line, where the next value goes
-    while (row < height && !in.atEnd()) {
-        uchar value = in.byte();
-        int count = 1;
+    qint64 const lineBytes = header.bytesPerLine;
+    // Single bytes and short runs of one plane are written as a chunk when
+    // the chunk stays among the pixels that the line of the file reaches;
+    // later packets overwrite what it wrote past the run.
+    qsizetype const chunkLimit = std::min<qsizetype>({w, stride, header.bytesPerLine}) - 16;
+    uchar const *next = in.next();
+    uchar const *end = in.end();
+    auto byte = [&in, &next, &end]() -> uchar {
+        if (Q_LIKELY(next != end) || in.advance(next, end))
+            return *next++;
+        in.setPastEnd();
+        return 0;
+    };
+    while (row < height && (next != end || in.advance(next, end))) {
+        uchar value = *next++;
+        qint64 count = 1;
         if (value >= 0xC0) {
             count = value & 0x3F;
-            value = in.byte();
+            value = byte();
         }
-        for (; count > 0; --count) {
+        // The run in pieces that end at the end of a plane's line; a line of
+        // no bytes never ends.
+        while (count > 0) {
+            qint64 const piece = lineBytes > column ? std::min(count, lineBytes - column) : count;
             // Bytes past the width are padding of the file's lines: dropped.
-            if (column < w) {
-                if (offset < stride)
-                    line[offset] = value;
-                offset += step;
+            qint64 const stored = std::clamp<qint64>(w - column, 0, piece);
+            if (step == 1 && stored <= 16 && offset <= chunkLimit) {
+                Chunk16::filled(value).store(line + offset);
+            } else if (step == 1) {
+                qint64 const room = std::clamp<qint64>(stride - offset, 0, stored);
+                std::memset(line + offset, value, size_t(room));
+            } else {
+                for (qint64 i = 0; i < stored && offset + i * step < stride; ++i)
+                    line[offset + i * step] = value;
             }
-            if (++column != header.bytesPerLine)
+            offset += stored * step;
+            column += piece;
+            count -= piece;
+            if (column != lineBytes)
                 continue;
             column = 0;
             if (++plane == header.planes) {
@@ -202,6 +245,7 @@ bool loadPCX(QImage &image, QIODevice *device, bool *hasPalette)
             offset = plane;
         }
     }
+    in.take(next);
     if (row < height) {
         image = QImage();
         return false;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "bytechunks_p.h"
+
 #include <QImage>
 
 #include <algorithm>
@@ -40,6 +42,36 @@ private:
     std::vector<uchar> m_copy;
 };
 
+/**
+ * Copies \a count bytes that lie one \a length bytes line after the other
+ * from \a from into lines \a stride bytes apart at \a to, each line's
+ * bytes behind \a length left as they are.
+ */
+inline void copyLines(uchar *to, qsizetype stride, uchar const *from, qsizetype length,
+                      qint64 count)
+{
+    if (count <= 0 || length <= 0)
+        return;
+    if (stride == length) {
+        std::memcpy(to, from, size_t(count));
+        return;
+    }
+    qint64 const lines = count / length;
+    if (length >= 16) {
+        // Chunks from the start of the line, the last one ending with it;
+        // short lines do not pay for a call each.
+        for (qint64 y = 0; y < lines; ++y, to += stride, from += length) {
+            for (qsizetype x = 0; x < length - 16; x += 16)
+                Chunk16::load(from + x).store(to + x);
+            Chunk16::load(from + length - 16).store(to + length - 16);
+        }
+    } else {
+        for (qint64 y = 0; y < lines; ++y, to += stride, from += length)
+            std::memcpy(to, from, size_t(length));
+    }
+    std::memcpy(to, from, size_t(count - lines * length));
+}
+
 /// Copies \a pixels, width bytes a line without padding, into the lines of \a image.
 inline void copyToLines(QImage &image, uchar const *pixels)
 {
@@ -47,10 +79,15 @@ inline void copyToLines(QImage &image, uchar const *pixels)
         return;
     int const width = image.width();
     qsizetype const stride = image.bytesPerLine();
-    size_t const taken = size_t(std::min<qsizetype>(width, stride));
+    qsizetype const taken = std::min<qsizetype>(width, stride);
+    if (taken == width) {
+        copyLines(image.bits(), stride, pixels, width, qint64(width) * image.height());
+        return;
+    }
+    // Lines of narrow formats hold fewer bytes than pixels.
     uchar *const bits = image.bits();
     for (int y = 0; y < image.height(); ++y)
-        std::memcpy(bits + y * stride, pixels + qint64(y) * width, taken);
+        std::memcpy(bits + y * stride, pixels + qint64(y) * width, size_t(taken));
 }
 
 } // namespace Kenro

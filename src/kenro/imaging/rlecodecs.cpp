@@ -1,11 +1,14 @@
 #include <kenro/imaging/imagecodecs.h>
 #include <kenro/imaging/imageinfo.h>
 
+#include "bytechunks_p.h"
 #include "devicereader_p.h"
 #include "pixelbytes_p.h"
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
+#include <new>
 
 namespace Kenro {
 
@@ -15,59 +18,151 @@ namespace {
 constexpr int MaximumRun = 63;
 
 /**
- * Writes runs into the bytes of an image line by line. After each line of
- * lineBytes bytes the position skips padding; it never passes the end.
+ * Where the bytes of an RLE stream go in an image: lines of lineBytes bytes
+ * that start lineBytes + padding bytes apart, until the image's size in
+ * bytes; the line that reaches that size is the last, cut there. A line of
+ * no bytes never ends: the bytes then go on without padding. The decoders
+ * write the stream's bytes one after the other into a buffer with room
+ * behind its end, and copy them into the lines at the end, so that what a
+ * short stream does not reach stays as it was.
  */
-class LineWriter
+class LineLayout
 {
 public:
-    LineWriter(QImage &image, qint64 lineBytes, qint64 padding)
-        : m_bits(image.bits()),
+    LineLayout(QImage const &image, qint64 lineBytes, qint64 padding)
+        : m_lineBytes(lineBytes),
           m_size(image.isNull() ? 0 : qint64(image.height()) * image.bytesPerLine()),
-          m_lineBytes(lineBytes),
-          m_padding(padding)
-    {}
-
-    bool full() const { return m_pos >= m_size; }
-
-    /// Writes one byte; inside a line that takes the short way.
-    void put(uchar value)
+          m_step(lineBytes + padding)
     {
-        if (Q_LIKELY(m_column + 1 < m_lineBytes && m_pos < m_size)) {
-            m_bits[m_pos++] = value;
-            ++m_column;
-        } else {
-            run(value, 1);
+        if (lineBytes <= 0 || padding == 0 || m_step <= 0) {
+            m_lineBytes = m_step = m_count = m_size;
+            return;
         }
+        // Whole lines, then what is left of the last one.
+        qint64 const whole = m_size >= lineBytes ? (m_size - lineBytes) / m_step + 1 : 0;
+        m_count = whole * lineBytes + std::clamp<qint64>(m_size - whole * m_step, 0, lineBytes);
     }
 
-    /// Writes \a count bytes of \a value; a run may cross line ends and is cut at the end.
-    void run(uchar value, qint64 count)
+    /// How many bytes of the stream the image holds.
+    qint64 count() const { return m_count; }
+
+    /// Copies the first \a written bytes of the stream from \a from into \a image.
+    void copyInto(QImage &image, uchar const *from, qint64 written) const
     {
-        while (count > 0 && m_pos < m_size) {
-            qint64 chunk = std::min(count, m_size - m_pos);
-            // A line of no bytes never ends: the bytes then go on without padding.
-            if (m_lineBytes > 0)
-                chunk = std::min(chunk, m_lineBytes - m_column);
-            std::memset(m_bits + m_pos, value, size_t(chunk));
-            m_pos += chunk;
-            m_column += chunk;
-            count -= chunk;
-            if (m_column == m_lineBytes) {
-                m_column = 0;
-                m_pos += m_padding;
-            }
-        }
+        if (written > 0)
+            copyLines(image.bits(), m_step, from, m_lineBytes, written);
     }
 
 private:
-    uchar *m_bits;
-    qint64 m_size;
     qint64 m_lineBytes;
-    qint64 m_padding;
-    qint64 m_pos = 0;
-    qint64 m_column = 0;
+    qint64 m_size;
+    qint64 m_step;
+    qint64 m_count = 0;
 };
+
+/// A buffer for \a count bytes and \a slack behind them; null when there is no memory.
+std::unique_ptr<uchar[]> streamBuffer(qint64 count, qint64 slack)
+{
+    return std::unique_ptr<uchar[]>(new (std::nothrow) uchar[size_t(count + slack)]);
+}
+
+// The most pixels an RLE5 packet gives: a first run of 256 and 31 runs of 8.
+constexpr qint64 Rle5PacketPixels = 256 + 31 * 8;
+// The most bytes an RLE5 packet takes.
+constexpr qint64 Rle5PacketBytes = 3 + 31;
+
+// Room behind an RLE8 buffer for the chunks that a packet ending at its end writes.
+constexpr qint64 Rle8Slack = 64;
+// A block of 64 stream bytes, and what the chunks of its last pixels read past it.
+constexpr qint64 Rle8BlockReach = 80;
+
+// The most pixels one block gives: a single pixel and 32 runs of 63, when
+// the last run starts at the block's last byte.
+constexpr qint64 Rle8BlockPixels = 1 + 32 * 63;
+
+/**
+ * Decodes the packets of one RLE8 block of 64 stream bytes at \a next, which
+ * starts at a packet: the bytes of 0x40 to 0x7F in it are found at once; of
+ * a row of them that follows another byte, the first starts a run and the
+ * second is its value, and so on alternately. So the run packets are known
+ * before any is read, and the bytes between them are single pixels, copied
+ * in chunks. Returns the stream bytes taken: 64, or 65 when the last byte
+ * starts a run. When \a Bounded, stops before a packet that would write past
+ * \a last or come when the image is full; otherwise the block must fit.
+ */
+template<bool Bounded>
+qint64 decodeRle8Block(uchar const *next, uchar *&out, uchar *last)
+{
+    constexpr quint64 even = 0x5555555555555555ULL;
+    quint64 const tags = runTags(next);
+    quint64 const starts = tags & ~(tags << 1);
+    // Adding the starts at even places clears those rows: left are the rows
+    // that start at odd places.
+    quint64 const oddRows = (tags + (starts & even)) & tags;
+    quint64 heads = ((tags & ~oddRows) & even) | (oddRows & ~even);
+    qint64 taken = 0;
+    uchar *to = out;
+    while (heads != 0) {
+        qint64 const at = qCountTrailingZeroBits(heads);
+        heads &= heads - 1;
+        qint64 const pixels = at - taken;
+        uint const run = next[at] & 0x3F;
+        // Bounded, the image must not fill up before the run either: a full
+        // image takes no more packets, not even an empty run.
+        if (Bounded && Q_UNLIKELY(to + pixels + std::max(run, 1u) > last)) {
+            out = to;
+            return taken;
+        }
+        // One chunk covers most rows of single pixels between runs, and two
+        // chunks nearly every run; the rare longer ones take a branch. (More
+        // chunks for all would spare the branch, but cost more in stores.)
+        Chunk16::load(next + taken).store(to);
+        if (Q_UNLIKELY(pixels > 16))
+            copyChunks(to + 16, next + taken + 16, pixels - 16);
+        to += pixels;
+        Chunk16 const fill = Chunk16::filled(next[at + 1]);
+        fill.store(to);
+        fill.store(to + 16);
+        if (Q_UNLIKELY(run > 32)) {
+            fill.store(to + 32);
+            fill.store(to + 48);
+        }
+        to += run;
+        taken = at + 2;
+    }
+    if (taken < 64) {
+        qint64 pixels = 64 - taken;
+        if (Bounded && Q_UNLIKELY(to + pixels > last))
+            pixels = last - to;
+        copyChunks(to, next + taken, pixels);
+        to += pixels;
+        taken += pixels;
+    }
+    out = to;
+    return taken;
+}
+
+/**
+ * Decodes RLE8 blocks while the chunk from \a next to \a end holds a whole
+ * block, a run's value behind it and what a chunk copy reads past that.
+ * Stops before a packet that would write past \a last or come when the
+ * image is full.
+ */
+void decodeRle8Blocks(uchar const *&next, uchar const *end, uchar *&out, uchar *last)
+{
+    while (out < last && end - next >= Rle8BlockReach) {
+        // Far from the end of the image, a block needs no test for each packet:
+        // the image cannot fill up within it.
+        if (last - out > Rle8BlockPixels) {
+            next += decodeRle8Block<false>(next, out, last);
+            continue;
+        }
+        qint64 const taken = decodeRle8Block<true>(next, out, last);
+        next += taken;
+        if (taken < 64)
+            return;
+    }
+}
 
 } // namespace
 
@@ -75,20 +170,60 @@ bool loadRLE5(QImage &image, QIODevice *device)
 {
     if (!openForReading(device))
         return false;
-    LineWriter out(image, image.width(), image.bytesPerLine() - image.width());
-    DeviceReader in(device, qint64(image.width()) * image.height() + 16);
-    while (!out.full() && !in.atEnd()) {
-        int const first = in.byte() + 1;
-        uchar const b = in.byte();
-        // Without a colour byte the first run is of colour 0.
-        uchar const color = b & 0x80 ? in.byte() & 0x1F : 0;
-        out.run(color, first);
-        for (int i = b & 0x1F; i > 0 && !out.full(); --i) {
-            uchar const packet = in.byte();
-            out.run(packet & 0x1F, (packet >> 5) + 1);
+    LineLayout const layout(image, image.width(), image.bytesPerLine() - image.width());
+    std::unique_ptr<uchar[]> const buffer = streamBuffer(layout.count(), 16);
+    if (!buffer)
+        return false;
+    uchar *const first = buffer.get();
+    uchar *const last = first + layout.count();
+    uchar *out = first;
+
+    DeviceReader in(device, layout.count() + 16);
+    uchar const *next = in.next();
+    uchar const *end = in.end();
+    auto byte = [&in, &next, &end]() -> uint {
+        if (Q_LIKELY(next != end) || in.advance(next, end))
+            return *next++;
+        in.setPastEnd();
+        return 0;
+    };
+    while (out < last && (next != end || in.advance(next, end))) {
+        if (end - next >= Rle5PacketBytes && last - out >= Rle5PacketPixels) {
+            // The whole packet is in the chunk and fits: no tests, and runs
+            // of up to 8 as one chunk each.
+            qint64 const run = next[0] + 1;
+            uint const b = next[1];
+            // Without a colour byte the first run is of colour 0.
+            uint const color = b & 0x80 ? next[2] & 0x1F : 0;
+            next += 2 + (b >> 7);
+            fillChunks(out, uchar(color), run);
+            out += run;
+            for (uint i = b & 0x1F; i > 0; --i) {
+                uint const packet = *next++;
+                Chunk16::filled(uchar(packet & 0x1F)).store(out);
+                out += (packet >> 5) + 1;
+            }
+            continue;
+        }
+        // Near the end of the chunk or of the image: byte by byte, runs cut
+        // at the end of the image.
+        qint64 const run = std::min<qint64>(byte() + 1, last - out);
+        uint const b = byte();
+        uint const color = b & 0x80 ? byte() & 0x1F : 0;
+        std::memset(out, int(color), size_t(run));
+        out += run;
+        for (uint i = b & 0x1F; i > 0 && out < last; --i) {
+            uint const packet = byte();
+            qint64 const length = std::min<qint64>((packet >> 5) + 1, last - out);
+            std::memset(out, int(packet & 0x1F), size_t(length));
+            out += length;
         }
     }
-    return in.ok();
+    in.take(next);
+    bool const ok = in.ok();
+    in.finish();
+    layout.copyInto(image, first, out - first);
+    return ok;
 }
 
 bool saveRLE5(QImage const &, QIODevice *)
@@ -103,19 +238,42 @@ bool loadRLE8(QImage &image, QIODevice *device)
     qint64 const lineBytes = (qint64(image.width()) * imageDepthOfFormat(image.format()) + 7) / 8;
     // Only the low byte of the padding is taken, as the format always had it.
     qint64 const padding = uchar(image.bytesPerLine() - lineBytes);
-    LineWriter out(image, lineBytes, padding);
-    DeviceReader in(device, lineBytes * image.height() + 16);
-    while (!out.full() && !in.atEnd()) {
-        uchar const p = in.byte();
+    LineLayout const layout(image, lineBytes, padding);
+    std::unique_ptr<uchar[]> const buffer = streamBuffer(layout.count(), Rle8Slack);
+    if (!buffer)
+        return false;
+    uchar *const first = buffer.get();
+    uchar *const last = first + layout.count();
+    uchar *out = first;
+
+    DeviceReader in(device, layout.count() + 16);
+    uchar const *next = in.next();
+    uchar const *end = in.end();
+    while (out < last) {
+        decodeRle8Blocks(next, end, out, last);
+        if (out == last || (next == end && !in.advance(next, end)))
+            break;
+        // Near the end of the chunk or of the image: one packet, byte by byte.
+        uint const p = *next++;
         if ((p & 0xC0) == 0x40) {
-            int const count = p & 0x3F;
-            uchar const value = in.byte();
-            out.run(value, count);
+            uint value = 0;
+            if (next != end || in.advance(next, end))
+                value = *next++;
+            else
+                in.setPastEnd();
+            qint64 const run = std::min<qint64>(p & 0x3F, last - out);
+            std::memset(out, int(value), size_t(run));
+            out += run;
         } else {
-            out.put(p);
+            *out++ = uchar(p);
         }
     }
-    return in.ok();
+    in.take(next);
+    bool const ok = in.ok();
+    in.finish();
+
+    layout.copyInto(image, first, out - first);
+    return ok;
 }
 
 bool saveRLE8(QImage const &image, QIODevice *device)
