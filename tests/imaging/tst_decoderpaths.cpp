@@ -9,6 +9,7 @@
 
 #include "bytechunks_p.h"
 #include "codectest.h"
+#include "rle8paths.h"
 #include "sequentialdevice.h"
 
 #include <QTest>
@@ -460,10 +461,26 @@ private Q_SLOTS:
         }
     }
 
-    void rle8_data() { addDeviceRows(); }
+    // Each path the processor can take, on each kind of device.
+    void rle8_data()
+    {
+        QTest::addColumn<int>("device");
+        QTest::addColumn<int>("path");
+        char const *const devices[] = {"buffer", "buffer at an offset", "buffer subclass", "pipe",
+                                       "pipe of five bytes a read"};
+        for (Rle8Path path : KenroTest::rle8Paths()) {
+            for (int device = int(Device::Buffer); device <= int(Device::Trickle); ++device)
+                QTest::addRow("%s, %s", qPrintable(KenroTest::rle8PathName(path)),
+                              devices[device - int(Device::Buffer)])
+                    << device << int(path);
+        }
+    }
     void rle8()
     {
         QFETCH(int, device);
+        QFETCH(int, path);
+        KenroTest::Rle8PathScope const scope{Rle8Path(path)};
+        QVERIFY(scope.taken());
         QImage::Format const formats[] = {QImage::Format_Indexed8, QImage::Format_Indexed8,
                                           QImage::Format_RGB32, QImage::Format_ARGB32,
                                           QImage::Format_Mono};
@@ -539,20 +556,26 @@ private Q_SLOTS:
     void rle8BlockEdges()
     {
         QFETCH(QByteArray, stream);
-        // Images that end before, inside and after the stream's pixels.
-        for (QSize size :
-             {QSize(1, 1), QSize(50, 2), QSize(61, 1), QSize(62, 1), QSize(63, 1), QSize(65, 1),
-              QSize(100, 3), QSize(293, 7), QSize(2015, 1), QSize(2016, 1), QSize(2017, 1),
-              QSize(2018, 1), QSize(2100, 1), QSize(300, 40)}) {
-            for (int device = int(Device::Buffer); device <= int(Device::Trickle); ++device) {
-                QString message;
-                QVERIFY2(agrees(loadRLE8, referenceRle8, prepared(size, QImage::Format_Indexed8),
-                                stream, Device(device), &message),
-                         qPrintable(QStringLiteral("%1x%2 on device %3: %4")
-                                        .arg(size.width())
-                                        .arg(size.height())
-                                        .arg(device)
-                                        .arg(message)));
+        for (Rle8Path path : KenroTest::rle8Paths()) {
+            KenroTest::Rle8PathScope const scope(path);
+            QVERIFY(scope.taken());
+            // Images that end before, inside and after the stream's pixels.
+            for (QSize size :
+                 {QSize(1, 1), QSize(50, 2), QSize(61, 1), QSize(62, 1), QSize(63, 1), QSize(65, 1),
+                  QSize(100, 3), QSize(293, 7), QSize(2015, 1), QSize(2016, 1), QSize(2017, 1),
+                  QSize(2018, 1), QSize(2100, 1), QSize(300, 40)}) {
+                for (int device = int(Device::Buffer); device <= int(Device::Trickle); ++device) {
+                    QString message;
+                    QVERIFY2(agrees(loadRLE8, referenceRle8,
+                                    prepared(size, QImage::Format_Indexed8), stream, Device(device),
+                                    &message),
+                             qPrintable(QStringLiteral("%1, %2x%3 on device %4: %5")
+                                            .arg(KenroTest::rle8PathName(path))
+                                            .arg(size.width())
+                                            .arg(size.height())
+                                            .arg(device)
+                                            .arg(message)));
+                }
             }
         }
     }

@@ -4,11 +4,19 @@
 #include "bytechunks_p.h"
 #include "devicereader_p.h"
 #include "pixelbytes_p.h"
+#include "rle8paths_p.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <memory>
 #include <new>
+
+#if (defined(__GNUC__) || defined(__clang__)) && defined(__x86_64__)
+#include <immintrin.h>
+#define KENRO_RLE8_AVX512 1
+#define KENRO_TARGET_AVX512 __attribute__((target("avx512f,avx512bw,bmi,bmi2")))
+#endif
 
 namespace Kenro {
 
@@ -164,7 +172,119 @@ void decodeRle8Blocks(uchar const *&next, uchar const *end, uchar *&out, uchar *
     }
 }
 
+#ifdef KENRO_RLE8_AVX512
+
+// A block of 64 stream bytes, and what the 64-byte loads of its last pixels read past it.
+constexpr qint64 Rle8Avx512BlockReach = 128;
+
+/**
+ * As decodeRle8Block(), with the block's tags found by one compare and every
+ * row of single pixels and every run written as one 64-byte store, so that
+ * no packet takes a branch of its own; later stores overwrite what one wrote
+ * past its packet. The rows of single pixels are loaded from \a next on, up
+ * to 127 bytes past it.
+ */
+template<bool Bounded>
+KENRO_TARGET_AVX512 inline qint64 decodeRle8BlockAvx512(uchar const *next, uchar *&out, uchar *last)
+{
+    constexpr quint64 even = 0x5555555555555555ULL;
+    __m512i const block = _mm512_loadu_si512(next);
+    quint64 const tags = _mm512_cmpeq_epi8_mask(
+        _mm512_and_si512(block, _mm512_set1_epi8(char(0xC0))), _mm512_set1_epi8(0x40));
+    quint64 const starts = tags & ~(tags << 1);
+    quint64 const oddRows = (tags + (starts & even)) & tags;
+    quint64 heads = ((tags & ~oddRows) & even) | (oddRows & ~even);
+    qint64 taken = 0;
+    uchar *to = out;
+    while (heads != 0) {
+        qint64 const at = qint64(_tzcnt_u64(heads));
+        heads = _blsr_u64(heads);
+        qint64 const pixels = at - taken;
+        uint const run = next[at] & 0x3F;
+        if (Bounded && Q_UNLIKELY(to + pixels + std::max(run, 1u) > last)) {
+            out = to;
+            return taken;
+        }
+        _mm512_storeu_si512(to, _mm512_loadu_si512(next + taken));
+        to += pixels;
+        _mm512_storeu_si512(to, _mm512_set1_epi8(char(next[at + 1])));
+        to += run;
+        taken = at + 2;
+    }
+    // The pixels after the last run, none when it took the next block's first byte.
+    qint64 const rest = std::min<qint64>(taken, 64);
+    qint64 pixels = 64 - rest;
+    if (Bounded && Q_UNLIKELY(to + pixels > last))
+        pixels = last - to;
+    _mm512_storeu_si512(to, _mm512_loadu_si512(next + rest));
+    out = to + pixels;
+    return taken + pixels;
+}
+
+/// As decodeRle8Blocks(), with decodeRle8BlockAvx512().
+KENRO_TARGET_AVX512 void decodeRle8BlocksAvx512(uchar const *&next, uchar const *end, uchar *&out,
+                                                uchar *last)
+{
+    while (out < last && end - next >= Rle8Avx512BlockReach) {
+        if (last - out > Rle8BlockPixels) {
+            next += decodeRle8BlockAvx512<false>(next, out, last);
+            continue;
+        }
+        qint64 const taken = decodeRle8BlockAvx512<true>(next, out, last);
+        next += taken;
+        if (taken < 64)
+            return;
+    }
+}
+
+bool hasAvx512()
+{
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+        __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
+}
+
+#else
+
+bool hasAvx512()
+{
+    return false;
+}
+
+#endif
+
+std::atomic<Rle8Path> &chosenRle8Path()
+{
+    static std::atomic<Rle8Path> path(hasAvx512() ? Rle8Path::Avx512 : Rle8Path::Portable);
+    return path;
+}
+
+/// Decodes RLE8 blocks on the path chosen, as decodeRle8Blocks().
+void decodeRle8Blocks(Rle8Path path, uchar const *&next, uchar const *end, uchar *&out, uchar *last)
+{
+#ifdef KENRO_RLE8_AVX512
+    // The blocks whose loads would read past the chunk take the portable
+    // path, which reads less far.
+    if (path == Rle8Path::Avx512)
+        decodeRle8BlocksAvx512(next, end, out, last);
+#endif
+    decodeRle8Blocks(next, end, out, last);
+}
+
 } // namespace
+
+Rle8Path rle8Path()
+{
+    return chosenRle8Path().load(std::memory_order_relaxed);
+}
+
+bool setRle8Path(Rle8Path path)
+{
+    if (path == Rle8Path::Avx512 && !hasAvx512())
+        return false;
+    chosenRle8Path().store(path, std::memory_order_relaxed);
+    return true;
+}
 
 bool loadRLE5(QImage &image, QIODevice *device)
 {
@@ -249,8 +369,9 @@ bool loadRLE8(QImage &image, QIODevice *device)
     DeviceReader in(device, layout.count() + 16);
     uchar const *next = in.next();
     uchar const *end = in.end();
+    Rle8Path const path = rle8Path();
     while (out < last) {
-        decodeRle8Blocks(next, end, out, last);
+        decodeRle8Blocks(path, next, end, out, last);
         if (out == last || (next == end && !in.advance(next, end)))
             break;
         // Near the end of the chunk or of the image: one packet, byte by byte.
