@@ -9,6 +9,8 @@
 #include <kenro/imaging/imagecodecs.h>
 #include <kenro/imaging/rle8paths_p.h>
 
+#include "sequentialdevice.h"
+
 #include <QBuffer>
 
 #include <algorithm>
@@ -48,39 +50,13 @@ QByteArray pixelBytes(QImage const &image)
     return bytes;
 }
 
-// A read-only device that cannot seek and gives at most piece bytes a read.
-class Pipe : public QIODevice
-{
-public:
-    Pipe(QByteArray const &data, qint64 piece) : m_data(data), m_piece(piece) { open(ReadOnly); }
-    bool isSequential() const override { return true; }
-    qint64 bytesAvailable() const override
-    {
-        return m_data.size() - m_at + QIODevice::bytesAvailable();
-    }
-
-protected:
-    qint64 readData(char *data, qint64 maxSize) override
-    {
-        qint64 const count = std::min({maxSize, m_piece, m_data.size() - m_at});
-        if (count > 0)
-            memcpy(data, m_data.constData() + m_at, size_t(count));
-        m_at += count;
-        return count;
-    }
-    qint64 writeData(char const *, qint64) override { return -1; }
-
-private:
-    QByteArray m_data;
-    qint64 m_piece;
-    qint64 m_at = 0;
-};
-
 std::unique_ptr<QIODevice> chosenDevice(uchar choice, QByteArray &bytes)
 {
     if (choice / 5 % 2 == 0)
         return std::make_unique<QBuffer>(&bytes);
-    return std::make_unique<Pipe>(bytes, choice / 10 % 8 + 1);
+    // A pipe that gives at most 1 to 8 bytes a read.
+    return std::make_unique<KenroTest::SequentialDevice>(bytes, QIODevice::NotOpen,
+                                                         choice / 10 % 8 + 1);
 }
 
 using Loader = bool (*)(QImage &, QIODevice *);

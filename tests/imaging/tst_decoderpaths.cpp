@@ -23,38 +23,8 @@ using namespace CodecTest;
 
 namespace {
 
-// A pipe that hands out at most a few bytes a read, so that a decoder's
-// chunks end anywhere in a packet.
-class Trickle : public QIODevice
-{
-public:
-    Trickle(QByteArray data, qint64 piece) : m_data(std::move(data)), m_piece(piece)
-    {
-        open(ReadOnly);
-    }
-    bool isSequential() const override { return true; }
-    qint64 bytesAvailable() const override
-    {
-        return m_data.size() - m_at + QIODevice::bytesAvailable();
-    }
-
-protected:
-    qint64 readData(char *data, qint64 maxSize) override
-    {
-        qint64 const count = std::min({maxSize, m_piece, m_data.size() - m_at});
-        if (count > 0)
-            memcpy(data, m_data.constData() + m_at, size_t(count));
-        m_at += count;
-        return count;
-    }
-    qint64 writeData(char const *, qint64) override { return -1; }
-
-private:
-    QByteArray m_data;
-    qint64 m_piece;
-    qint64 m_at = 0;
-};
-
+// Trickle: a pipe that hands out at most a few bytes a read, so that a
+// decoder's chunks end anywhere in a packet.
 enum class Device { Buffer, BufferAtOffset, BufferSubclass, Pipe, Trickle };
 
 // Some bytes before a stream in a buffer that is read from their end on.
@@ -80,7 +50,7 @@ std::unique_ptr<QIODevice> makeDevice(Device kind, QByteArray const &data)
     case Device::Pipe:
         return std::make_unique<KenroTest::SequentialDevice>(data);
     case Device::Trickle:
-        return std::make_unique<Trickle>(data, 5);
+        return std::make_unique<KenroTest::SequentialDevice>(data, QIODevice::NotOpen, 5);
     }
     return nullptr;
 }
@@ -759,7 +729,7 @@ private Q_SLOTS:
         QByteArray stream;
         for (int i = 0; i < 20000; ++i)
             stream += bytes({0x40, 0x00}); // runs of nothing
-        Trickle pipe(stream + bytes({7}) + "tail", 5);
+        KenroTest::SequentialDevice pipe(stream + bytes({7}) + "tail", QIODevice::NotOpen, 5);
         QImage image = prepared(QSize(1, 1), QImage::Format_Indexed8);
         QVERIFY(loadRLE8(image, &pipe));
         QCOMPARE(image.constBits()[0], uchar(7));

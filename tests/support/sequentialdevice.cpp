@@ -5,7 +5,8 @@
 
 namespace KenroTest {
 
-SequentialDevice::SequentialDevice(QByteArray data, OpenMode extra) : m_data(std::move(data))
+SequentialDevice::SequentialDevice(QByteArray data, OpenMode extra, qint64 piece)
+    : m_data(std::move(data)), m_piece(piece)
 {
     open(ReadOnly | extra);
 }
@@ -18,7 +19,9 @@ qint64 SequentialDevice::bytesAvailable() const
 qint64 SequentialDevice::readData(char *data, qint64 maxSize)
 {
     ++reads;
-    qint64 const count = std::min<qint64>(maxSize, m_data.size() - m_offset);
+    qint64 count = std::min<qint64>(maxSize, m_data.size() - m_offset);
+    if (m_piece > 0)
+        count = std::min(count, m_piece);
     if (count > 0)
         std::memcpy(data, m_data.constData() + m_offset, size_t(count));
     m_offset += count;

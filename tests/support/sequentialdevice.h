@@ -5,12 +5,16 @@
 
 namespace KenroTest {
 
-/// A read-only device that cannot seek, like a pipe, holding \a data; it counts the reads asked of it.
+/**
+ * A read-only device that cannot seek, like a pipe, holding \a data; it
+ * counts the reads asked of it. A pipe may give fewer bytes than asked:
+ * with a \a piece above 0 no read gives more than that.
+ */
 class SequentialDevice : public QIODevice
 {
 public:
     /// Opens for reading, with \a extra flags such as Unbuffered.
-    explicit SequentialDevice(QByteArray data, OpenMode extra = NotOpen);
+    explicit SequentialDevice(QByteArray data, OpenMode extra = NotOpen, qint64 piece = 0);
 
     bool isSequential() const override { return true; }
     qint64 bytesAvailable() const override;
@@ -24,6 +28,7 @@ protected:
 
 private:
     QByteArray m_data;
+    qint64 m_piece;
     qint64 m_offset = 0;
 };
 
