@@ -102,6 +102,14 @@ public:
     void take(uchar const *next) { m_next = next; }
     /// Marks a read past the end, for decoders with their own cursor.
     void setPastEnd() { m_pastEnd = true; }
+    /// byte() for decoders with their own cursor: the byte at \a next, moving to the next chunk when needed.
+    uchar byte(uchar const *&next, uchar const *&end)
+    {
+        if (Q_LIKELY(next != end) || advance(next, end))
+            return *next++;
+        m_pastEnd = true;
+        return 0;
+    }
 
     /// True when no byte is left, on the device either.
     bool atEnd() { return m_next == m_end && !refill(); }

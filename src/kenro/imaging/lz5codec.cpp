@@ -370,12 +370,7 @@ bool loadLZ5(QImage &image, QIODevice *device)
     DeviceReader in(device, size + size / 8 + 16);
     uchar const *next = in.next();
     uchar const *end = in.end();
-    auto byte = [&in, &next, &end]() -> uint {
-        if (Q_LIKELY(next != end) || in.advance(next, end))
-            return *next++;
-        in.setPastEnd();
-        return 0;
-    };
+    auto byte = [&in, &next, &end]() -> uint { return in.byte(next, end); };
 
     PacketReader reader(out);
     bool valid = true;

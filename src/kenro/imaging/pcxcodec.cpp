@@ -202,12 +202,7 @@ bool loadPCX(QImage &image, QIODevice *device, bool *hasPalette)
     qsizetype const chunkLimit = std::min<qsizetype>({w, stride, header.bytesPerLine}) - 16;
     uchar const *next = in.next();
     uchar const *end = in.end();
-    auto byte = [&in, &next, &end]() -> uchar {
-        if (Q_LIKELY(next != end) || in.advance(next, end))
-            return *next++;
-        in.setPastEnd();
-        return 0;
-    };
+    auto byte = [&in, &next, &end]() -> uchar { return in.byte(next, end); };
     while (row < height && (next != end || in.advance(next, end))) {
         uchar value = *next++;
         qint64 count = 1;

@@ -301,12 +301,7 @@ bool loadRLE5(QImage &image, QIODevice *device)
     DeviceReader in(device, layout.count() + 16);
     uchar const *next = in.next();
     uchar const *end = in.end();
-    auto byte = [&in, &next, &end]() -> uint {
-        if (Q_LIKELY(next != end) || in.advance(next, end))
-            return *next++;
-        in.setPastEnd();
-        return 0;
-    };
+    auto byte = [&in, &next, &end]() -> uint { return in.byte(next, end); };
     while (out < last && (next != end || in.advance(next, end))) {
         if (end - next >= Rle5PacketBytes && last - out >= Rle5PacketPixels) {
             // The whole packet is in the chunk and fits: no tests, and runs
