@@ -1,6 +1,5 @@
 #include "sffpalettes.h"
 
-#include "actpalette.h"
 #include "sffpalette.h"
 #include "sffsprite.h"
 #include "sffsprites.h"
@@ -61,19 +60,6 @@ SffPalette *SffPalettes::append(SffPaletteData const &data, QString const &file)
     m_items.append(palette);
     endInsertRows();
     return palette;
-}
-
-SffPalette *SffPalettes::loadAct(Archive &archive, QString const &name, unsigned int identifier)
-{
-    QIODevice *device = archive.openFile(name, QIODevice::ReadOnly);
-    if (!device)
-        return nullptr;
-    QByteArray const bytes = device->readAll();
-    archive.closeFile(device);
-    RGBA colors[256];
-    if (!readAct(bytes, colors))
-        return nullptr;
-    return showFile(colors, name, identifier);
 }
 
 SffPalette *SffPalettes::showFile(RGBA const (&colors)[256], QString const &file,

@@ -5,9 +5,7 @@
 
 #include <kenro/imaging/palettes.h>
 
-namespace Kenro {
-class Archive;
-}
+namespace Kenro {}
 
 namespace Kenro::Ikemen {
 
@@ -33,12 +31,6 @@ public:
     unsigned int freeIdentifier(quint16 group) const;
     /// Appends a palette as read from an archive or a palette file, telling views.
     SffPalette *append(SffPaletteData const &data, QString const &file = QString());
-    /**
-     * Loads the palette file (.act) \a name of \a archive as the palette of
-     * \a identifier, replacing the colours of a palette that already has it.
-     * Null when the file cannot be read or holds no palette.
-     */
-    SffPalette *loadAct(Archive &archive, QString const &name, unsigned int identifier);
     /**
      * Shows \a colors of the palette file \a file as the palette of
      * \a identifier: a palette that has it takes the colours and the file in

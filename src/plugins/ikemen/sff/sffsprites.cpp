@@ -11,46 +11,15 @@
 
 #include <ikemen/script/unchangedcopy.h>
 
-#include <QRegularExpression>
-
 #include <cstring>
 
 namespace Kenro::Ikemen {
 
 namespace {
 
-// Palette slots of a character.
-constexpr int CharacterPalettes = 12;
-
 QString baseName(QString const &name)
 {
     return name.mid(name.lastIndexOf(QLatin1Char('/')) + 1);
-}
-
-// The "palN = file" entries of the [Files] section of a character definition.
-QList<QPair<int, QString>> paletteFiles(QByteArray const &definition)
-{
-    QList<QPair<int, QString>> files;
-    static QRegularExpression const section(QStringLiteral("^\\s*\\[\\s*([^\\]]*?)\\s*\\]"));
-    static QRegularExpression const entry(
-        QStringLiteral("^\\s*pal(\\d+)\\s*=\\s*([^;]*?)\\s*(;.*)?$"),
-        QRegularExpression::CaseInsensitiveOption);
-    bool inFiles = false;
-    QString const text = QString::fromLatin1(definition);
-    for (QStringView line : QStringView(text).split(QLatin1Char('\n'))) {
-        QString const current = line.toString().remove(QLatin1Char('\r'));
-        if (QRegularExpressionMatch const m = section.match(current); m.hasMatch()) {
-            inFiles = m.captured(1).compare(QLatin1String("Files"), Qt::CaseInsensitive) == 0;
-            continue;
-        }
-        if (!inFiles)
-            continue;
-        QRegularExpressionMatch const m = entry.match(current);
-        int const slot = m.hasMatch() ? m.captured(1).toInt() : 0;
-        if (slot >= 1 && slot <= CharacterPalettes && !m.captured(2).isEmpty())
-            files.append({slot, m.captured(2)});
-    }
-    return files;
 }
 
 // Equal pixel bytes; for indexed images the indices only, as the palette
@@ -151,34 +120,6 @@ void SffSprites::setContent(SffContent const &content)
     m_version = content.version;
     m_sharedPalette = content.sharedPalette;
     endResetModel();
-}
-
-int SffSprites::loadCharacterPalettes(Archive &archive, QString const &defName)
-{
-    QIODevice *device = archive.openFile(defName, QIODevice::ReadOnly);
-    if (!device) {
-        error(defName, QStringLiteral("the character definition cannot be opened"));
-        return 0;
-    }
-    QByteArray const definition = device->readAll();
-    archive.closeFile(device);
-    int const slash = int(defName.lastIndexOf(QLatin1Char('/')));
-    QString const folder = slash >= 0 ? defName.left(slash + 1) : QString();
-    int loaded = 0;
-    for (auto const &[slot, file] : paletteFiles(definition)) {
-        QString const path = folder + QString(file).replace(QLatin1Char('\\'), QLatin1Char('/'));
-        if (m_palettes.loadAct(archive, path, 1u << 16 | unsigned(slot))) {
-            ++loaded;
-        } else {
-            m_messages->add(Message::Warning,
-                            QStringLiteral("%1: palette %2 (%3) cannot be read as a palette file")
-                                .arg(baseName(defName))
-                                .arg(slot)
-                                .arg(file),
-                            0, 0);
-        }
-    }
-    return loaded;
 }
 
 SffSprite *SffSprites::sprite(unsigned int index) const

@@ -45,13 +45,6 @@ public:
     SffContent content() const;
     /// Replaces the whole content by \a content, telling views.
     void setContent(SffContent const &content);
-    /**
-     * Loads the palette files named by the "pal1" to "pal12" keys of the
-     * [Files] section of the character definition \a defName, found beside
-     * it in \a archive, as the palettes of group 1, numbers 1 to 12. Gives how
-     * many were loaded; a missing or short file is reported as a warning.
-     */
-    int loadCharacterPalettes(Archive &archive, QString const &defName);
 
     /// The sprite at \a index as its own class, or null.
     SffSprite *sprite(unsigned int index) const;

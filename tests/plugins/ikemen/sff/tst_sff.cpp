@@ -416,38 +416,15 @@ void TestSff::characterPalettes()
     KENRO_REQUIRE_TESTDATA(data);
     SffSprites *training = open(data + QStringLiteral("/game/chars/training/Training.sff"));
     QVERIFY(training);
-    unsigned int const before = training->palettes()->count();
-    QCOMPARE(
-        training->loadCharacterPalettes(FileSystemArchive::instance(),
-                                        data + QStringLiteral("/game/chars/training/Training.def")),
-        12);
-    QCOMPARE(training->palettes()->count(), before + 12);
-    auto const *act = static_cast<SffPalettes *>(training->palettes());
-    int const first = act->find(0, 1u << 16 | 1u);
-    QVERIFY(first >= 0);
-    QVERIFY(act->palette(unsigned(first))->file().endsWith(QLatin1String("01.act")));
     // The palette file holds the colours of the first sprite's own palette, last colour first.
-    QCOMPARE(training->sprite(0)->group(), quint16(9000));
-    QCOMPARE(paletteRGB(act->at(unsigned(first))), paletteRGB(training->sprite(0)->palette()));
-    QCOMPARE(act->find(0, 1u << 16 | 12u), first + 11);
-    // Loading again replaces the colours, it adds nothing.
-    QCOMPARE(
-        training->loadCharacterPalettes(FileSystemArchive::instance(),
-                                        data + QStringLiteral("/game/chars/training/Training.def")),
-        12);
-    QCOMPARE(training->palettes()->count(), before + 12);
-    // A definition whose palette files are missing is told, not fatal.
-    MemoryArchive archiveObject;
-    MemoryArchive *archive = &archiveObject;
-    archive->files.insert(
-        QStringLiteral("c/c.def"),
-        QByteArrayLiteral("[Info]\npal1 = no.act\n[Files]\r\nPal1 = a.act ; first\n"
-                          "pal2=missing.act\npal13 = a.act\n"));
-    archive->files.insert(QStringLiteral("c/a.act"), QByteArray(768, 'x'));
-    QCOMPARE(training->loadCharacterPalettes(*archive, QStringLiteral("c/c.def")), 1);
-    QCOMPARE(training->messages()->count(Message::Warning), 1u);
+    RGBA colors[256];
     QVERIFY(
-        training->messages()->at(0, Message::Warning).text.contains(QLatin1String("missing.act")));
+        readAct(KenroTest::readFile(data + QStringLiteral("/game/chars/training/01.act")), colors));
+    auto *palettes = static_cast<SffPalettes *>(training->palettes());
+    SffPalette *shown = palettes->showFile(colors, QStringLiteral("01.act"), 1u << 16 | 1u);
+    QVERIFY(shown && shown != training->sprite(0)->palette()); // a palette of its own
+    QCOMPARE(training->sprite(0)->group(), quint16(9000));
+    QCOMPARE(paletteRGB(shown), paletteRGB(training->sprite(0)->palette()));
     training->release();
 }
 
