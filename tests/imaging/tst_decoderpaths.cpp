@@ -55,6 +55,16 @@ std::unique_ptr<QIODevice> makeDevice(Device kind, QByteArray const &data)
     return nullptr;
 }
 
+// What a failed case of a random round shows.
+QString failedCase(int round, QImage const &image, QString const &message)
+{
+    return QStringLiteral("round %1, %2x%3: %4")
+        .arg(round)
+        .arg(image.width())
+        .arg(image.height())
+        .arg(message);
+}
+
 void addDeviceRows()
 {
     QTest::addColumn<int>("device");
@@ -479,11 +489,7 @@ private Q_SLOTS:
             }
             QString message;
             QVERIFY2(agrees(loadRLE8, referenceRle8, image, stream, Device(device), &message),
-                     qPrintable(QStringLiteral("round %1, %2x%3: %4")
-                                    .arg(round)
-                                    .arg(image.width())
-                                    .arg(image.height())
-                                    .arg(message)));
+                     qPrintable(failedCase(round, image, message)));
         }
     }
 
@@ -567,11 +573,7 @@ private Q_SLOTS:
             }
             QString message;
             QVERIFY2(agrees(loadRLE5, referenceRle5, image, stream, Device(device), &message),
-                     qPrintable(QStringLiteral("round %1, %2x%3: %4")
-                                    .arg(round)
-                                    .arg(image.width())
-                                    .arg(image.height())
-                                    .arg(message)));
+                     qPrintable(failedCase(round, image, message)));
         }
     }
 
@@ -602,11 +604,7 @@ private Q_SLOTS:
             }
             QString message;
             QVERIFY2(agrees(loadLZ5, referenceLz5, image, stream, Device(device), &message),
-                     qPrintable(QStringLiteral("round %1, %2x%3: %4")
-                                    .arg(round)
-                                    .arg(image.width())
-                                    .arg(image.height())
-                                    .arg(message)));
+                     qPrintable(failedCase(round, image, message)));
         }
     }
 

@@ -1,5 +1,6 @@
 #include "modelnames.h"
 
+#include <kenro/project/messagelist.h>
 #include <kenro/project/project.h>
 
 namespace KenroTest {
@@ -11,6 +12,19 @@ QStringList listedFiles(Kenro::Project const &project)
     QStringList out;
     for (Kenro::Project::FileEntry const &entry : entries)
         out.append(QStringLiteral("%1:%2").arg(entry.first).arg(entry.second.mid(1)));
+    return out;
+}
+
+QList<ListedMessage> listedMessages(Kenro::Project const &project)
+{
+    QList<ListedMessage> out;
+    Kenro::MessageList *list = project.messages();
+    list->setFilter(Kenro::Message::All);
+    for (int row = 0; row < list->rowCount(); ++row) {
+        Kenro::Messages const *source = nullptr;
+        Kenro::Message const message = list->messageAt(row, source);
+        out.append({source ? source->file() : nullptr, message});
+    }
     return out;
 }
 

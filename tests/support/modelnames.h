@@ -1,16 +1,28 @@
 #pragma once
 
+#include <kenro/project/messages.h>
+
 #include <QAbstractItemModel>
 #include <QStringList>
 
 namespace Kenro {
 class Project;
-}
+class ProjectFile;
+} // namespace Kenro
 
 namespace KenroTest {
 
 /// The file list of \a project as "type:name", names without the leading "/".
 QStringList listedFiles(Kenro::Project const &project);
+
+/// A message of a project's list, with the file it is about (null for the project's own).
+struct ListedMessage
+{
+    Kenro::ProjectFile const *file;
+    Kenro::Message message;
+};
+/// Every message of \a project and of its files, in the list's order.
+QList<ListedMessage> listedMessages(Kenro::Project const &project);
 
 /// The display texts of the rows below \a parent, in order.
 QStringList childNames(QAbstractItemModel const &model, QModelIndex const &parent);

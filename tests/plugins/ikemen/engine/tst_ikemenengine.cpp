@@ -47,12 +47,9 @@ QStringList messageLines(Project const &project, QString const &game)
 {
     static char const *const types[] = {"error", "warning", "information"};
     QStringList out;
-    MessageList *list = project.messages();
-    list->setFilter(Message::All);
-    for (int row = 0; row < list->rowCount(); ++row) {
-        Messages const *source = nullptr;
-        Message const message = list->messageAt(row, source);
-        QString file = source && source->file() ? source->file()->fileName() : QString();
+    for (KenroTest::ListedMessage const &listed : KenroTest::listedMessages(project)) {
+        Message const &message = listed.message;
+        QString file = listed.file ? listed.file->fileName() : QString();
         if (file.startsWith(game))
             file = file.mid(game.size());
         out.append(QStringLiteral("%1:%2 %3: %4")

@@ -120,13 +120,10 @@ QByteArray madeAct(int seed)
 QStringList allMessages(Project const &project)
 {
     QStringList out;
-    MessageList *list = project.messages();
-    list->setFilter(Message::All);
-    for (int row = 0; row < list->rowCount(); ++row) {
-        Messages const *source = nullptr;
-        Message const message = list->messageAt(row, source);
-        QString const file = source && source->file() ? source->file()->displayName() : QString();
-        out.append(QStringLiteral("%1:%2 %3").arg(file).arg(message.type).arg(message.text));
+    for (KenroTest::ListedMessage const &listed : KenroTest::listedMessages(project)) {
+        QString const file = listed.file ? listed.file->displayName() : QString();
+        out.append(
+            QStringLiteral("%1:%2 %3").arg(file).arg(listed.message.type).arg(listed.message.text));
     }
     return out;
 }
