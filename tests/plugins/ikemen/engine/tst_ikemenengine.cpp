@@ -430,14 +430,8 @@ private Q_SLOTS:
                                        << QStringLiteral("chars/third/third.def");
         QTest::newRow("stage definition") << stage << QStringLiteral("stages/arena.def") << true
                                           << QStringLiteral("stages/arena.def");
-        QTest::newRow("stage folder") << stage << QStringLiteral("stages/night") << true
-                                      << QStringLiteral("stages/night/night.def");
         QTest::newRow("existing definition")
             << character << QStringLiteral("chars/kfm/kfm.def") << true << QString();
-        QTest::newRow("existing folder's definition")
-            << character << QStringLiteral("chars/kfm") << true << QString();
-        QTest::newRow("existing stage")
-            << stage << QStringLiteral("stages/kfm.def") << true << QString();
         QTest::newRow("outside the game")
             << character << QStringLiteral("../elsewhere/x.def") << true << QString();
         QTest::newRow("the game itself") << stage << QString() << true << QString();
