@@ -7,6 +7,7 @@
 // time per sprite.
 #include <kenro/imaging/imagecodecs.h>
 
+#include "rle8paths_p.h"
 #include "streammanifest.h"
 #include "testdata.h"
 
@@ -234,6 +235,14 @@ void BM_LoadRLE8(benchmark::State &state)
 {
     decode(state, rle8(), Kenro::loadRLE8);
 }
+// The RLE8 decoder of processors without AVX-512, on this one.
+void BM_LoadRLE8Portable(benchmark::State &state)
+{
+    Kenro::Rle8Path const chosen = Kenro::rle8Path();
+    Kenro::setRle8Path(Kenro::Rle8Path::Portable);
+    decode(state, rle8(), Kenro::loadRLE8);
+    Kenro::setRle8Path(chosen);
+}
 void BM_MemcpyPCXPixels(benchmark::State &state)
 {
     copyPixels(state, pcx());
@@ -304,6 +313,7 @@ BENCHMARK(BM_MemcpyLZ5Pixels)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_LoadLZ5)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_MemcpyRLE8Pixels)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_LoadRLE8)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_LoadRLE8Portable)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_MemcpyPCXPixels)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_LoadPCX)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_LoadRLE5)->Unit(benchmark::kMicrosecond);
@@ -320,6 +330,7 @@ int main(int argc, char **argv)
     benchmark::RunSpecifiedBenchmarks(&reporter);
     reporter.printRatio("BM_LoadLZ5", "BM_MemcpyLZ5Pixels");
     reporter.printRatio("BM_LoadRLE8", "BM_MemcpyRLE8Pixels");
+    reporter.printRatio("BM_LoadRLE8Portable", "BM_MemcpyRLE8Pixels");
     reporter.printRatio("BM_LoadPCX", "BM_MemcpyPCXPixels");
     reporter.printRatio("BM_LoadRLE5", "BM_MemcpyLZ5Pixels");
     reporter.printRatio("BM_LoadLZ5NewDevice", "BM_MemcpyLZ5Pixels");

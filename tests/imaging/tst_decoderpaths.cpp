@@ -335,6 +335,33 @@ QSize caseSize(QRandomGenerator &random)
     return QSize(random.bounded(1, 70), random.bounded(1, 40));
 }
 
+// RLE8 packets in a mix encoders seldom write, with the pixels they give in
+// \a pixels: runs of 0 to 3, run values that are run bytes, runs of every
+// length and rows of single pixels from 1 to over 2,000.
+QByteArray mixedPackets(int packets, QRandomGenerator &random, qint64 *pixels)
+{
+    QByteArray stream;
+    *pixels = 0;
+    auto single = [&random] { return char(random.bounded(256) | (random.bounded(2) ? 0x80 : 0)); };
+    for (int i = 0; i < packets; ++i) {
+        int const kind = random.bounded(40);
+        if (kind < 26) {
+            int const run = kind < 20 ? random.bounded(4) : random.bounded(64);
+            int const value = random.bounded(2) ? random.bounded(0x40, 0x80) : random.bounded(256);
+            stream += bytes({0x40 | run, value});
+            *pixels += run;
+            continue;
+        }
+        int const row = kind == 26 ? random.bounded(100, 2200) : random.bounded(1, 40);
+        for (int j = 0; j < row; ++j) {
+            char const byte = single();
+            stream.append((byte & 0xC0) == 0x40 ? char(byte | 0x80) : byte);
+        }
+        *pixels += row;
+    }
+    return stream;
+}
+
 // Cuts a stream somewhere, spoils a few of its bytes, or leaves it.
 QByteArray mutated(QByteArray stream, QRandomGenerator &random)
 {
@@ -517,9 +544,10 @@ private Q_SLOTS:
         for (int i = 0; i < 200; ++i)
             empty += bytes({0x40, 0x7F});
         QTest::newRow("empty runs") << empty + QByteArray(200, 0x44);
-        // The longest runs, more pixels than a block's share of the image.
+        // The longest runs, more pixels than a block's share of the image,
+        // for many blocks.
         QByteArray longest;
-        for (int i = 0; i < 100; ++i)
+        for (int i = 0; i < 1000; ++i)
             longest += bytes({0x7F, 0x40 + i % 64});
         QTest::newRow("longest runs") << longest;
         // The most pixels a block gives: a pixel, 31 runs of 63 and one more
@@ -551,6 +579,32 @@ private Q_SLOTS:
                                             .arg(size.height())
                                             .arg(device)
                                             .arg(message)));
+                }
+            }
+        }
+    }
+
+    // Long streams of that mix into images that they fill, overfill or leave
+    // short of pixels, read in place and through a pipe.
+    void rle8Mixed()
+    {
+        for (Rle8Path path : KenroTest::rle8Paths()) {
+            KenroTest::Rle8PathScope const scope(path);
+            QVERIFY(scope.taken());
+            QRandomGenerator random(12);
+            for (int round = 0; round < 150; ++round) {
+                qint64 pixels = 0;
+                QByteArray const stream = mixedPackets(random.bounded(20, 1500), random, &pixels);
+                int const width = random.bounded(1, 700);
+                qint64 const wanted = pixels * random.bounded(50, 130) / 100;
+                QImage const image =
+                    prepared(QSize(width, int(std::max<qint64>(1, wanted / width))),
+                             QImage::Format_Indexed8);
+                for (Device device : {Device::Buffer, Device::Pipe}) {
+                    QString message;
+                    QVERIFY2(agrees(loadRLE8, referenceRle8, image, stream, device, &message),
+                             qPrintable(KenroTest::rle8PathName(path) + QLatin1String(", ") +
+                                        failedCase(round, image, message)));
                 }
             }
         }

@@ -7,7 +7,7 @@ namespace Kenro {
 /// The ways loadRLE8() can decode its blocks of 64 stream bytes.
 enum class Rle8Path {
     Portable, ///< chunks of 16 bytes, on any processor
-    Avx512, ///< whole blocks in 64-byte registers (AVX-512 BW)
+    Avx512, ///< segments of 16 blocks sorted out in 64-byte registers (AVX-512 BW and VBMI2, BMI2)
 };
 
 /// The path loadRLE8() takes: the fastest one the processor has, unless set.

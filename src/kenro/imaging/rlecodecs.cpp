@@ -15,7 +15,7 @@
 #if (defined(__GNUC__) || defined(__clang__)) && defined(__x86_64__)
 #include <immintrin.h>
 #define KENRO_RLE8_AVX512 1
-#define KENRO_TARGET_AVX512 __attribute__((target("avx512f,avx512bw,bmi,bmi2")))
+#define KENRO_TARGET_AVX512 __attribute__((target("avx512f,avx512bw,avx512vbmi2,bmi2,popcnt")))
 #endif
 
 namespace Kenro {
@@ -89,6 +89,21 @@ constexpr qint64 Rle8BlockReach = 80;
 constexpr qint64 Rle8BlockPixels = 1 + 32 * 63;
 
 /**
+ * The run packets among 64 stream bytes whose first byte starts a packet,
+ * from their \a tags (the bytes of 0x40 to 0x7F): of a row of tagged bytes,
+ * the first starts a run and the second is its value, and so on alternately.
+ */
+inline quint64 runHeads(quint64 tags)
+{
+    constexpr quint64 even = 0x5555555555555555ULL;
+    quint64 const starts = tags & ~(tags << 1);
+    // Adding the starts at even places clears those rows: left are the rows
+    // that start at odd places.
+    quint64 const oddRows = (tags + (starts & even)) & tags;
+    return ((tags & ~oddRows) & even) | (oddRows & ~even);
+}
+
+/**
  * Decodes the packets of one RLE8 block of 64 stream bytes at \a next, which
  * starts at a packet: the bytes of 0x40 to 0x7F in it are found at once; of
  * a row of them that follows another byte, the first starts a run and the
@@ -101,13 +116,7 @@ constexpr qint64 Rle8BlockPixels = 1 + 32 * 63;
 template<bool Bounded>
 qint64 decodeRle8Block(uchar const *next, uchar *&out, uchar *last)
 {
-    constexpr quint64 even = 0x5555555555555555ULL;
-    quint64 const tags = runTags(next);
-    quint64 const starts = tags & ~(tags << 1);
-    // Adding the starts at even places clears those rows: left are the rows
-    // that start at odd places.
-    quint64 const oddRows = (tags + (starts & even)) & tags;
-    quint64 heads = ((tags & ~oddRows) & even) | (oddRows & ~even);
+    quint64 heads = runHeads(runTags(next));
     qint64 taken = 0;
     uchar *to = out;
     while (heads != 0) {
@@ -174,74 +183,148 @@ void decodeRle8Blocks(uchar const *&next, uchar const *end, uchar *&out, uchar *
 
 #ifdef KENRO_RLE8_AVX512
 
-// A block of 64 stream bytes, and what the 64-byte loads of its last pixels read past it.
-constexpr qint64 Rle8Avx512BlockReach = 128;
+// The most blocks of 64 stream bytes in a segment, whose packets are sorted
+// out before any is decoded.
+constexpr qint64 Rle8SegmentBlocks = 16;
+// What a segment reads past its last block: the byte after each block, and
+// a run's value.
+constexpr qint64 Rle8SegmentReach = 64;
+// The room a segment leaves before the end of the image; every store lies
+// below it, and the packets near the end are left to the exact paths.
+constexpr qint64 Rle8SegmentRoom = 256;
 
-/**
- * As decodeRle8Block(), with the block's tags found by one compare and every
- * row of single pixels and every run written as one 64-byte store, so that
- * no packet takes a branch of its own; later stores overwrite what one wrote
- * past its packet. The rows of single pixels are loaded from \a next on, up
- * to 127 bytes past it.
- */
-template<bool Bounded>
-KENRO_TARGET_AVX512 inline qint64 decodeRle8BlockAvx512(uchar const *next, uchar *&out, uchar *last)
+/// The first 32 bytes of \a bytes. (GCC 12 warns of _mm512_castsi512_si256().)
+KENRO_TARGET_AVX512 inline __m256i lowHalf(__m512i bytes)
 {
-    constexpr quint64 even = 0x5555555555555555ULL;
-    __m512i const block = _mm512_loadu_si512(next);
-    quint64 const tags = _mm512_cmpeq_epi8_mask(
-        _mm512_and_si512(block, _mm512_set1_epi8(char(0xC0))), _mm512_set1_epi8(0x40));
-    quint64 const starts = tags & ~(tags << 1);
-    quint64 const oddRows = (tags + (starts & even)) & tags;
-    quint64 heads = ((tags & ~oddRows) & even) | (oddRows & ~even);
-    qint64 taken = 0;
-    uchar *to = out;
-    while (heads != 0) {
-        qint64 const at = qint64(_tzcnt_u64(heads));
-        heads = _blsr_u64(heads);
-        qint64 const pixels = at - taken;
-        uint const run = next[at] & 0x3F;
-        if (Bounded && Q_UNLIKELY(to + pixels + std::max(run, 1u) > last)) {
-            out = to;
-            return taken;
-        }
-        _mm512_storeu_si512(to, _mm512_loadu_si512(next + taken));
-        to += pixels;
-        _mm512_storeu_si512(to, _mm512_set1_epi8(char(next[at + 1])));
-        to += run;
-        taken = at + 2;
-    }
-    // The pixels after the last run, none when it took the next block's first byte.
-    qint64 const rest = std::min<qint64>(taken, 64);
-    qint64 pixels = 64 - rest;
-    if (Bounded && Q_UNLIKELY(to + pixels > last))
-        pixels = last - to;
-    _mm512_storeu_si512(to, _mm512_loadu_si512(next + rest));
-    out = to + pixels;
-    return taken + pixels;
+    __m256i low;
+    std::memcpy(&low, &bytes, sizeof low);
+    return low;
 }
 
-/// As decodeRle8Blocks(), with decodeRle8BlockAvx512().
+/**
+ * Decodes RLE8 packets from \a next, which starts at a packet, a segment of
+ * up to 16 blocks of 64 stream bytes at a time, in two passes.
+ *
+ * The first pass sorts out a block's packets at once (one compare gives its
+ * tagged bytes, runHeads() the runs among them) and writes the block into a
+ * copy of the segment as single pixels wherever it can: a run of 2 becomes
+ * its value twice, a run of 1 its value alone, and a run of 0 nothing. Left
+ * as runs are those of 3 and more, a good deal fewer on real sprites, whose
+ * places in the copy are listed. The second pass takes the listed runs in
+ * one loop, each with the single pixels before it: one 32-byte store for up
+ * to 32 single pixels and two for the run, so that no packet takes a branch
+ * of its own and no loop ends at each block. Later stores overwrite what one
+ * wrote past its packet.
+ *
+ * A segment ends at a packet: when its last byte starts a run, the run's
+ * value belongs to it. It is only decoded when all it can give fits in the
+ * image up to \a last with room to spare, so every store lies 128 bytes or
+ * more before \a last. Stops, at a packet, where fewer than a block and what
+ * it reads past its end are left in the chunk up to \a end, or where the next
+ * block might not fit.
+ */
 KENRO_TARGET_AVX512 void decodeRle8BlocksAvx512(uchar const *&next, uchar const *end, uchar *&out,
                                                 uchar *last)
 {
-    while (out < last && end - next >= Rle8Avx512BlockReach) {
-        if (last - out > Rle8BlockPixels) {
-            next += decodeRle8BlockAvx512<false>(next, out, last);
-            continue;
+    // The segment as single pixels and runs; what pass two reads past the end is never kept.
+    alignas(64) uchar kept[Rle8SegmentBlocks * 64 + 128];
+    // Where each run of 3 or more starts in kept.
+    alignas(64) quint16 runs[Rle8SegmentBlocks * 32 + 32];
+    __m512i const places = _mm512_set_epi8(
+        63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45, 44, 43, 42, 41,
+        40, 39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20, 19, 18,
+        17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0);
+    __m512i const top = _mm512_set1_epi8(char(0xC0));
+    __m512i const run0 = _mm512_set1_epi8(0x40);
+    __m512i const run2 = _mm512_set1_epi8(0x42);
+    uchar *to = out;
+    for (;;) {
+        qint64 const most =
+            std::min<qint64>(Rle8SegmentBlocks, (end - next - Rle8SegmentReach) / 64);
+        qint64 const room = last - to - Rle8SegmentRoom;
+        qint64 blocks = 0;
+        qint64 size = 0; // bytes in kept
+        qint64 count = 0; // runs listed
+        qint64 reach = 0; // the most pixels the blocks so far give
+        quint64 value = 0; // 1 when the last block's last byte starts a run
+        quint64 none = 0; // 1 when that run is of 0
+        for (; blocks < most; ++blocks) {
+            uchar const *const from = next + 64 * blocks;
+            __m512i const block = _mm512_loadu_si512(from);
+            quint64 tags = _mm512_cmpeq_epi8_mask(_mm512_and_si512(block, top), run0);
+            // The run's value is no tag. (Rare enough for a branch, which
+            // keeps the blocks apart.)
+            if (value)
+                tags &= ~quint64(1);
+            quint64 const heads = runHeads(tags);
+            quint64 const heads0 = heads & _mm512_cmpeq_epi8_mask(block, run0);
+            quint64 const heads2 = heads & _mm512_cmpeq_epi8_mask(block, run2);
+            quint64 const shorter = heads & _mm512_cmple_epu8_mask(block, run2);
+            quint64 const longer = heads ^ shorter;
+            // A run of 0 drops its value, runs of 0 and 1 their head.
+            quint64 const keep = ~((shorter & ~heads2) | (heads0 << 1) | none);
+            qint64 const kept1 = qint64(_mm_popcnt_u64(keep));
+            qint64 const longer1 = qint64(_mm_popcnt_u64(longer));
+            // Each kept byte is a pixel, but a longer run's head and value are up to 63.
+            reach += kept1 + 61 * longer1;
+            if (Q_UNLIKELY(reach > room))
+                break;
+            __m512i const pixels =
+                _mm512_mask_blend_epi8(heads2, block, _mm512_loadu_si512(from + 1));
+            _mm512_storeu_si512(kept + size, _mm512_maskz_compress_epi8(keep, pixels));
+            __m512i const at = _mm512_maskz_compress_epi8(_pext_u64(longer, keep), places);
+            _mm512_storeu_si512(runs + count,
+                                _mm512_add_epi16(_mm512_cvtepu8_epi16(lowHalf(at)),
+                                                 _mm512_set1_epi16(short(size))));
+            size += kept1;
+            count += longer1;
+            value = heads >> 63;
+            none = heads0 >> 63;
         }
-        qint64 const taken = decodeRle8BlockAvx512<true>(next, out, last);
-        next += taken;
-        if (taken < 64)
-            return;
+        if (blocks == 0)
+            break;
+        qint64 segment = 64 * blocks;
+        if (value) {
+            // The value of a run that starts at the last byte.
+            kept[size] = next[segment];
+            size += qint64(1 - none);
+            ++segment;
+        }
+
+        qint64 taken = 0;
+        for (qint64 i = 0; i < count; ++i) {
+            qint64 const at = runs[i];
+            qint64 const single = at - taken;
+            uint const run = kept[at] & 0x3F;
+            if (Q_UNLIKELY(single > 32)) {
+                for (qint64 j = 0; j < single; j += 64)
+                    _mm512_storeu_si512(to + j, _mm512_loadu_si512(kept + taken + j));
+            } else {
+                _mm256_storeu_si256(
+                    reinterpret_cast<__m256i *>(to),
+                    _mm256_loadu_si256(reinterpret_cast<__m256i const *>(kept + taken)));
+            }
+            to += single;
+            __m256i const fill = _mm256_set1_epi8(char(kept[at + 1]));
+            _mm256_storeu_si256(reinterpret_cast<__m256i *>(to), fill);
+            _mm256_storeu_si256(reinterpret_cast<__m256i *>(to + (run & 32)), fill);
+            to += run;
+            taken = at + 2;
+        }
+        for (qint64 j = 0; j < size - taken; j += 64)
+            _mm512_storeu_si512(to + j, _mm512_loadu_si512(kept + taken + j));
+        to += size - taken;
+        next += segment;
     }
+    out = to;
 }
 
 bool hasAvx512()
 {
     __builtin_cpu_init();
     return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-        __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
+        __builtin_cpu_supports("avx512vbmi2") && __builtin_cpu_supports("bmi2") &&
+        __builtin_cpu_supports("popcnt");
 }
 
 #else
