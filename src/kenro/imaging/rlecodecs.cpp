@@ -346,8 +346,8 @@ std::atomic<Rle8Path> &chosenRle8Path()
 void decodeRle8Blocks(Rle8Path path, uchar const *&next, uchar const *end, uchar *&out, uchar *last)
 {
 #ifdef KENRO_RLE8_AVX512
-    // The blocks whose loads would read past the chunk take the portable
-    // path, which reads less far.
+    // What the segments leave near the end of the chunk or of the image
+    // takes the portable path, which reads less far and stops exactly.
     if (path == Rle8Path::Avx512)
         decodeRle8BlocksAvx512(next, end, out, last);
 #endif
