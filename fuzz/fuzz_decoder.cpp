@@ -119,22 +119,24 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const *data, size_t size)
 #elif defined(KENRO_FUZZ_RLE5)
     Kenro::loadRLE5(image, device.get());
 #elif defined(KENRO_FUZZ_RLE8)
-    // The path the processor takes and the portable one agree on every
-    // input, on what they write and what they leave.
+    // Every path the processor can take agrees with the portable one on
+    // every input, on what they write and what they leave.
     image.fill(0);
     Kenro::Rle8Path const chosen = Kenro::rle8Path();
+    Kenro::setRle8Path(Kenro::Rle8Path::Portable);
     bool const ok = Kenro::loadRLE8(image, device.get());
-    if (chosen != Kenro::Rle8Path::Portable) {
-        QImage portable(width, height, image.format());
-        portable.fill(0);
+    for (Kenro::Rle8Path path : {Kenro::Rle8Path::Avx2, Kenro::Rle8Path::Avx512}) {
+        if (!Kenro::setRle8Path(path))
+            continue;
+        QImage other(width, height, image.format());
+        other.fill(0);
         QByteArray copy(reinterpret_cast<char const *>(data + 5), qsizetype(size - 5));
         std::unique_ptr<QIODevice> const again = chosenDevice(data[4], copy);
-        Kenro::setRle8Path(Kenro::Rle8Path::Portable);
-        bool const portableOk = Kenro::loadRLE8(portable, again.get());
-        Kenro::setRle8Path(chosen);
-        if (portableOk != ok || pixelBytes(portable) != pixelBytes(image))
+        bool const otherOk = Kenro::loadRLE8(other, again.get());
+        if (otherOk != ok || pixelBytes(other) != pixelBytes(image))
             abort();
     }
+    Kenro::setRle8Path(chosen);
     // RGB32 lines are read with three bytes a pixel but written with four,
     // so only the other two formats come back as they went.
     if (ok &&

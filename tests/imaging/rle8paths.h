@@ -12,15 +12,24 @@ inline QList<Kenro::Rle8Path> rle8Paths()
 {
     Kenro::Rle8Path const chosen = Kenro::rle8Path();
     QList<Kenro::Rle8Path> paths{Kenro::Rle8Path::Portable};
-    if (Kenro::setRle8Path(Kenro::Rle8Path::Avx512))
-        paths.append(Kenro::Rle8Path::Avx512);
+    for (Kenro::Rle8Path path : {Kenro::Rle8Path::Avx2, Kenro::Rle8Path::Avx512}) {
+        if (Kenro::setRle8Path(path))
+            paths.append(path);
+    }
     Kenro::setRle8Path(chosen);
     return paths;
 }
 
 inline QString rle8PathName(Kenro::Rle8Path path)
 {
-    return path == Kenro::Rle8Path::Avx512 ? QStringLiteral("AVX-512") : QStringLiteral("portable");
+    switch (path) {
+    case Kenro::Rle8Path::Avx2:
+        return QStringLiteral("AVX2");
+    case Kenro::Rle8Path::Avx512:
+        return QStringLiteral("AVX-512");
+    default:
+        return QStringLiteral("portable");
+    }
 }
 
 /// Makes loadRLE8() take one path while it lives, then the one chosen before.

@@ -539,6 +539,10 @@ private Q_SLOTS:
             QTest::newRow(qPrintable(QStringLiteral("row of %1").arg(row)))
                 << stream + QByteArray(100, 0x33);
         }
+        // A run of 2 whose second pixel an image of 11 pixels has no room for:
+        // the packet is read whole all the same.
+        QTest::newRow("run of 2 cut")
+            << QByteArray(10, 0x11) + bytes({0x42, 0x55}) + QByteArray(150, 0x33);
         // Runs of nothing only: a block gives no pixels.
         QByteArray empty;
         for (int i = 0; i < 200; ++i)
@@ -565,9 +569,9 @@ private Q_SLOTS:
             QVERIFY(scope.taken());
             // Images that end before, inside and after the stream's pixels.
             for (QSize size :
-                 {QSize(1, 1), QSize(50, 2), QSize(61, 1), QSize(62, 1), QSize(63, 1), QSize(65, 1),
-                  QSize(100, 3), QSize(293, 7), QSize(2015, 1), QSize(2016, 1), QSize(2017, 1),
-                  QSize(2018, 1), QSize(2100, 1), QSize(300, 40)}) {
+                 {QSize(1, 1), QSize(11, 1), QSize(50, 2), QSize(61, 1), QSize(62, 1), QSize(63, 1),
+                  QSize(65, 1), QSize(100, 3), QSize(293, 7), QSize(2015, 1), QSize(2016, 1),
+                  QSize(2017, 1), QSize(2018, 1), QSize(2100, 1), QSize(300, 40)}) {
                 for (int device = int(Device::Buffer); device <= int(Device::Trickle); ++device) {
                     QString message;
                     QVERIFY2(agrees(loadRLE8, referenceRle8,

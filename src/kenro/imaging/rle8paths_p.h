@@ -7,6 +7,7 @@ namespace Kenro {
 /// The ways loadRLE8() can decode its blocks of 64 stream bytes.
 enum class Rle8Path {
     Portable, ///< chunks of 16 bytes, on any processor
+    Avx2, ///< blocks in 32-byte registers, runs of 2 as single pixels (AVX2 and BMI)
     Avx512, ///< segments of 16 blocks sorted out in 64-byte registers (AVX-512 BW and VBMI2, BMI2)
 };
 

@@ -14,8 +14,9 @@
 
 #if (defined(__GNUC__) || defined(__clang__)) && defined(__x86_64__)
 #include <immintrin.h>
-#define KENRO_RLE8_AVX512 1
+#define KENRO_RLE8_X86 1
 #define KENRO_TARGET_AVX512 __attribute__((target("avx512f,avx512bw,avx512vbmi2,bmi2,popcnt")))
+#define KENRO_TARGET_AVX2 __attribute__((target("avx2,bmi")))
 #endif
 
 namespace Kenro {
@@ -181,7 +182,114 @@ void decodeRle8Blocks(uchar const *&next, uchar const *end, uchar *&out, uchar *
     }
 }
 
-#ifdef KENRO_RLE8_AVX512
+#ifdef KENRO_RLE8_X86
+
+// A block of 64 stream bytes, and what the copy of it reads past it.
+constexpr qint64 Rle8Avx2BlockReach = 128;
+
+/// The top bits of the bytes of \a low and then \a high.
+KENRO_TARGET_AVX2 inline quint64 byteBits(__m256i low, __m256i high)
+{
+    return quint64(uint(_mm256_movemask_epi8(low))) |
+        quint64(uint(_mm256_movemask_epi8(high))) << 32;
+}
+
+KENRO_TARGET_AVX2 inline __m256i load32(uchar const *from)
+{
+    return _mm256_loadu_si256(reinterpret_cast<__m256i const *>(from));
+}
+
+KENRO_TARGET_AVX2 inline void store32(uchar *to, __m256i bytes)
+{
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(to), bytes);
+}
+
+/// Bytes of 0xFF where \a bits has a bit set, of 0 elsewhere.
+KENRO_TARGET_AVX2 inline __m256i bitBytes(uint bits)
+{
+    // Each byte takes the byte of bits that holds its bit, then keeps that bit.
+    __m256i const spread = _mm256_setr_epi8(0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1, 2, 2, 2,
+                                            2, 2, 2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 3);
+    __m256i const bit = _mm256_set1_epi64x(qint64(0x8040201008040201ULL));
+    __m256i const byte = _mm256_shuffle_epi8(_mm256_set1_epi32(int(bits)), spread);
+    return _mm256_cmpeq_epi8(_mm256_and_si256(byte, bit), bit);
+}
+
+/**
+ * As decodeRle8Block(), in 32-byte registers, with the runs of 2 made into
+ * their value twice in a copy of the block first: real sprites are full of
+ * them, and as single pixels they cost no turn of the loop. Not the one whose
+ * value is the next block's first byte, nor when \a Bounded, where the image
+ * may fill up between the two pixels.
+ */
+template<bool Bounded>
+KENRO_TARGET_AVX2 inline qint64 decodeRle8BlockAvx2(uchar const *next, uchar *&out, uchar *last)
+{
+    __m256i const top = _mm256_set1_epi8(char(0xC0));
+    __m256i const run0 = _mm256_set1_epi8(0x40);
+    __m256i const run2 = _mm256_set1_epi8(0x42);
+    __m256i const low = load32(next);
+    __m256i const high = load32(next + 32);
+    quint64 const heads = runHeads(byteBits(_mm256_cmpeq_epi8(_mm256_and_si256(low, top), run0),
+                                            _mm256_cmpeq_epi8(_mm256_and_si256(high, top), run0)));
+    quint64 const twos = Bounded
+        ? 0
+        : heads & byteBits(_mm256_cmpeq_epi8(low, run2), _mm256_cmpeq_epi8(high, run2)) &
+            ~(quint64(1) << 63);
+    alignas(32) uchar pixels[128];
+    store32(pixels, _mm256_blendv_epi8(low, load32(next + 1), bitBytes(uint(twos))));
+    store32(pixels + 32, _mm256_blendv_epi8(high, load32(next + 33), bitBytes(uint(twos >> 32))));
+    // Read by the copies of the last pixels, never kept.
+    store32(pixels + 64, load32(next + 64));
+    store32(pixels + 96, load32(next + 96));
+    quint64 runs = heads & ~twos;
+    qint64 taken = 0;
+    uchar *to = out;
+    while (runs != 0) {
+        qint64 const at = qint64(_tzcnt_u64(runs));
+        runs = _blsr_u64(runs);
+        qint64 const single = at - taken;
+        uint const run = next[at] & 0x3F;
+        if (Bounded && Q_UNLIKELY(to + single + std::max(run, 1u) > last)) {
+            out = to;
+            return taken;
+        }
+        store32(to, load32(pixels + taken));
+        if (Q_UNLIKELY(single > 32))
+            store32(to + 32, load32(pixels + taken + 32));
+        to += single;
+        __m256i const fill = _mm256_set1_epi8(char(next[at + 1]));
+        store32(to, fill);
+        store32(to + (run & 32), fill);
+        to += run;
+        taken = at + 2;
+    }
+    // The pixels after the last run, none when it took the next block's first byte.
+    qint64 const rest = std::min<qint64>(taken, 64);
+    qint64 single = 64 - rest;
+    if (Bounded && Q_UNLIKELY(to + single > last))
+        single = last - to;
+    store32(to, load32(pixels + rest));
+    store32(to + 32, load32(pixels + rest + 32));
+    out = to + single;
+    return taken + single;
+}
+
+/// As decodeRle8Blocks(), with decodeRle8BlockAvx2().
+KENRO_TARGET_AVX2 void decodeRle8BlocksAvx2(uchar const *&next, uchar const *end, uchar *&out,
+                                            uchar *last)
+{
+    while (out < last && end - next >= Rle8Avx2BlockReach) {
+        if (last - out > Rle8BlockPixels) {
+            next += decodeRle8BlockAvx2<false>(next, out, last);
+            continue;
+        }
+        qint64 const taken = decodeRle8BlockAvx2<true>(next, out, last);
+        next += taken;
+        if (taken < 64)
+            return;
+    }
+}
 
 // The most blocks of 64 stream bytes in a segment, whose packets are sorted
 // out before any is decoded.
@@ -319,37 +427,50 @@ KENRO_TARGET_AVX512 void decodeRle8BlocksAvx512(uchar const *&next, uchar const 
     out = to;
 }
 
-bool hasAvx512()
+/// Whether the processor can take \a path.
+bool canTake(Rle8Path path)
 {
     __builtin_cpu_init();
-    return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-        __builtin_cpu_supports("avx512vbmi2") && __builtin_cpu_supports("bmi2") &&
-        __builtin_cpu_supports("popcnt");
+    switch (path) {
+    case Rle8Path::Portable:
+        return true;
+    case Rle8Path::Avx2:
+        return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi");
+    case Rle8Path::Avx512:
+        return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+            __builtin_cpu_supports("avx512vbmi2") && __builtin_cpu_supports("bmi2") &&
+            __builtin_cpu_supports("popcnt");
+    }
+    return false;
 }
 
 #else
 
-bool hasAvx512()
+bool canTake(Rle8Path path)
 {
-    return false;
+    return path == Rle8Path::Portable;
 }
 
 #endif
 
 std::atomic<Rle8Path> &chosenRle8Path()
 {
-    static std::atomic<Rle8Path> path(hasAvx512() ? Rle8Path::Avx512 : Rle8Path::Portable);
+    static std::atomic<Rle8Path> path(canTake(Rle8Path::Avx512)     ? Rle8Path::Avx512
+                                          : canTake(Rle8Path::Avx2) ? Rle8Path::Avx2
+                                                                    : Rle8Path::Portable);
     return path;
 }
 
 /// Decodes RLE8 blocks on the path chosen, as decodeRle8Blocks().
 void decodeRle8Blocks(Rle8Path path, uchar const *&next, uchar const *end, uchar *&out, uchar *last)
 {
-#ifdef KENRO_RLE8_AVX512
-    // What the segments leave near the end of the chunk or of the image
-    // takes the portable path, which reads less far and stops exactly.
+#ifdef KENRO_RLE8_X86
+    // What the segments and blocks leave near the end of the chunk or of the
+    // image takes the portable path, which reads less far and stops exactly.
     if (path == Rle8Path::Avx512)
         decodeRle8BlocksAvx512(next, end, out, last);
+    else if (path == Rle8Path::Avx2)
+        decodeRle8BlocksAvx2(next, end, out, last);
 #endif
     decodeRle8Blocks(next, end, out, last);
 }
@@ -363,7 +484,7 @@ Rle8Path rle8Path()
 
 bool setRle8Path(Rle8Path path)
 {
-    if (path == Rle8Path::Avx512 && !hasAvx512())
+    if (!canTake(path))
         return false;
     chosenRle8Path().store(path, std::memory_order_relaxed);
     return true;
