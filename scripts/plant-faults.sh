@@ -170,7 +170,8 @@ restore() {
   for f in "${touched[@]}"; do
     # A plain copy gives the file a new time, so the next build compiles it
     # again and no object of the fault is left behind.
-    cp "$backup/$(printf '%s' "$f" | tr / _)" "$f"
+    cp "$backup/$(printf '%s' "$f" | tr / _)" "$f" &&
+      rm -f "$backup/$(printf '%s' "$f" | tr / _)"
   done
   touched=()
 }
