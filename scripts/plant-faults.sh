@@ -204,8 +204,9 @@ replace_once() {
 # Applies fault $1; false (with the source put back) when a change does not apply.
 apply_fault() {
   local i=$1 record file old new key
-  local IFS=$RS
-  for record in ${f_changes[$i]}; do
+  # Records are read one by one, never split by the shell: a change may hold
+  # characters that would otherwise be taken as a file-name pattern.
+  while IFS= read -r -d "$RS" record; do
     IFS=$US read -r file old new <<<"$record"
     if [ ! -f "$file" ]; then
       echo "no file $file"
@@ -222,7 +223,7 @@ apply_fault() {
       restore
       return 1
     fi
-  done
+  done < <(printf '%s' "${f_changes[$i]}")
   return 0
 }
 
