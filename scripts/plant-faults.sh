@@ -184,7 +184,7 @@ trap cleanup EXIT
 trap 'echo; echo "plant-faults: stopped; the source is put back" >&2; exit 130' INT TERM HUP
 
 # Replaces the one occurrence of OLD by NEW in FILE; fails, changing nothing,
-# when OLD is not there exactly once.
+# when OLD is not there exactly once or NEW is the same text.
 replace_once() {
   OLD=$2 NEW=$3 perl -e '
     my $path = shift;
@@ -193,7 +193,7 @@ replace_once() {
     my $text = <$in>;
     close $in;
     my $count = () = $text =~ /\Q$ENV{OLD}\E/g;
-    exit 3 if $count != 1;
+    exit 3 if $count != 1 || $ENV{OLD} eq $ENV{NEW};
     $text =~ s/\Q$ENV{OLD}\E/$ENV{NEW}/;
     open(my $out, ">", $path) or exit 4;
     print $out $text;
