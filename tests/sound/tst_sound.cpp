@@ -21,8 +21,6 @@ using namespace Kenro;
 
 namespace {
 
-using Chunks = QList<QPair<QByteArray, QByteArray>>;
-
 QByteArray le(quint32 value, int size)
 {
     char raw[4];
@@ -35,23 +33,20 @@ QByteArray le16(QVector<qint16> const &values)
     return QByteArray(reinterpret_cast<char const *>(values.constData()), values.size() * 2);
 }
 
-// The body of the first chunk \a id of a RIFF file, found by walking its
-// chunk list, and the number of chunks in \a count.
-QByteArray chunk(QByteArray const &file, QByteArray const &id, int *count = nullptr)
+// The chunks of a RIFF file by name, the first of each name, found by walking the list.
+QMap<QByteArray, QByteArray> chunks(QByteArray const &file)
 {
-    QByteArray body;
-    int n = 0;
-    for (qsizetype at = 12; file.startsWith("RIFF") && at + 8 <= file.size(); ++n) {
+    QMap<QByteArray, QByteArray> found;
+    for (qsizetype at = 12; file.startsWith("RIFF") && at + 8 <= file.size();) {
         quint32 const size = qFromLittleEndian<quint32>(file.constData() + at + 4);
-        body = body.isNull() && file.mid(at, 4) == id ? file.mid(at + 8, size) : body;
+        found.insert(file.mid(at, 4), found.value(file.mid(at, 4), file.mid(at + 8, size)));
         at += 8 + qsizetype(size) + (size & 1);
     }
-    *(count ? count : &n) = n;
-    return body;
+    return found;
 }
 
 // A RIFF WAVE file of \a chunks in that order, each padded to even size.
-QByteArray riff(Chunks const &chunks)
+QByteArray riff(QList<QPair<QByteArray, QByteArray>> const &chunks)
 {
     QByteArray body("WAVE");
     for (auto const &[id, bytes] : chunks)
@@ -66,6 +61,11 @@ QByteArray format(quint16 tag, quint16 channels, quint32 rate, quint16 bits, qui
 }
 
 QByteArray const mono16 = format(1, 1, 8000, 16, 16000);
+
+QByteArray wav(QByteArray const &data, QByteArray const &fmt = mono16)
+{
+    return riff({{"fmt ", fmt}, {"data", data}});
+}
 
 // The signal-to-noise ratio in dB of 16-bit \a test against \a reference, over the common length.
 double snr16(QByteArray const &reference, QByteArray const &test)
@@ -135,6 +135,11 @@ QByteArray encoded(SoundSample const &sample, char const *format)
     return saveSound(&buffer, format, sample) ? bytes : QByteArray();
 }
 
+SoundSample coded(QString const &root, char const *name, char const *format)
+{
+    return decoded(KenroTest::readFile(root + "/sounds/coded/" + name), format);
+}
+
 // The header-type flags of every Ogg page in \a bytes.
 QList<int> oggPageFlags(QByteArray const &bytes)
 {
@@ -200,15 +205,6 @@ class TestSound : public QObject
 {
     Q_OBJECT
 
-    // A file of the test data's coded sounds, read as \a format.
-    SoundSample coded(QString const &root, char const *name, char const *format)
-    {
-        QFile file(root + QStringLiteral("/sounds/coded/") + QLatin1String(name));
-        SoundSample sample;
-        loadSound(&file, format, sample);
-        return sample;
-    }
-
 private Q_SLOTS:
     void samples_data()
     {
@@ -222,10 +218,8 @@ private Q_SLOTS:
         };
         row("8 centre", 8, "80", 0.0f, 3);
         row("8 one wraps", 8, "00", 1.0f, 2);
-        // 0.99 * 128 + 128 = 254.72, truncated.
         row("8 truncates", 8, "fe", 0.99f, 2);
         row("16 low", 16, "0080", -1.0f, 3);
-        row("16 half", 16, "0040", 0.5f, 3);
         row("16 toward zero", 16, "ffff", -1.5f / 32768, 2);
         row("24 half", 24, "000040", 0.5f, 3);
         row("20 as 24", 20, "0100c0", -0.5f + 256.0f / 2147483648.0f, 3);
@@ -233,7 +227,6 @@ private Q_SLOTS:
         row("unknown depth reads nothing", 12, "1234", 0.0f, 1);
         row("unknown depth writes nothing", 12, "", 0.5f, 2);
     }
-
     void samples()
     {
         QFETCH(int, bits);
@@ -242,8 +235,7 @@ private Q_SLOTS:
         QFETCH(int, ways);
         if (ways & 1)
             QCOMPARE(decodeSample(bytes.constData(), bits), value);
-        // A guard byte behind the sample must stay.
-        QByteArray out(bytes.size() + 1, '\x5A');
+        QByteArray out(bytes.size() + 1, '\x5A'); // with a guard byte that must stay
         encodeSample(value, out.data(), bits);
         if (ways & 2)
             QCOMPARE(out.toHex(), (bytes + '\x5A').toHex());
@@ -252,11 +244,10 @@ private Q_SLOTS:
     void samplesRoundTrip()
     {
         for (int bits : {8, 16, 24, 32}) {
-            float const step = std::ldexp(1.0f, 1 - bits);
             for (float value = -1.0f; value < 0.99f; value += 0.0625f) {
                 char bytes[4] = {};
                 encodeSample(value, bytes, bits);
-                QVERIFY2(std::fabs(decodeSample(bytes, bits) - value) <= step,
+                QVERIFY2(std::fabs(decodeSample(bytes, bits) - value) <= std::ldexp(1.0f, 1 - bits),
                          qPrintable(QStringLiteral("%1 bits, %2").arg(bits).arg(value)));
             }
         }
@@ -276,18 +267,15 @@ private Q_SLOTS:
         row("8 truncates", 8, "83", 0.5f, "81");
         row("8 negative truncates", 8, "7d", 0.5f, "7f");
         row("16 saturates", 16, "0060", 2.0f, "ff7f");
-        row("16 negative", 16, "0010", -2.0f, "00e0");
         row("16 negative truncates", 16, "fdff", 0.5f, "ffff");
         // The clamp acts on the value still shifted by 8: 1/256 of full scale.
         row("24 loud clamped", 24, "000040", 1.0f, "ff7f00");
         row("24 loud negative", 24, "0000c0", 1.0f, "0080ff");
-        row("24 quiet", 24, "000100", 2.0f, "000200");
         // Only the low 16 bits are stored; the upper bytes stay as they were.
         row("32 low half", 32, "45230100", 2.0f, "8a465a5a");
         row("32 saturates", 32, "00000060", 2.0f, "ffff5a5a");
         row("unknown depth", 12, "1234", 2.0f, "5a5a");
     }
-
     void scale()
     {
         QFETCH(int, bits);
@@ -314,8 +302,12 @@ private Q_SLOTS:
                       QByteArray const &expected) {
             QTest::newRow(name) << sample << target << expected;
         };
-        QByteArray const ramp = le16({16384, -16384, 0, 8192});
-        SoundSample const mono = pcm(1, 16, 11025, ramp);
+        SoundSample const mono = pcm(1, 16, 11025, le16({16384, -16384, 0, 8192}));
+        auto odd = [&](quint16 channels, quint32 frequency, quint32 frames) {
+            SoundSample sample = mono;
+            static_cast<SampleInfo &>(sample) = {channels, 16, frequency, frames};
+            return sample;
+        };
         row("stereo to mono", pcm(2, 16, 11025, le16({1000, 3000, -400, -200, 0, 32766})),
             {1, 16, 11025, 3}, le16({2000, -300, 16383}));
         row("mono to stereo", mono, {2, 16, 11025, 4},
@@ -333,18 +325,11 @@ private Q_SLOTS:
         row("ratio too high", mono, {1, 16, 11025 * 300, 0}, {});
         row("ratio too low", mono, {1, 16, 11025 / 300, 0}, {});
         row("to zero", mono, {1, 16, 0, 0}, {});
-        SoundSample odd = mono;
-        odd.frequency = 0;
-        row("from zero", odd, {1, 16, 11025, 0}, {});
+        row("from zero", odd(1, 0, 4), {1, 16, 11025, 0}, {});
         // A frame count past 32 bits after conversion is refused up front.
-        odd = mono;
-        odd.frames = 3000000000u;
-        row("too many frames", odd, {1, 16, 22050, 0}, {});
-        odd.channels = 0;
-        odd.frames = 4;
-        row("no channels", odd, {0, 8, 11025, 0}, {});
+        row("too many frames", odd(1, 11025, 3000000000u), {1, 16, 22050, 0}, {});
+        row("no channels", odd(0, 11025, 4), {0, 8, 11025, 0}, {});
     }
-
     void resample()
     {
         QFETCH(SoundSample, sample);
@@ -358,26 +343,23 @@ private Q_SLOTS:
 
     void requantize8()
     {
-        // At the same rate only the float round trip acts: the 127.5 centre
-        // loses a step on some bytes, never on the ends.
+        // The same rate leaves the float round trip: centred on 127.5, some bytes lose a step.
         QByteArray bytes;
         for (int b = 0; b < 256; ++b)
             bytes.append(char(b));
         SoundSample sample = pcm(1, 8, 8000, bytes);
         QVERIFY(resampleSound(sample, sample));
-        int lowered = 0;
-        for (int b = 0; b < 256; ++b) {
-            int const now = quint8(sample.data.at(b));
-            QVERIFY2(now == b || (now == b - 1 && b < 255), qPrintable(QString::number(b)));
-            lowered += now != b;
-        }
-        QVERIFY(lowered > 0);
+        QByteArray steps;
+        for (int b = 0; b < 256; ++b)
+            steps.append(char(b - quint8(sample.data.at(b))));
+        QVERIFY2(steps.count('\0') + steps.count('\1') == 256 && steps.contains('\1') &&
+                     steps.at(0) == 0 && steps.at(255) == 0,
+                 steps.toHex().constData());
     }
 
     void toneSurvivesResampling()
     {
-        // Half a second of a 1 kHz tone, up to 44,100 Hz and back down, is the
-        // same tone at each rate away from the ends.
+        // A 1 kHz tone up to 44,100 Hz and back is the same tone at each rate, away from the ends.
         SoundSample sample = tone(22050, 11025);
         for (quint32 rate : {44100u, 22050u}) {
             QVERIFY(resampleSound(sample, SampleInfo{1, 16, rate, 0}));
@@ -406,16 +388,13 @@ private Q_SLOTS:
         if (root.isEmpty())
             QTest::newRow("no test data") << QString();
     }
-
     void realWavFiles()
     {
-        // Samples and header as the file's chunks give them; written back, a
-        // 44-byte header, a format and a data chunk.
+        // As the chunks give them; written back, a 44-byte header, a format and a data chunk.
         KENRO_REQUIRE_TESTDATA(root);
         QFETCH(QString, path);
         QByteArray bytes = KenroTest::readFile(path);
-        QByteArray const fmt = chunk(bytes, "fmt ");
-        QByteArray const data = chunk(bytes, "data");
+        QByteArray const fmt = chunks(bytes).value("fmt "), data = chunks(bytes).value("data");
         QVERIFY(fmt.size() >= 16 && !data.isEmpty());
         auto const channels = qFromLittleEndian<quint16>(fmt.constData() + 2);
         auto const rate = qFromLittleEndian<quint32>(fmt.constData() + 4);
@@ -428,15 +407,11 @@ private Q_SLOTS:
         QCOMPARE(sample.data, data);
         QBuffer buffer(&bytes);
         QCOMPARE(header(soundInfoFromWAV(&buffer)), header(expected));
-
         QByteArray const written = encoded(sample, "WAV");
-        int count = 0;
-        QCOMPARE(chunk(written, "data", &count), data);
-        QCOMPARE(count, 2);
-        QCOMPARE(written.size(), 44 + data.size());
+        QByteArray const canonical =
+            wav(data, format(1, channels, rate, bits, rate * channels * bits / 8));
+        QCOMPARE(written.mid(8), canonical.mid(8, 36 + data.size()));
         QCOMPARE(qFromLittleEndian<quint32>(written.constData() + 4), quint32(written.size() - 8));
-        QCOMPARE(chunk(written, "fmt "),
-                 format(1, channels, rate, bits, rate * (channels * bits / 8)));
     }
 
     void wavRoundTrip()
@@ -464,7 +439,7 @@ private Q_SLOTS:
                       quint32 frames, quint32 infoFrames) {
             QTest::newRow(name) << file << expected << frames << infoFrames;
         };
-        row("plain", riff({{"fmt ", mono16}, {"data", samples}}), samples, 3, 3);
+        row("plain", wav(samples), samples, 3, 3);
         // The byte search for "data" skips other chunks unparsed.
         row("LIST before data", riff({{"fmt ", mono16}, {"LIST", "INFOISFT"}, {"data", samples}}),
             samples, 3, 3);
@@ -476,19 +451,15 @@ private Q_SLOTS:
                   {"junk", QByteArray("data\x02\0\0\0\x7F\x7E", 10)},
                   {"data", samples}}),
             "\x7F\x7E", 1, 1);
-        row("byte rate 0", riff({{"fmt ", format(1, 1, 8000, 16, 0)}, {"data", samples}}), samples,
-            0, 0);
-        row("not PCM", riff({{"fmt ", format(3, 1, 8000, 32, 32000)}, {"data", samples}}), {}, 0,
-            0);
-        QByteArray const plain = riff({{"fmt ", mono16}, {"data", "12345678"}});
-        row("no RIFF header", "ABCDEFGHIJKL" + plain.mid(12), {}, 0, 4);
-        row("not WAVE", QByteArray(plain).replace(8, 4, "AVI "), {}, 0, 4);
+        row("byte rate 0", wav(samples, format(1, 1, 8000, 16, 0)), samples, 0, 0);
+        row("not PCM", wav(samples, format(3, 1, 8000, 32, 32000)), {}, 0, 0);
+        row("no RIFF header", "ABCDEFGHIJKL" + wav("12345678").mid(12), {}, 0, 4);
+        row("not WAVE", wav("12345678").replace(8, 4, "AVI "), {}, 0, 4);
         // No "data" anywhere: reading goes on behind the format fields.
         row("no data chunk", riff({{"fmt ", mono16}, {"nada", "\x01\x02\x03\x04"}}),
             "\x01\x02\x03\x04", 2, 2);
-        // A damaged size does not conjure gigabytes of silence: what the file
-        // holds is loaded, whatever the data or RIFF size says.
-        QByteArray big = riff({{"fmt ", mono16}, {"data", samples}});
+        // A damaged size conjures no gigabytes of silence: what the file holds is loaded.
+        QByteArray big = wav(samples);
         qToLittleEndian<quint32>(0xFFFFFFF0u, big.data() + 40);
         row("data size huge", big, samples, 3, 0x7FFFFFF8);
         qToLittleEndian<quint32>(0xFFFFFFFFu, big.data() + 4);
@@ -496,7 +467,6 @@ private Q_SLOTS:
         row("empty file", {}, {}, 0, 0);
         row("header only", QByteArray("RIFF\x04\0\0\0WAVE", 12), {}, 0, 0);
     }
-
     void wavLayouts()
     {
         QFETCH(QByteArray, file);
@@ -511,21 +481,18 @@ private Q_SLOTS:
         QCOMPARE(soundInfoFromWAV(&buffer).frames, infoFrames);
     }
 
-    void wavTruncated()
+    void wavDamaged()
     {
+        // Cut short, a file ends in silence once the data size is in; noise
+        // with and without a WAV header reads as nothing or as what it holds.
         QByteArray const samples = noise(4000, 3);
-        QByteArray const file = riff({{"fmt ", mono16}, {"data", samples}});
+        QByteArray const file = wav(samples);
         for (qsizetype cut = file.size() - 1; cut >= 0; cut -= cut > 100 ? 397 : 1) {
             SoundSample const sample = decoded(file.left(cut), "WAV");
-            // Before the chunk size nothing loads; after it, the missing tail is silence.
             QCOMPARE(sample.frames, cut < 44 ? 0u : 2000u);
             if (cut >= 44)
                 QCOMPARE(sample.data, samples.left(cut - 44) + QByteArray(4044 - cut, '\0'));
         }
-    }
-
-    void wavGarbage()
-    {
         for (quint32 seed = 1; seed <= 200; ++seed) {
             QByteArray bytes = noise(int(seed * 7), seed);
             if (seed % 2)
@@ -542,8 +509,7 @@ private Q_SLOTS:
 
     void devices()
     {
-        // Closed devices are opened in the direction needed; wrong directions,
-        // missing places and null devices fail.
+        // Closed devices are opened as needed; wrong directions, missing places and null fail.
         QTemporaryDir dir;
         QFile file(dir.filePath("tone.wav"));
         SoundSample const sample = pcm(1, 8, 8000, "\x80\x90\xA0");
@@ -568,26 +534,22 @@ private Q_SLOTS:
 
     void extensions()
     {
-        // Formats are told apart by address and compared case-sensitively:
-        // "wav" is no built-in format. Built-in formats never reach the
-        // extensions; other ones go to each extension of the format in turn.
+        // Formats are told apart by address and compared case-sensitively ("wav" is no built-in
+        // one); built-in ones never reach the extensions, others go to each in turn.
         static char const refusedFormat[] = "XYZ", readFormat[] = "XYZ";
         static char const refusedMp3[] = "MP3", writtenMp3[] = "MP3";
         static Reader refusing(refusedFormat, false), reader(readFormat, true), lower("wav", true);
         static Writer refusingWriter(refusedMp3, false), writer(writtenMp3, true);
-        QByteArray const wav = riff({{"fmt ", mono16}, {"data", "abcd"}});
+        QByteArray const file = wav("abcd");
         SoundSample const abc = pcm(1, 8, 8000, "abc");
-        QVERIFY(decoded(wav, "wav").data.isEmpty() && decoded(wav, "XYZ").data.isEmpty());
+        QVERIFY(decoded(file, "wav").data.isEmpty() && decoded(file, "XYZ").data.isEmpty());
         QVERIFY(encoded(abc, "MP3").isEmpty());
         for (Extension *extension : std::initializer_list<Extension *>{&refusing, &reader, &lower,
                                                                        &refusingWriter, &writer})
             ExtensionManager::add(extension);
-
-        SoundSample const viaExtension = decoded(wav, "XYZ");
-        QCOMPARE(viaExtension.frequency, 1234u);
-        QCOMPARE(viaExtension.data, wav.left(3));
-        QCOMPARE(decoded(wav, "wav").frequency, 1234u);
-        QCOMPARE(decoded(wav, "WAV").data, QByteArray("abcd"));
+        QCOMPARE(decoded(file, "XYZ").data, file.left(3));
+        QCOMPARE(decoded(file, "wav").frequency, 1234u);
+        QCOMPARE(decoded(file, "WAV").data, QByteArray("abcd"));
         QCOMPARE(encoded(abc, "MP3"), QByteArray("abc"));
         QVERIFY(encoded(abc, "AAC").isEmpty() && encoded(abc, "mp3").isEmpty());
         QCOMPARE(encoded(abc, "WAV").size(), 47);
@@ -606,7 +568,6 @@ private Q_SLOTS:
         QTest::newRow("OGG") << QByteArray("voice_44k_stereo16.ogg") << 21.5;
         QTest::newRow("MP3") << QByteArray("voice_44k_stereo16.mp3") << 24.5;
     }
-
     void codedVoice()
     {
         KENRO_REQUIRE_TESTDATA(root);
@@ -621,88 +582,76 @@ private Q_SLOTS:
         QVERIFY2(snr >= minimumSnr, qPrintable(QString::number(snr)));
     }
 
-    void flac24()
+    void realVoiceThroughOurEncoders()
     {
-        // The same voice as the 44.1 kHz file: about as long and audible, and
-        // written back by our encoder, the same.
+        // The 24-bit voice is as long as the 44.1 kHz one, audible, and survives our FLAC encoder.
         KENRO_REQUIRE_TESTDATA(root);
-        SoundSample const sample = coded(root, "voice_48k_mono24.flac", "FLAC");
-        SoundSample const voice = coded(root, "voice_44k_stereo16.wav", "WAV");
-        QCOMPARE(sample.frames / 480, voice.frames / 441);
-        QCOMPARE(header(sample), header(SampleInfo{1, 24, 48000, sample.frames}));
-        QVERIFY(consistent(sample));
+        SoundSample const deep = coded(root, "voice_48k_mono24.flac", "FLAC");
+        SoundSample const stereo = coded(root, "voice_44k_stereo16.wav", "WAV");
+        QCOMPARE(deep.frames / 480, stereo.frames / 441);
+        QCOMPARE(header(deep), header(SampleInfo{1, 24, 48000, deep.frames}));
+        QVERIFY(consistent(deep));
         float peak = 0;
-        for (quint32 i = 0; i < sample.frames; ++i)
-            peak = std::max(peak, std::fabs(decodeSample(sample.data.constData() + 3 * i, 24)));
+        for (quint32 i = 0; i < deep.frames; ++i)
+            peak = std::max(peak, std::fabs(decodeSample(deep.data.constData() + 3 * i, 24)));
         QVERIFY2(peak > 0.1f && peak <= 1.0f, qPrintable(QString::number(peak)));
-        SoundSample const back = decoded(encoded(sample, "FLAC"), "FLAC");
-        QCOMPARE(header(back), header(sample));
-        QVERIFY(back.data == sample.data);
+        SoundSample const back = decoded(encoded(deep, "FLAC"), "FLAC");
+        QCOMPARE(header(back), header(deep));
+        QVERIFY(back.data == deep.data);
+        // Its left channel through our Ogg encoder: 134,802 frames are no multiple of 65,536, so
+        // the stream ends without its last packets and the pages hold 128,320 frames.
+        QVector<qint16> left(stereo.frames);
+        for (quint32 i = 0; i < stereo.frames; ++i)
+            left[i] = reinterpret_cast<qint16 const *>(stereo.data.constData())[2 * i];
+        SoundSample const voice = pcm(1, 16, 44100, le16(left));
+        SoundSample const ogg = decoded(encoded(voice, "OGG"), "OGG");
+        QCOMPARE(header(ogg), header(SampleInfo{1, 16, 44100, ogg.frames}));
+        QVERIFY(ogg.frames < voice.frames && ogg.frames > voice.frames - 8192 && consistent(ogg));
+        double const snr = snr16(voice.data, ogg.data);
+        QVERIFY2(snr > 20.0, qPrintable(QString::number(snr)));
     }
 
     void flacRoundTrip_data()
     {
         QTest::addColumn<SoundSample>("sample");
+        // What comes back; null when the encoder refuses the sample.
+        QTest::addColumn<QByteArray>("expected");
         for (quint16 bits : {24, 32}) {
             for (quint16 channels : {1, 2}) {
                 QByteArray data = noise((channels == 1 ? 25001 : 777) * channels * bits / 8, bits);
-                // libFLAC keeps 32-bit samples within a signed 32-bit residual:
-                // sound rather than full-scale noise.
+                // Within libFLAC's signed 32-bit residual: sound rather than full-scale noise.
                 for (qsizetype i = 0; bits == 32 && i < data.size(); i += 4)
                     qToLittleEndian(qFromLittleEndian<qint32>(data.constData() + i) / 4,
                                     data.data() + i);
                 QTest::addRow("%d bits, %d channels", bits, channels)
-                    << pcm(channels, bits, 32000, data);
+                    << pcm(channels, bits, 32000, data) << data;
             }
         }
-        // 8-bit bytes go in uncentred: bytes up to 127 come back as they were.
-        QByteArray low = noise(3000, 12);
-        for (char &byte : low)
+        // 8-bit bytes go in uncentred: those up to 127 come back as they were,
+        // and those above are out of the range that libFLAC takes.
+        QByteArray bytes = noise(3000, 12);
+        QTest::newRow("8 bits above 127") << pcm(1, 8, 8000, bytes) << QByteArray();
+        for (char &byte : bytes)
             byte = char(byte & 0x7F);
-        QTest::newRow("8 bits up to 127") << pcm(1, 8, 8000, low);
+        QTest::newRow("8 bits up to 127") << pcm(1, 8, 8000, bytes) << bytes;
+        // 16-bit samples go in through their first byte, sign-extended.
+        QByteArray data = noise(10000, 11), narrowed = data;
+        for (int i = 0; i < 5000; ++i)
+            narrowed[2 * i + 1] = char(data[2 * i] < 0 ? 0xFF : 0x00);
+        QTest::newRow("16 bits") << pcm(1, 16, 8000, data) << narrowed;
     }
-
     void flacRoundTrip()
     {
         QFETCH(SoundSample, sample);
+        QFETCH(QByteArray, expected);
         QByteArray const file = encoded(sample, "FLAC");
-        QVERIFY(file.startsWith("fLaC"));
-        SoundSample const back = decoded(file, "FLAC");
-        QCOMPARE(header(back), header(sample));
-        QVERIFY(back.data == sample.data);
-    }
-
-    void flacNarrowDepths()
-    {
-        // 16-bit samples reach the encoder through their first byte only,
-        // sign-extended: the high byte comes back as the sign of the low one.
-        QByteArray data = noise(2 * 5000, 11);
-        SoundSample const back = decoded(encoded(pcm(1, 16, 8000, data), "FLAC"), "FLAC");
-        QCOMPARE(back.frames, 5000u);
-        for (int i = 0; i < 5000; ++i)
-            data[2 * i + 1] = char(data[2 * i] < 0 ? 0xFF : 0x00);
-        QVERIFY(back.data == data);
-        // 8-bit values up to 255 are out of the range that libFLAC takes.
-        QVERIFY(encoded(pcm(1, 8, 8000, noise(3000, 12)), "FLAC").isEmpty());
-    }
-
-    void oggRealVoice()
-    {
-        // The left channel of the voice, encoded and read back. The stream ends
-        // without its last packets (134,802 frames are no multiple of 65,536):
-        // the pages written so far hold 128,320 frames.
-        KENRO_REQUIRE_TESTDATA(root);
-        SoundSample const stereo = coded(root, "voice_44k_stereo16.wav", "WAV");
-        QVector<qint16> left(stereo.frames);
-        for (quint32 i = 0; i < stereo.frames; ++i)
-            left[i] = reinterpret_cast<qint16 const *>(stereo.data.constData())[2 * i];
-        SoundSample const voice = pcm(1, 16, 44100, le16(left));
-        SoundSample const back = decoded(encoded(voice, "OGG"), "OGG");
-        QCOMPARE(header(back), header(SampleInfo{1, 16, 44100, back.frames}));
-        QVERIFY(back.frames < voice.frames && back.frames > voice.frames - 8192);
-        QVERIFY(consistent(back));
-        double const snr = snr16(voice.data, back.data);
-        QVERIFY2(snr > 20.0, qPrintable(QString::number(snr)));
+        QCOMPARE(file.isEmpty(), expected.isNull());
+        if (!file.isEmpty()) {
+            QVERIFY(file.startsWith("fLaC"));
+            SoundSample const back = decoded(file, "FLAC");
+            QCOMPARE(header(back), header(sample));
+            QVERIFY(back.data == expected);
+        }
     }
 
     void oggEndOfStream_data()
@@ -713,23 +662,19 @@ private Q_SLOTS:
         QTest::addColumn<int>("decodedFrames");
         QTest::newRow("none") << 1 << 0 << true << 0;
         QTest::newRow("one round") << 1 << 65536 << true << 65536;
-        QTest::newRow("two rounds") << 1 << 131072 << true << 131072;
-        // Without the end of stream the packets still in the stream state
-        // never reach a page.
+        // Without the end of stream the last packets never reach a page.
         QTest::newRow("one round and a frame") << 1 << 65537 << false << 0;
         QTest::newRow("short") << 1 << 1000 << false << 0;
         // frames / channels frames are written: the first half of the sound.
         QTest::newRow("stereo") << 2 << 131072 << true << 65536;
     }
-
     void oggEndOfStream()
     {
         QFETCH(int, channels);
         QFETCH(int, frames);
         QFETCH(bool, ended);
         QFETCH(int, decodedFrames);
-        // A sweep, loud enough to matter to a lossy coder.
-        QVector<qint16> values(frames * channels);
+        QVector<qint16> values(frames * channels); // a sweep, loud enough for a lossy coder
         for (qsizetype i = 0; i < values.size(); ++i)
             values[i] = qint16(12000 * std::sin(0.02 * double(i) + 1e-6 * double(i) * double(i)));
         SoundSample const sample = pcm(quint16(channels), 16, 22050, le16(values));
@@ -742,8 +687,7 @@ private Q_SLOTS:
         QCOMPARE(back.frames, quint32(decodedFrames));
         QVERIFY(consistent(back));
         if (decodedFrames) {
-            QCOMPARE(header(back),
-                     header(SampleInfo{quint16(channels), 16, 22050, quint32(decodedFrames)}));
+            QCOMPARE(back.channels, quint16(channels));
             double const snr = snr16(sample.data, back.data);
             QVERIFY2(snr > 10.0, qPrintable(QString::number(snr)));
         }
@@ -757,16 +701,14 @@ private Q_SLOTS:
         QTest::newRow("OGG") << QByteArray("voice_44k_stereo16.ogg");
         QTest::newRow("MP3") << QByteArray("voice_44k_stereo16.mp3");
     }
-
     void damaged()
     {
-        // Truncated, flipped, garbage and empty input: every read fails or
-        // gives a sample whose data fits its header.
+        // Truncated, flipped, garbage and empty input: no read or one that fits its header.
         KENRO_REQUIRE_TESTDATA(root);
         QFETCH(QByteArray, name);
         QByteArray const format = QByteArray(QTest::currentDataTag()).split(' ').value(0);
         char const *codec = format.constData();
-        QByteArray const file = KenroTest::readFile(root + "/sounds/coded/" + QLatin1String(name));
+        QByteArray const file = KenroTest::readFile(root + "/sounds/coded/" + name);
         QVERIFY(file.size() > 1000);
         for (qsizetype cut : {0, 1, 4, 41, 300, int(file.size() / 3), int(file.size() - 1)}) {
             SoundSample const sample = decoded(file.left(cut), codec);
@@ -778,7 +720,7 @@ private Q_SLOTS:
             QByteArray const flips = noise(64, seed);
             for (int i = 0; i < 32; ++i) {
                 qsizetype const at = 200 +
-                    qFromLittleEndian<quint16>(flips.constData() + 2 * i) * (broken.size() - 200) /
+                    qFromLittleEndian<quint16>(flips.constData() + 2 * i) * (file.size() - 200) /
                         65536;
                 broken[at] = char(broken[at] ^ flips[i]);
             }
@@ -791,18 +733,17 @@ private Q_SLOTS:
             QVERIFY(consistent(pure) && (format == "MP3" || pure.data.isEmpty()));
         }
         QVERIFY(decoded(QByteArray(50000, '\0'), codec).data.isEmpty());
+        // A FLAC stream header that claims 4 billion frames builds no sample
+        // of gigabytes: STREAMINFO starts at 8, the low 32 bits of the total at 22.
+        QByteArray flac = file;
+        qToBigEndian<quint32>(0xFFFFFFFFu, flac.data() + 22);
+        QVERIFY(format != "FLAC" || decoded(flac, codec).data.isEmpty());
     }
 
-    void oversizedStreams()
+    void oggOversized()
     {
+        // A last page claiming 2^40 frames, with a valid checksum, builds no sample of terabytes.
         KENRO_REQUIRE_TESTDATA(root);
-        // A FLAC stream header that claims 4 billion frames builds no sample
-        // of 16 GB: STREAMINFO starts at 8, the low 32 bits of the total at 22.
-        QByteArray flac = KenroTest::readFile(root + "/sounds/coded/voice_44k_stereo16.flac");
-        QCOMPARE(flac.left(4), QByteArray("fLaC"));
-        qToBigEndian<quint32>(0xFFFFFFFFu, flac.data() + 22);
-        QVERIFY(decoded(flac, "FLAC").data.isEmpty());
-        // Nor does a last Ogg page that claims 2^40 frames, with a valid checksum.
         QByteArray ogg = KenroTest::readFile(root + "/sounds/coded/voice_44k_stereo16.ogg");
         qsizetype const last = ogg.lastIndexOf("OggS");
         QByteArray page = ogg.mid(last);
