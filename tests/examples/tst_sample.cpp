@@ -99,5 +99,5 @@ private:
     Run m_generation;
 };
 
-QTEST_MAIN(TestSample)
+QTEST_GUILESS_MAIN(TestSample)
 #include "tst_sample.moc"
