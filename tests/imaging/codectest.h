@@ -1,6 +1,11 @@
 #pragma once
 
-// Helpers of the image codec tests: byte strings, tiny images and devices.
+// Helpers of the image codec tests: byte strings, tiny images, devices, and
+// the paths of the RLE8 decoder.
+#include <kenro/imaging/imagecodecs.h>
+
+#include "rle8paths_p.h"
+
 #include <QBuffer>
 #include <QImage>
 #include <QRandomGenerator>
@@ -22,7 +27,7 @@ inline QByteArray bytes(std::initializer_list<int> values)
 inline QImage indexed(int width, int height, QByteArray const &pixels)
 {
     QImage image(width, height, QImage::Format_Indexed8);
-    for (int y = 0; y < height; ++y)
+    for (int y = 0; y < height && width > 0; ++y)
         memcpy(image.scanLine(y), pixels.constData() + y * width, size_t(width));
     return image;
 }
@@ -47,10 +52,21 @@ inline QByteArray noise(int count, quint32 seed, int modulo = 256)
     return data;
 }
 
-/// Fills every byte of \a image, padding included, with \a value.
-inline void fillBytes(QImage &image, uchar value)
+/// An image of \a size and \a format whose every byte, padding included, is \a value.
+inline QImage filled(QSize size, QImage::Format format, uchar value = 0xEE)
 {
+    QImage image(size, format);
     memset(image.bits(), value, size_t(image.sizeInBytes()));
+    return image;
+}
+
+/// What \a save writes into a buffer, or "<failed>".
+template<typename Save>
+QByteArray saved(Save save)
+{
+    QByteArray stream;
+    QBuffer out(&stream);
+    return save(&out) ? stream : QByteArray("<failed>");
 }
 
 /// A read-only buffer over a copy of \a data that stays alive with it.
@@ -65,6 +81,39 @@ public:
 
 private:
     QByteArray m_data;
+};
+
+/// The RLE8 decoding paths this processor can take, the portable one first, with their names.
+inline QList<QPair<Kenro::Rle8Path, char const *>> rle8Paths()
+{
+    Kenro::Rle8Path const chosen = Kenro::rle8Path();
+    QList<QPair<Kenro::Rle8Path, char const *>> paths{{Kenro::Rle8Path::Portable, "portable"}};
+    if (Kenro::setRle8Path(Kenro::Rle8Path::Avx2))
+        paths.append({Kenro::Rle8Path::Avx2, "AVX2"});
+    if (Kenro::setRle8Path(Kenro::Rle8Path::Avx512))
+        paths.append({Kenro::Rle8Path::Avx512, "AVX-512"});
+    Kenro::setRle8Path(chosen);
+    return paths;
+}
+
+/// Makes loadRLE8() take one path while it lives, then the one chosen before.
+class Rle8PathScope
+{
+public:
+    explicit Rle8PathScope(Kenro::Rle8Path path) : m_previous(Kenro::rle8Path())
+    {
+        m_taken = Kenro::setRle8Path(path);
+    }
+    ~Rle8PathScope() { Kenro::setRle8Path(m_previous); }
+    Rle8PathScope(Rle8PathScope const &) = delete;
+    Rle8PathScope &operator=(Rle8PathScope const &) = delete;
+
+    /// Whether the processor took the path.
+    bool taken() const { return m_taken; }
+
+private:
+    Kenro::Rle8Path m_previous;
+    bool m_taken = false;
 };
 
 } // namespace CodecTest

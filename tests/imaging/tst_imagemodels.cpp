@@ -1,0 +1,672 @@
+// Palettes as PaletteObject edits them, the user-ordered list models, and
+// what every sprite does with its image.
+#include <kenro/imaging/organizableobject.h>
+#include <kenro/imaging/paletteobject.h>
+
+#include "memorysprites.h"
+
+#include <QAbstractItemModelTester>
+#include <QMimeData>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <array>
+#include <cstring>
+#include <functional>
+#include <memory>
+
+using namespace Kenro;
+
+namespace {
+
+struct Colors
+{
+    RGBA c[256];
+};
+using Change = std::function<void(RGBA *)>;
+using Operation = std::function<void(PaletteObject &)>;
+using Mask = std::array<bool, 256>;
+using Moves = QList<QPair<int, int>>;
+
+// Every entry different: red counts up, green down, blue and alpha scrambled.
+Colors distinct()
+{
+    Colors p;
+    for (int i = 0; i < 256; ++i)
+        p.c[i] = RGBA{uchar(i), uchar(255 - i), uchar(i * 7), uchar(i ^ 0x55)};
+    return p;
+}
+
+Mask maskOf(QList<int> const &entries)
+{
+    Mask mask{};
+    for (int i : entries)
+        mask[i] = true;
+    return mask;
+}
+
+// The first entry where two palettes differ, as text, or empty.
+QByteArray difference(RGBA const *a, RGBA const *b)
+{
+    auto text = [](RGBA c) {
+        return QString::asprintf("%d,%d,%d,%d", c.r, c.g, c.b, c.a).toLatin1();
+    };
+    for (int i = 0; i < 256; ++i) {
+        if (a[i] != b[i])
+            return "entry " + QByteArray::number(i) + ": " + text(a[i]) + " against " + text(b[i]);
+    }
+    return QByteArray();
+}
+
+/// Words in a user-given order; compares by the first letter only.
+class WordList : public OrganizableObject
+{
+public:
+    explicit WordList(QStringList words) : words(std::move(words)) {}
+
+    QStringList words;
+    Moves moves;
+    QList<bool> movesFromDrag;
+    int changeDepth = 0;
+    int changeSteps = 0;
+    int compares = 0;
+
+    int rowCount(QModelIndex const &parent = QModelIndex()) const override
+    {
+        return parent.isValid() ? 0 : static_cast<int>(words.size());
+    }
+    QVariant data(QModelIndex const &index, int role) const override
+    {
+        if (!checkIndex(index, CheckIndexOption::IndexIsValid) || role != Qt::DisplayRole)
+            return QVariant();
+        return words.at(index.row());
+    }
+    void move(unsigned int from, unsigned int to) override
+    {
+        int const f = static_cast<int>(from);
+        int const t = static_cast<int>(to);
+        moves.append({f, t});
+        movesFromDrag.append(isMoveFromDrag());
+        QVERIFY(f != t && f < words.size() && t < words.size());
+        QVERIFY(changeDepth > 0);
+        beginMoveRows(QModelIndex(), f, f, QModelIndex(), t > f ? t + 1 : t);
+        words.move(f, t);
+        endMoveRows();
+    }
+    int compare(unsigned int a, unsigned int b) const override
+    {
+        ++const_cast<WordList *>(this)->compares;
+        return words.at(int(a)).at(0).unicode() - words.at(int(b)).at(0).unicode();
+    }
+    void beginChange() override { ++changeDepth; }
+    void endChange() override { changeSteps += --changeDepth == 0; }
+    void remove(unsigned int) override {}
+
+    /// Drops the drag data of \a rows, as a view makes it, before \a target.
+    bool drop(QList<int> const &rows, int target, Qt::DropAction action = Qt::MoveAction)
+    {
+        QModelIndexList indexes;
+        for (int row : rows)
+            indexes << index(row);
+        std::unique_ptr<QMimeData> const data(mimeData(indexes));
+        return dropMimeData(data.get(), action, target, 0, QModelIndex());
+    }
+    /// Drops \a encoded as the list's own drag data before \a target; nothing is lost.
+    void dropBytes(QByteArray const &encoded, int target)
+    {
+        QMimeData data;
+        data.setData(mimeTypes().first(), encoded);
+        QVERIFY(!dropMimeData(&data, Qt::MoveAction, target, 0, QModelIndex()));
+        QStringList sorted = words;
+        sorted.sort();
+        QCOMPARE(sorted.join(QString()), QStringLiteral("abcde"));
+    }
+};
+
+QStringList const five = {QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"),
+                          QStringLiteral("d"), QStringLiteral("e")};
+
+struct Releaser
+{
+    void operator()(KenroTest::MemorySprites *sprites) const { sprites->release(); }
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(Kenro::RGBA)
+Q_DECLARE_METATYPE(Change)
+Q_DECLARE_METATYPE(Operation)
+
+class TestImageModels : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void colorValuesAreBytesRedFirst()
+    {
+        RGBA const c{0x11, 0x22, 0x33, 0x44};
+        quint32 word;
+        std::memcpy(&word, &c, 4);
+        QCOMPARE(word, quint32(0x44332211)); // red in the lowest byte
+        QCOMPARE(c.toQRgb(), QRgb(0x44112233));
+        QVERIFY(RGBA::fromQRgb(0x44112233) == c);
+        Colors p = distinct();
+        p.c[9] = c;
+        QCOMPARE(PaletteObject(&p.c).colorAt(9), QColor(0x11, 0x22, 0x33, 0x44));
+    }
+
+    void indexFindsNearest_data()
+    {
+        QTest::addColumn<RGBA>("third");
+        QTest::addColumn<RGBA>("ninth");
+        QTest::addColumn<RGBA>("wanted");
+        QTest::addColumn<int>("expected");
+        RGBA const wanted{10, 10, 10, 128};
+        QTest::newRow("exact twice: the first") << wanted << wanted << wanted << 3;
+        QTest::newRow("nearer wins") << RGBA{13, 10, 10, 128} << RGBA{11, 10, 10, 0} << wanted << 9;
+        QTest::newRow("tie: smaller alpha difference")
+            << RGBA{12, 10, 10, 200} << RGBA{8, 10, 10, 130} << wanted << 9;
+        QTest::newRow("tie: larger alpha difference stays")
+            << RGBA{12, 10, 10, 130} << RGBA{8, 10, 10, 200} << wanted << 3;
+        // A negative difference is below any positive one when it comes later...
+        QTest::newRow("tie: negative later wins")
+            << RGBA{12, 10, 10, 200} << RGBA{8, 10, 10, 100} << wanted << 9;
+        // ...but stored as a byte it is large, so a later positive one wins over it.
+        QTest::newRow("tie: negative stored as a large byte")
+            << RGBA{12, 10, 10, 100} << RGBA{8, 10, 10, 250} << wanted << 9;
+        // A palette all zero: every entry at one distance. Below the wanted
+        // alpha each negative difference is less than the stored byte, so the
+        // last one wins; with the wanted alpha met exactly, the first one stays.
+        QTest::newRow("all equal, alpha below") << RGBA{} << RGBA{} << RGBA{9, 9, 9, 255} << 255;
+        QTest::newRow("all equal, alpha met") << RGBA{} << RGBA{} << RGBA{9, 9, 9, 0} << 0;
+    }
+    void indexFindsNearest()
+    {
+        QFETCH(RGBA, third);
+        QFETCH(RGBA, ninth);
+        QFETCH(RGBA, wanted);
+        QFETCH(int, expected);
+        Colors p;
+        for (RGBA &c : p.c)
+            c = third == RGBA{} && ninth == RGBA{} ? RGBA{} : RGBA{250, 250, 250, 128};
+        p.c[3] = third;
+        p.c[9] = ninth;
+        QCOMPARE(int(PaletteObject(&p.c).index(wanted)), expected);
+    }
+
+    // Each operation on a palette of distinct entries (after a setup of its
+    // own): the entries it changes, and changing() and changed() once each
+    // around the work, changing() while the palette is still untouched. A
+    // mask selects entries; a null one all of them.
+    void operations_data()
+    {
+        QTest::addColumn<Change>("setup");
+        QTest::addColumn<Operation>("operation");
+        QTest::addColumn<Change>("expected");
+        QTest::addColumn<int>("signals");
+        auto row = [](char const *name, Operation operation, Change expected,
+                      Change setup = Change(), int signals = 1) {
+            QTest::newRow(name) << setup << operation << expected << signals;
+        };
+        static Colors source;
+        for (int i = 0; i < 256; ++i)
+            source.c[i] = RGBA{uchar(i), 0, 0, 1}; // none of them in the palette
+        RGBA const c{1, 2, 3, 4};
+        row(
+            "fromPalette", [](PaletteObject &o) { o.fromPalette(source.c); },
+            [](RGBA *e) { std::copy(source.c, source.c + 256, e); });
+        row(
+            "fromPalette of nothing", [](PaletteObject &o) { o.fromPalette(nullptr); },
+            [](RGBA *) {}, Change(), 0);
+        row(
+            "setColor", [c](PaletteObject &o) { o.setColor(uchar(4), c); },
+            [c](RGBA *e) { e[4] = c; });
+        row(
+            "setColor with a mask",
+            [c](PaletteObject &o) {
+                o.setColor(maskOf({0, 17, 255}).data(), c);
+            },
+            [c](RGBA *e) { e[0] = e[17] = e[255] = c; });
+        // Steps divide by the count of entries, and by one less after the
+        // first, truncating: the last lands on last.
+        RGBA const first{0, 10, 255, 0};
+        RGBA const last{5, 0, 0, 255};
+        row(
+            "gradient with a mask",
+            [=](PaletteObject &o) {
+                o.gradient(maskOf({4, 9, 200}).data(), first, last);
+            },
+            [=](RGBA *e) {
+                e[4] = first;
+                e[9] = RGBA{2, 5, 128, 127}; // 5/2, 10 - 10/2, 255 - 255/2, 255/2
+                e[200] = last;
+            });
+        row(
+            "gradient of one entry",
+            [=](PaletteObject &o) { o.gradient(maskOf({77}).data(), first, last); },
+            [=](RGBA *e) { e[77] = first; });
+        row(
+            "gradient of no entry",
+            [=](PaletteObject &o) { o.gradient(Mask{}.data(), first, last); }, [](RGBA *) {});
+        row(
+            "gradient of all",
+            [](PaletteObject &o) {
+                o.gradient(nullptr, RGBA{0, 255, 0, 0}, RGBA{255, 0, 0, 255});
+            },
+            [](RGBA *e) {
+                for (int i = 0; i < 256; ++i)
+                    e[i] = RGBA{uchar(i), uchar(255 - i), 0, uchar(i)};
+            });
+        // By indices the steps are written from entry 0, whatever "from" says.
+        for (auto [from, to] : {std::pair{10, 20}, {0, 255}, {5, 6}, {20, 20}, {20, 10}}) {
+            QTest::addRow("gradient from %d to %d", from, to)
+                << Change() << Operation([from = from, to = to](PaletteObject &o) {
+                       o.gradient(uchar(from), RGBA{0, 200, 9, 255}, uchar(to), RGBA{90, 20, 0, 0});
+                   })
+                << Change([steps = std::max(0, to - from)](RGBA *e) {
+                       for (int i = 0; i < steps; ++i) {
+                           int const n = i == 0 ? steps : steps - 1;
+                           e[i] = RGBA{uchar(i * 90 / n), uchar(200 - i * 180 / n),
+                                       uchar(9 - i * 9 / n), uchar(255 - i * 255 / n)};
+                       }
+                   })
+                << 1;
+        }
+        // Each repeat clears the nearest earlier copy; entry 0 is never looked
+        // at; a colour of another alpha is no repeat.
+        row(
+            "clearDuplicated",
+            [](PaletteObject &o) {
+                o.clearDuplicated(RGB{9, 8, 7});
+            },
+            [](RGBA *e) {
+                e[1] = e[20] = e[40] = RGBA{9, 8, 7, 255};
+            },
+            [](RGBA *p) {
+                for (int i = 0; i < 256; ++i)
+                    p[i] = RGBA{uchar(i), uchar(i), uchar(i), 200};
+                p[5] = p[1];
+                p[30] = p[0];
+                p[40] = p[60] = p[20];
+                p[50] = RGBA{1, 1, 1, 7};
+            });
+        row(
+            "addColors of new colours", [](PaletteObject &o) { o.addColors(source.c); },
+            [](RGBA *e) { std::reverse_copy(source.c, source.c + 256, e); });
+        // Looked up in the palette as it stands: x and y take the places of
+        // entries 255 and 254, which then come back below them.
+        static Colors most = distinct();
+        RGBA const x{1, 2, 3, 4};
+        RGBA const y{5, 6, 7, 8};
+        most.c[10] = most.c[11] = x;
+        most.c[200] = y;
+        row(
+            "addColors of some new colours", [](PaletteObject &o) { o.addColors(most.c); },
+            [=](RGBA *e) {
+                std::swap(e[252], e[254]);
+                std::swap(e[253], e[255]);
+                std::swap(e[252], e[253]);
+                e[255] = x;
+                e[254] = y;
+            });
+        row(
+            "addColors of nothing", [](PaletteObject &o) { o.addColors(nullptr); }, [](RGBA *) {},
+            Change(), 0);
+        // Entry 0 only ever the lower end; with keepAlphaEnds entries 0 and
+        // 255 exchange their alpha bytes afterwards.
+        QList<int> all;
+        for (int i = 0; i < 128; ++i)
+            all << i << 255 - i;
+        for (auto [name, entries, keepAlphaEnds, pairs] :
+             {std::tuple{"all", QList<int>{-1}, false, all},
+              {"all, alpha ends", {-1}, true, all},
+              {"0, 3, 7", {0, 3, 7}, false, {0, 7}},
+              {"odd count", {3, 9, 11, 40, 255}, false, {3, 255, 9, 40}},
+              {"only 5", {5}, false, {}},
+              {"only 0", {0}, false, {}},
+              {"only 255", {255}, false, {}},
+              {"nothing, alpha ends", {}, true, {}},
+              {"0 and 255, alpha ends", {0, 255}, true, {0, 255}}}) {
+            QTest::addRow("switchColors %s", name)
+                << Change()
+                << Operation([entries = entries, keep = keepAlphaEnds](PaletteObject &o) {
+                       Mask const mask = maskOf(entries.value(0) < 0 ? QList<int>() : entries);
+                       o.switchColors(entries.value(0) < 0 ? nullptr : mask.data(), keep);
+                   })
+                << Change([pairs = pairs, keep = keepAlphaEnds](RGBA *e) {
+                       for (int i = 0; i + 1 < pairs.size(); i += 2)
+                           std::swap(e[pairs[i]], e[pairs[i + 1]]);
+                       if (keep)
+                           std::swap(e[0].a, e[255].a);
+                   })
+                << 1;
+        }
+        // A chain from entry 0, each entry the nearest in colour to the one
+        // before, the first on a tie; alpha plays no part.
+        row(
+            "sortByTones of a shuffled ramp", [](PaletteObject &o) { o.sortByTones(); },
+            [](RGBA *e) {
+                for (int i = 0; i < 256; ++i)
+                    e[i] = RGBA{uchar(i), uchar(i), uchar(i), uchar(i ? 255 - i : 0)};
+            },
+            [](RGBA *p) {
+                p[0] = RGBA{0, 0, 0, 0};
+                for (int i = 1; i < 256; ++i) {
+                    int const level = (i * 97) % 255 + 1; // 97 is coprime with 255
+                    p[i] = RGBA{uchar(level), uchar(level), uchar(level), uchar(255 - level)};
+                }
+            });
+        row(
+            "sortByTones of ties", [](PaletteObject &o) { o.sortByTones(); },
+            [](RGBA *e) {
+                std::swap(e[1], e[20]); // 98 next to the seed
+                std::swap(e[2], e[30]);
+                std::swap(e[3], e[40]);
+            },
+            [](RGBA *p) {
+                for (int i = 0; i < 256; ++i)
+                    p[i] = RGBA{200, 200, 200, uchar(i)};
+                p[0] = RGBA{100, 100, 100, 9};
+                p[30] = RGBA{102, 100, 100, 0};
+                p[20] = RGBA{98, 100, 100, 255};
+                p[40] = RGBA{150, 100, 100, 0};
+            });
+        // The HSL hue and saturation, clamped; the entries become opaque. Pure
+        // red has an 8-bit lightness of 127: rebuilt, the others come back as 1.
+        // An achromatic grey has hue -1.
+        for (auto [name, color, hue, saturation, expected] :
+             {std::tuple{"red to green", RGBA{255, 0, 0, 100}, 120, 0, RGBA{1, 255, 1, 255}},
+              {"red to blue", RGBA{255, 0, 0, 0}, 240, 0, RGBA{1, 1, 255, 255}},
+              {"hue clamped at 0", RGBA{255, 0, 0, 5}, -30, 0, RGBA{255, 1, 1, 255}},
+              {"hue clamped at 359", RGBA{0, 0, 255, 5}, 200, 0, RGBA{255, 1, 5, 255}},
+              {"no shift makes opaque", RGBA{10, 20, 30, 0}, 0, 0, RGBA{10, 20, 30, 255}},
+              {"saturation clamped", RGBA{0, 0, 255, 9}, 0, -300, RGBA{128, 128, 128, 255}},
+              {"grey saturated", RGBA{128, 128, 128, 0}, 1, 255, RGBA{255, 1, 1, 255}},
+              {"grey stays grey", RGBA{128, 128, 128, 0}, 50, 0, RGBA{128, 128, 128, 255}}}) {
+            QTest::addRow("addHueSaturation, %s", name)
+                << Change([color = color](RGBA *p) { p[42] = color; })
+                << Operation([h = hue, s = saturation](PaletteObject &o) {
+                       o.addHueSaturation(maskOf({42}).data(), short(h), short(s));
+                   })
+                << Change([expected = expected](RGBA *e) { e[42] = expected; }) << 1;
+        }
+        row(
+            "addRGB", [](PaletteObject &o) { o.addRGB(nullptr, 300, -20, 7); },
+            [](RGBA *e) {
+                for (int i = 0; i < 256; ++i)
+                    e[i] = RGBA{255, uchar(std::max(e[i].g - 20, 0)),
+                                uchar(std::min(e[i].b + 7, 255)), e[i].a};
+            });
+        row(
+            "addRGB with a mask",
+            [](PaletteObject &o) { o.addRGB(maskOf({1}).data(), -300, 0, 0); },
+            [](RGBA *e) { e[1].r = 0; });
+        row(
+            "empty zeroes without a signal", [](PaletteObject &o) { o.empty(); },
+            [](RGBA *e) { std::fill(e, e + 256, RGBA{}); }, Change(), 0);
+        // Effects on the colour bytes of the masked entries, alpha kept; dark
+        // is (200, 100, 30), m = 110; light (250, 250, 250), m = 250.
+        int effect = 0;
+        for (auto [dark, light] : {std::pair{RGBA{200, 100, 30}, RGBA{250, 250, 250}},
+                                   {{30, 100, 200}, {250, 250, 250}},
+                                   {{200, 30, 100}, {250, 250, 250}},
+                                   {{100, 200, 30}, {250, 250, 250}},
+                                   {{200, 30, 100}, {250, 250, 250}},
+                                   {{100, 200, 30}, {250, 250, 250}},
+                                   {{30, 100, 200}, {250, 250, 250}},
+                                   {{232, 132, 62}, {255, 255, 255}},
+                                   {{168, 68, 0}, {218, 218, 218}},
+                                   {{110, 110, 110}, {250, 250, 250}},
+                                   {{210, 55, 0}, {255, 125, 0}},
+                                   {{87, 0, 115}, {122, 0, 185}},
+                                   {{160, 160, 160}, {200, 200, 200}},
+                                   {{255, 228, 158}, {255, 255, 255}},
+                                   {{72, 0, 0}, {122, 122, 122}},
+                                   {{200, 100, 30}, {250, 250, 250}}}) {
+            auto setup = [](RGBA *p) {
+                for (int i = 0; i < 256; ++i)
+                    p[i] = i % 2 ? RGBA{250, 250, 250, 3} : RGBA{200, 100, 30, 77};
+            };
+            QTest::addRow("applyEffect %d", effect)
+                << Change(setup) << Operation([effect](PaletteObject &o) {
+                       o.applyEffect(RGBPaletteEffect(effect), maskOf({2, 3, 100, 101}).data());
+                   })
+                << Change([dark = dark, light = light](RGBA *e) {
+                       for (int i : {2, 3, 100, 101})
+                           e[i] = RGBA{(i % 2 ? light : dark).r, (i % 2 ? light : dark).g,
+                                       (i % 2 ? light : dark).b, e[i].a};
+                   })
+                << 1;
+            ++effect;
+        }
+    }
+    void operations()
+    {
+        QFETCH(Change, setup);
+        QFETCH(Operation, operation);
+        QFETCH(Change, expected);
+        QFETCH(int, signals);
+        Colors p = distinct();
+        if (setup)
+            setup(p.c);
+        Colors const before = p;
+        Colors want = p;
+        expected(want.c);
+        PaletteObject object(&p.c);
+        int changing = 0;
+        int changed = 0;
+        connect(&object, &PaletteObject::changing, this, [&] {
+            QCOMPARE(difference(p.c, before.c), QByteArray());
+            QCOMPARE(changed, changing++);
+        });
+        connect(&object, &PaletteObject::changed, this, [&] { ++changed; });
+        operation(object);
+        QCOMPARE(changing, signals);
+        QCOMPARE(changed, signals);
+        QCOMPARE(difference(p.c, want.c), QByteArray());
+    }
+
+    void rowsAreDraggedAndDropsLandBetween()
+    {
+        WordList list(five);
+        WordList other(five);
+        QCOMPARE(list.supportedDropActions(), Qt::MoveAction);
+        Qt::ItemFlags const row = Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemIsDragEnabled;
+        QCOMPARE(list.flags(list.index(0)), row);
+        QCOMPARE(list.flags(list.index(4)), row);
+        QCOMPARE(list.flags(QModelIndex()), Qt::ItemIsDropEnabled);
+        QCOMPARE(other.flags(list.index(1)), Qt::ItemIsDropEnabled);
+    }
+
+    void dropsMoveRowsInTheirOrder_data()
+    {
+        QTest::addColumn<QList<int>>("rows");
+        QTest::addColumn<int>("target");
+        QTest::addColumn<QString>("order");
+        QTest::addColumn<Moves>("moves");
+        QTest::newRow("two rows to the top")
+            << QList<int>{3, 1} << 0 << "bdace" << Moves{{3, 0}, {2, 0}};
+        QTest::newRow("two rows down") << QList<int>{0, 1} << 4 << "cdabe" << Moves{{1, 3}, {0, 2}};
+        QTest::newRow("from both sides")
+            << QList<int>{0, 4} << 2 << "baecd" << Moves{{4, 2}, {0, 1}};
+        QTest::newRow("to the end") << QList<int>{0} << 5 << "bcdea" << Moves{{0, 4}};
+        QTest::newRow("onto its own place") << QList<int>{1, 2} << 2 << "abcde" << Moves{};
+        QTest::newRow("just below itself") << QList<int>{2} << 3 << "abcde" << Moves{};
+        QTest::newRow("no row: the top") << QList<int>{2} << -1 << "cabde" << Moves{{2, 0}};
+        QTest::newRow("past the end: the last place")
+            << QList<int>{0} << 9 << "bcdae" << Moves{{0, 3}};
+    }
+    void dropsMoveRowsInTheirOrder()
+    {
+        QFETCH(QList<int>, rows);
+        QFETCH(int, target);
+        QFETCH(QString, order);
+        QFETCH(Moves, moves);
+        WordList list(five);
+        QAbstractItemModelTester tester(&list,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QVERIFY(!list.drop(rows, target)); // the view removes nothing itself
+        QCOMPARE(list.words.join(QString()), order);
+        QCOMPARE(list.moves, moves);
+        QVERIFY(!list.movesFromDrag.contains(false));
+        QVERIFY(!list.isMoveFromDrag());
+        QCOMPARE(list.changeDepth, 0);
+        QCOMPARE(list.changeSteps, 1);
+    }
+
+    // Foreign, cut, out-of-range and noisy drag data moves what it names
+    // cleanly, or nothing.
+    void badDropsFailCleanly()
+    {
+        WordList list(five);
+        QVERIFY(!list.drop({1, 3}, 0, Qt::CopyAction));
+        QVERIFY(!list.dropMimeData(nullptr, Qt::MoveAction, 0, 0, QModelIndex()));
+        QMimeData text;
+        text.setText(QStringLiteral("1, 3"));
+        QVERIFY(!list.dropMimeData(&text, Qt::MoveAction, 0, 0, QModelIndex()));
+        QCOMPARE(list.changeSteps, 0);
+        QCOMPARE(list.words, five);
+
+        std::unique_ptr<QMimeData> const whole(list.mimeData({list.index(1), list.index(3)}));
+        QByteArray const encoded = whole->data(list.mimeTypes().first());
+        for (int size = 0; size < encoded.size(); ++size) {
+            WordList cut(five);
+            cut.dropBytes(encoded.left(size), 0); // only whole records count
+            QVERIFY(cut.moves.size() <= 1);
+        }
+
+        QByteArray foreign; // rows that the list does not have, and row 4
+        QDataStream stream(&foreign, QIODevice::WriteOnly);
+        for (int row : {7, -2, 4})
+            stream << row << 0 << QMap<int, QVariant>();
+        list.dropBytes(foreign, 0);
+        QCOMPARE(list.words.join(QString()), QStringLiteral("eabcd"));
+
+        QRandomGenerator random(3);
+        for (int round = 0; round < 200; ++round) {
+            WordList noisy(five);
+            QByteArray bytes(random.bounded(64), Qt::Uninitialized);
+            for (char &byte : bytes)
+                byte = char(random.bounded(256));
+            noisy.dropBytes(bytes, 2);
+        }
+    }
+
+    void autoOrganizeSortsStablyThroughMove()
+    {
+        WordList list({QStringLiteral("d1"), QStringLiteral("b1"), QStringLiteral("d2"),
+                       QStringLiteral("a1"), QStringLiteral("b2"), QStringLiteral("c1")});
+        QAbstractItemModelTester tester(&list,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        list.autoOrganize();
+        QCOMPARE(list.words.join(QLatin1Char(' ')), QStringLiteral("a1 b1 b2 c1 d1 d2"));
+        QCOMPARE(list.changeSteps, 1);
+        QVERIFY(!list.movesFromDrag.contains(true));
+        int const moves = list.moves.size();
+        list.autoOrganize(); // sorted already
+        QCOMPARE(list.moves.size(), moves);
+
+        WordList single({QStringLiteral("x")});
+        single.autoOrganize();
+        QCOMPARE(single.compares, 0);
+        QCOMPARE(single.changeSteps, 0);
+
+        QStringList words;
+        QRandomGenerator random(11);
+        for (int i = 0; i < 500; ++i)
+            words << QString(QChar(u'a' + random.bounded(26))) + QString::number(i);
+        WordList many(words);
+        many.autoOrganize();
+        for (int i = 1; i < many.words.size(); ++i) {
+            QString const &before = many.words.at(i - 1);
+            QString const &after = many.words.at(i);
+            QVERIFY(before.at(0) <= after.at(0));
+            if (before.at(0) == after.at(0)) // equal ones in their old order
+                QVERIFY(before.mid(1).toInt() < after.mid(1).toInt());
+        }
+        // Halving keeps the compares near n log n.
+        QVERIFY2(many.compares < 500 * 10, qPrintable(QString::number(many.compares)));
+        QVERIFY(many.moves.size() < 500);
+    }
+
+    void setImageAnnounces()
+    {
+        std::unique_ptr<KenroTest::MemorySprites, Releaser> sprites(new KenroTest::MemorySprites);
+        Sprite *sprite = sprites->add(QStringLiteral("0, 0"), QImage(), NoShare);
+        QCOMPARE(sprite->propertyNames(), QStringList{QStringLiteral("Identifier")});
+        QSignalSpy rows(sprites.get(), &QAbstractItemModel::dataChanged);
+        QImage image(2, 2, QImage::Format_Indexed8);
+        sprite->setImage(image);
+        QCOMPARE(rows.size(), 1);
+        QCOMPARE(sprite->image(), image);
+    }
+
+    // The image on a canvas, its axis moved to the new place, the rest zero.
+    void aligned_data()
+    {
+        QTest::addColumn<QImage>("source");
+        QTest::addColumn<QPoint>("oldAxis");
+        QTest::addColumn<QPoint>("newAxis");
+        QTest::addColumn<QPoint>("extent");
+        QImage indexed(3, 2, QImage::Format_Indexed8);
+        indexed.setColorTable({qRgb(1, 2, 3), qRgb(4, 5, 6)});
+        indexed.fill(1);
+        indexed.setPixel(0, 1, 0);
+        QImage argb(3, 2, QImage::Format_ARGB32);
+        argb.fill(qRgba(10, 20, 30, 200));
+        argb.setPixel(2, 0, qRgba(1, 2, 3, 4));
+        QImage rgb(3, 2, QImage::Format_RGB32);
+        rgb.fill(qRgb(1, 2, 3));
+        QImage mono(9, 2, QImage::Format_Mono);
+        mono.setColorTable({qRgb(0, 0, 0), qRgb(255, 255, 255)});
+        mono.fill(1);
+        mono.setPixel(8, 1, 0);
+        QTest::newRow("indexed") << indexed << QPoint(1, 1) << QPoint(4, 5) << QPoint(6, 2);
+        QTest::newRow("argb") << argb << QPoint(0, 0) << QPoint(2, 1) << QPoint(3, 3);
+        QTest::newRow("rgb") << rgb << QPoint(2, 1) << QPoint(2, 1) << QPoint(1, 1);
+        QTest::newRow("mono") << mono << QPoint(0, 0) << QPoint(3, 0) << QPoint(9, 2);
+        // A canvas too small for the image keeps what fits.
+        QTest::newRow("cut at the right") << argb << QPoint(0, 0) << QPoint(1, 0) << QPoint(1, 2);
+        QTest::newRow("cut at the left") << argb << QPoint(2, 1) << QPoint(0, 0) << QPoint(2, 2);
+        QTest::newRow("cut at the top") << indexed << QPoint(0, 1) << QPoint(0, 0) << QPoint(3, 1);
+        // Nothing to show, or no canvas: a null image.
+        QTest::newRow("no image") << QImage() << QPoint() << QPoint(2, 2) << QPoint(2, 2);
+        QTest::newRow("no width") << indexed << QPoint() << QPoint(0, 0) << QPoint(0, 4);
+        QTest::newRow("negative") << indexed << QPoint() << QPoint(-3, 1) << QPoint(1, 1);
+    }
+    void aligned()
+    {
+        QFETCH(QImage, source);
+        QFETCH(QPoint, oldAxis);
+        QFETCH(QPoint, newAxis);
+        QFETCH(QPoint, extent);
+        std::unique_ptr<KenroTest::MemorySprites, Releaser> sprites(new KenroTest::MemorySprites);
+        QImage const result = sprites->add(QStringLiteral("0, 0"), source, NoShare)
+                                  ->aligned(oldAxis, newAxis, extent);
+        QSize const size(newAxis.x() + extent.x(), newAxis.y() + extent.y());
+        QCOMPARE(result.isNull(), source.isNull() || size.isEmpty());
+        if (result.isNull())
+            return;
+        QCOMPARE(result.size(), size);
+        QCOMPARE(result.format(), source.format());
+        QCOMPARE(result.colorTable(), source.colorTable());
+        QPoint const shift = newAxis - oldAxis;
+        for (int y = 0; y < result.height(); ++y) {
+            for (int x = 0; x < result.width(); ++x) {
+                QPoint const from = QPoint(x, y) - shift;
+                bool const inside = source.rect().contains(from);
+                // The RGB32 format reads back with full alpha.
+                uint const got = source.depth() >= 24 ? result.pixel(x, y) & 0xFFFFFF
+                                                      : uint(result.pixelIndex(x, y));
+                uint const wanted = !inside ? 0
+                    : source.depth() >= 24  ? source.pixel(from) & 0xFFFFFF
+                                            : uint(source.pixelIndex(from));
+                QCOMPARE(got, wanted);
+            }
+        }
+    }
+};
+
+QTEST_GUILESS_MAIN(TestImageModels)
+#include "tst_imagemodels.moc"
