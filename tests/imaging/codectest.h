@@ -42,7 +42,7 @@ inline QByteArray pixels(QImage const &image)
     return packed;
 }
 
-/// \a count bytes of noise, the same for the same seed.
+/// \a count bytes of noise below \a modulo, the same for the same seed.
 inline QByteArray noise(int count, quint32 seed, int modulo = 256)
 {
     QRandomGenerator generator(seed);
@@ -69,7 +69,7 @@ QByteArray saved(Save save)
     return save(&out) ? stream : QByteArray("<failed>");
 }
 
-/// A read-only buffer over a copy of \a data that stays alive with it.
+/// A buffer of its own, open for reading.
 class Source : public QBuffer
 {
 public:
@@ -96,24 +96,14 @@ inline QList<QPair<Kenro::Rle8Path, char const *>> rle8Paths()
     return paths;
 }
 
-/// Makes loadRLE8() take one path while it lives, then the one chosen before.
-class Rle8PathScope
+/// Makes loadRLE8() take \a path while it lives, then the one chosen before.
+struct Rle8PathScope
 {
-public:
-    explicit Rle8PathScope(Kenro::Rle8Path path) : m_previous(Kenro::rle8Path())
-    {
-        m_taken = Kenro::setRle8Path(path);
-    }
-    ~Rle8PathScope() { Kenro::setRle8Path(m_previous); }
-    Rle8PathScope(Rle8PathScope const &) = delete;
-    Rle8PathScope &operator=(Rle8PathScope const &) = delete;
+    explicit Rle8PathScope(Kenro::Rle8Path path) : taken(Kenro::setRle8Path(path)) {}
+    ~Rle8PathScope() { Kenro::setRle8Path(previous); }
 
-    /// Whether the processor took the path.
-    bool taken() const { return m_taken; }
-
-private:
-    Kenro::Rle8Path m_previous;
-    bool m_taken = false;
+    Kenro::Rle8Path const previous = Kenro::rle8Path();
+    bool const taken; ///< whether the processor took the path
 };
 
 } // namespace CodecTest

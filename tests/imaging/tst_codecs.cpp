@@ -48,10 +48,10 @@ QByteArray pcxHeader(int width, int height, int bytesPerLine = -1, int planes = 
         QByteArray(58, '\0');
 }
 
-// A palette of 256 colours (255 - i, i, 7).
+// The marker and a palette of 256 colours (255 - i, i, 7).
 QByteArray pcxPalette()
 {
-    QByteArray data;
+    QByteArray data = bytes({12});
     for (int i = 0; i < 256; ++i)
         data += bytes({255 - i, i, 7});
     return data;
@@ -98,30 +98,6 @@ QImage decoded(Load const &load, QByteArray data, QSize size, bool *ok)
     return image;
 }
 
-// The first line where the pixels of two images differ, or empty.
-QString firstDifference(QImage const &a, QImage const &b)
-{
-    if (a.size() != b.size() || a.format() != b.format())
-        return QStringLiteral("size or format differs");
-    for (int y = 0; y < a.height(); ++y) {
-        if (pixels(a.copy(0, y, a.width(), 1)) != pixels(b.copy(0, y, b.width(), 1)))
-            return QStringLiteral("line %1 differs").arg(y);
-    }
-    return QString();
-}
-
-void manifestRows(QStringList const &formats)
-{
-    QTest::addColumn<StreamEntry>("entry");
-    QString const root = KenroTest::testDataPath();
-    if (root.isEmpty()) // the test skips or fails; one row reaches it
-        QTest::newRow("no test data") << StreamEntry();
-    for (StreamEntry const &e : KenroTest::streamManifest(root)) {
-        if (formats.contains(e.format))
-            QTest::newRow(qPrintable(e.file)) << e;
-    }
-}
-
 } // namespace
 
 class TestCodecs : public QObject
@@ -146,17 +122,11 @@ private Q_SLOTS:
         Load const lz5 = loadLZ5;
         Load const rle5 = loadRLE5;
         Load const rle8 = loadRLE8;
-        row("LZ5 runs", lz5, {12, 1}, bytes({0x00, 0x65, 0x07, 0x01}),
-            bytes({5, 5, 5, 7, 7, 7, 7, 7, 7, 7, 7, 7}));
-        row("LZ5 overlapping copy", lz5, {8, 1}, bytes({0x04, 0x21, 0x22, 0x00, 0x01, 0x03}),
-            bytes({1, 2, 1, 2, 1, 2, 1, 2}));
         // Offset 300: the two high bits of the packet's first byte and one more byte.
         row("LZ5 long reference far back", lz5, {303, 1},
             bytes({0x08, 0x29, 0x00, 0xFF, 0x00, 0x1C, 0x40, 0x2B, 0x00}),
             bytes({9}) + QByteArray(299, 0) + bytes({9, 0, 0}));
         row("LZ5 ends between packets", lz5, {5, 1}, bytes({0x00, 0x45}), bytes({5, 5, 0, 0, 0}));
-        row("LZ5 stops inside a group", lz5, {2, 1}, bytes({0x00, 0x45, 0x45, 0x45, 0x00}),
-            bytes({5, 5}), true, 3);
         // The end test comes before each packet, not before its control byte.
         row("LZ5 control byte alone", lz5, {2, 1}, bytes({0x00}), bytes({0, 0}), false);
         // The missing length byte reads as 0: a copy of three, then false.
@@ -164,19 +134,13 @@ private Q_SLOTS:
             bytes({1, 1, 1, 1}), false);
         row("LZ5 reference before the start", lz5, {4, 1}, bytes({0x02, 0x21, 0x02, 0x05}),
             bytes({1, 0, 0, 0}), false);
-        row("LZ5 padded lines", lz5, {5, 3}, bytes({0x00, 0xE1, 0x00, 0x00, 0x41}),
-            QByteArray(7, 1) + QByteArray(8, 0), true, 1);
         // Bits 6 and 5 of the second byte mean nothing; the colour keeps 5 bits;
         // without a colour byte the first run is of colour 0.
         row("RLE5 colour byte", rle5, {4, 1}, bytes({0, 0xE1, 0xFF, 0xE2}), bytes({31, 2, 2, 2}));
         row("RLE5 no colour byte", rle5, {6, 1}, bytes({2, 0x02, 0x25, 0x03}),
             bytes({0, 0, 0, 5, 5, 3}));
-        row("RLE5 stops at the end", rle5, {2, 1}, bytes({3, 0x82, 0x01, 0x21, 0x22}),
-            bytes({1, 1}), true, 2);
         row("RLE5 cut in a packet", rle5, {4, 1}, bytes({0, 0x81, 3}), bytes({3, 0, 0xEE, 0xEE}),
             false);
-        row("RLE8 runs across lines", rle8, {3, 2}, bytes({0x45, 0x41, 0x3F}),
-            bytes({0x41, 0x41, 0x41, 0x41, 0x41, 0x3F}));
         row("RLE8 empty run writes nothing", rle8, {3, 1}, bytes({0x40, 0x99, 0x05, 0x80}),
             bytes({5, 0x80, 0xEE}));
         row("RLE8 stops at the end", rle8, {2, 1}, bytes({0x45, 1, 7, 8}), bytes({1, 1}), true, 2);
@@ -201,7 +165,8 @@ private Q_SLOTS:
         }
     }
 
-    // The bytes an encoder writes, and the pixels they decode to.
+    // The bytes an encoder writes where they are given, and the pixels they
+    // decode to, with what follows the stream left unread.
     void encodes_data()
     {
         QTest::addColumn<Save>("save");
@@ -213,8 +178,8 @@ private Q_SLOTS:
             QTest::newRow(name) << Save(saveLz5) << Load(loadLZ5)
                                 << indexed(int(pixels.size()), 1, pixels) << expected << 0x1F;
         };
-        lz5("LZ5 runs", bytes({4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 7}), bytes({0x00, 0x04, 0x02, 0x27}));
-        lz5("LZ5 value cut to five bits", bytes({0x41}), bytes({0x00, 0x21}));
+        lz5("LZ5 runs", bytes({4, 4, 4, 4, 4, 4, 4, 4, 4, 4, 0x47}),
+            bytes({0x00, 0x04, 0x02, 0x27}));
         // Five copies of 1, 2, 3 at a distance of 200, each behind a run of
         // its own colour: four short references share the fourth one's offset
         // byte; the fifth, left alone, carries its own.
@@ -246,7 +211,9 @@ private Q_SLOTS:
             bytes({0x14, 0x21, 0x22, 0x3E, 0x01, 0x29, 0x00, 0x41, 0x3E, 0x2A}));
         lz5("LZ5 length 65 needs the long rule", ones + bytes({9}) + ones + bytes({10}),
             bytes({0x00, 0x21, 0x02, 0x38, 0x29, 0x21, 0x02, 0x38, 0x2A}));
-        lz5("LZ5 empty image", QByteArray(), QByteArray());
+        QTest::newRow("LZ5 runs only")
+            << Save([](QImage const &i, QIODevice *d) { return saveLZ5(i, d, false); })
+            << Load(loadLZ5) << indexed(3, 500, noise(1500, 2, 4)) << QByteArray() << 0xFF;
         auto rle8 = [](char const *name, QImage const &image, QByteArray const &expected) {
             QTest::newRow(name) << Save(saveRLE8) << Load(loadRLE8) << image << expected << 0xFF;
         };
@@ -258,11 +225,17 @@ private Q_SLOTS:
         rle8("RLE8 64 of 0x7F", indexed(64, 1, QByteArray(64, 0x7F)),
              bytes({0x7F, 0x7F, 0x41, 0x7F}));
         rle8("RLE8 empty image", QImage(), QByteArray());
-        // All four bytes of each pixel, which the decoder reads as three and padding.
-        QImage rgb(1, 1, QImage::Format_RGB32);
-        rgb.setPixel(0, 0, 0xFF102030);
-        QTest::newRow("RLE8 of RGB32")
-            << Save(saveRLE8) << Load() << rgb << bytes({0x30, 0x20, 0x10, 0xFF}) << 0;
+        // Runs cross the ends of lines, padded ones too.
+        rle8("RLE8 padded lines", noiseImage(13, 11, QImage::Format_Indexed8, 3), QByteArray());
+        QImage argb(9, 7, QImage::Format_ARGB32);
+        argb.fill(qRgba(1, 0x41, 0x41, 0x41));
+        argb.setPixel(2, 3, 0x7F417F40);
+        rle8("RLE8 ARGB32", argb, QByteArray());
+        // All four bytes of an RGB32 pixel, which the decoder reads as three and padding.
+        argb = QImage(1, 1, QImage::Format_RGB32);
+        argb.setPixel(0, 0, 0xFF102030);
+        QTest::newRow("RLE8 RGB32")
+            << Save(saveRLE8) << Load() << argb << bytes({0x30, 0x20, 0x10, 0xFF}) << 0;
     }
     void encodes()
     {
@@ -272,58 +245,26 @@ private Q_SLOTS:
         QFETCH(QByteArray, expected);
         QFETCH(int, mask);
         QByteArray const stream = saved([&](QIODevice *d) { return save(image, d); });
-        QCOMPARE(stream.toHex(' '), expected.toHex(' '));
+        if (!expected.isEmpty() || image.isNull())
+            QCOMPARE(stream.toHex(' '), expected.toHex(' '));
         if (!load || image.isNull())
             return;
         QImage again(image.size(), image.format());
-        Source device(stream);
+        Source device(stream + "tail");
         QVERIFY(load(again, &device));
         QByteArray wanted = pixels(image);
         for (char &byte : wanted)
             byte = char(byte & mask);
         QCOMPARE(pixels(again).toHex(' '), wanted.toHex(' '));
-    }
-
-    // Saved and read back, with what follows the stream left unread.
-    void roundTrips_data()
-    {
-        QTest::addColumn<Save>("save");
-        QTest::addColumn<Load>("load");
-        QTest::addColumn<QImage>("image");
-        QByteArray data = noise(64 * 64, 1, 32);
-        data.replace(1100, 90, data.mid(10, 90)); // repeats far back and near
-        Save const runsOnly = [](QImage const &i, QIODevice *d) { return saveLZ5(i, d, false); };
-        for (QImage const &image : {indexed(64, 64, data), indexed(3, 500, noise(1500, 2, 4))}) {
-            QTest::addRow("LZ5 %dx%d", image.width(), image.height())
-                << Save(saveLz5) << Load(loadLZ5) << image;
-            QTest::addRow("LZ5 runs only, %dx%d", image.width(), image.height())
-                << runsOnly << Load(loadLZ5) << image;
-        }
-        // Runs and noise across lines, with bytes of every kind.
-        QTest::newRow("RLE8 indexed, padded lines")
-            << Save(saveRLE8) << Load(loadRLE8) << noiseImage(13, 11, QImage::Format_Indexed8, 3);
-        QImage argb = noiseImage(9, 7, QImage::Format_ARGB32, 4);
-        argb.fill(qRgba(1, 0x41, 0x41, 0x41));
-        argb.setPixel(2, 3, 0x7F417F40);
-        QTest::newRow("RLE8 ARGB32") << Save(saveRLE8) << Load(loadRLE8) << argb;
-    }
-    void roundTrips()
-    {
-        QFETCH(Save, save);
-        QFETCH(Load, load);
-        QFETCH(QImage, image);
-        QImage again(image.size(), image.format());
-        Source device(saved([&](QIODevice *d) { return save(image, d); }) + "tail");
-        QVERIFY(load(again, &device));
-        QCOMPARE(pixels(again), pixels(image));
         QCOMPARE(device.readAll(), QByteArray("tail"));
     }
 
+    // Without back-references every control byte is 0, each packet one byte
+    // or, with a zero length field, two.
     void lz5RunsOnlyWritesOnlyRuns()
     {
         QImage const image = indexed(61, 17, noise(61 * 17, 5, 3));
         QByteArray const stream = saved([&](QIODevice *d) { return saveLZ5(image, d, false); });
-        // Every control byte is 0, each packet one byte or, with a zero length field, two.
         int i = 0;
         while (i < stream.size()) {
             QCOMPARE(int(uchar(stream[i++])), 0);
@@ -332,17 +273,6 @@ private Q_SLOTS:
         }
         QCOMPARE(i, int(stream.size()));
         QVERIFY(i > 0);
-    }
-
-    void rle8PaddingIsALowByte()
-    {
-        // RGB32 lines hold three bytes a pixel in the stream: 900 of 1200
-        // bytes. The padding, 300, is taken by its low byte: 44.
-        QImage image = filled({300, 2}, QImage::Format_RGB32);
-        Source device(bytes({0x7F, 1}).repeated(14) + bytes({0x52, 1, 2}));
-        QVERIFY(loadRLE8(image, &device));
-        QCOMPARE(QByteArray(reinterpret_cast<char const *>(image.constBits()) + 899, 46).toHex(),
-                 (bytes({1}) + QByteArray(44, char(0xEE)) + bytes({2})).toHex());
     }
 
     // Fewer bytes a line than pixels, and no byte count the streams know:
@@ -394,26 +324,19 @@ private Q_SLOTS:
         image.setColorTable({qRgb(1, 2, 3), qRgb(4, 5, 6), qRgba(7, 8, 9, 10)});
         QByteArray const data = saved([&](QIODevice *d) { return savePCX(image, d); });
         // Lines of the width, odd or not; no resolution, no header colours.
+        // Bytes of 0xC0 and more are runs of one; 0xBF stands alone. The
+        // palette is cut or filled to 256 colours; its alpha is lost.
         QByteArray expected = pcxHeader(3, 2).replace(12, 52, QByteArray(52, '\0'));
-        // Bytes of 0xC0 and more are runs of one; 0xBF stands alone.
         expected += bytes({1, 0xC1, 0xC0, 0xC1, 200, 0xBF, 0xC2, 4, 12});
         expected += bytes({1, 2, 3, 4, 5, 6, 7, 8, 9}) + QByteArray(253 * 3, '\0');
         QCOMPARE(data.toHex(' '), expected.toHex(' '));
-        bool ok = false;
-        bool hasPalette = false;
-        QImage const again = loadedPcx(data, &ok, &hasPalette);
-        QVERIFY(ok && hasPalette);
-        QCOMPARE(pixels(again), pixels(image));
-        QCOMPARE(again.colorCount(), 256);
-        QCOMPARE(again.color(2), qRgb(7, 8, 9)); // the table's alpha is lost
-        QCOMPARE(again.color(3), qRgb(0, 0, 0));
         // Runs stop at 63 and at the end of each line.
         image = indexed(64, 2, QByteArray(64, 5) + QByteArray(64, char(200)));
         QCOMPARE(saved([&](QIODevice *d) { return savePCX(image, d); }).mid(128, 8).toHex(' '),
                  QByteArray("ff 05 05 ff c8 c1 c8 0c"));
         // Formats of no plane get a header only.
-        QImage rgb16(4, 4, QImage::Format_RGB16);
-        QByteArray const header = saved([&](QIODevice *d) { return savePCX(rgb16, d); });
+        QByteArray const header =
+            saved([&](QIODevice *d) { return savePCX(QImage(4, 4, QImage::Format_RGB16), d); });
         QCOMPARE(header.size(), 128);
         QCOMPARE(int(header[65]), 0);
     }
@@ -425,15 +348,14 @@ private Q_SLOTS:
         QTest::addColumn<int>("bits");
         QTest::addColumn<QByteArray>("tail");
         QTest::addColumn<bool>("expectPalette");
-        QTest::newRow("marker right behind") << 8 << bytes({12}) + pcxPalette() << true;
+        QTest::newRow("marker right behind") << 8 << pcxPalette() << true;
         // One stray byte: the skip lands on the first palette byte.
-        QTest::newRow("stray byte") << 8 << bytes({0, 12}) + pcxPalette() << false;
-        QTest::newRow("many stray bytes")
-            << 8 << QByteArray(40, 'x') + bytes({12}) + pcxPalette() << false;
-        QTest::newRow("other marker") << 8 << bytes({13}) + pcxPalette() << false;
-        QTest::newRow("palette cut short") << 8 << bytes({12}) + pcxPalette().left(767) << false;
+        QTest::newRow("stray byte") << 8 << bytes({0}) + pcxPalette() << false;
+        QTest::newRow("many stray bytes") << 8 << QByteArray(40, 'x') + pcxPalette() << false;
+        QTest::newRow("other marker") << 8 << pcxPalette().replace(0, 1, "\x0D") << false;
+        QTest::newRow("palette cut short") << 8 << pcxPalette().left(768) << false;
         QTest::newRow("no palette") << 8 << QByteArray() << false;
-        QTest::newRow("5 bits") << 5 << bytes({12}) + pcxPalette() << true;
+        QTest::newRow("5 bits") << 5 << pcxPalette() << true;
     }
     void pcxFindsThePalette()
     {
@@ -456,12 +378,15 @@ private Q_SLOTS:
         }
     }
 
+    // Saved and read back from a device that cannot seek: an 8-bit file
+    // still finds its palette, premultiplied bytes come back as they were,
+    // as plain ARGB32, and RGB32 keeps the fourth byte at 0.
     void pcxRoundTrips_data()
     {
         QTest::addColumn<QImage>("image");
-        QImage small = indexed(17, 9, noise(17 * 9, 3));
-        small.setColorTable({qRgb(10, 20, 30), qRgb(40, 50, 60)});
         QTest::newRow("indexed 1x1") << indexed(1, 1, bytes({0xC0}));
+        QImage small = indexed(17, 9, noise(17 * 9, 3));
+        small.setColorTable(sample().colorTable());
         QTest::newRow("indexed 17x9") << small;
         QTest::newRow("RGB32 5x4") << noiseImage(5, 4, QImage::Format_RGB32, 20);
         QTest::newRow("ARGB32 70x3") << noiseImage(70, 3, QImage::Format_ARGB32, 210);
@@ -471,12 +396,11 @@ private Q_SLOTS:
     void pcxRoundTrips()
     {
         QFETCH(QImage, image);
-        bool ok = false;
-        QImage again =
-            loadedPcx(saved([&](QIODevice *d) { return savePCX(image, d); }) + "tail", &ok);
-        QVERIFY(ok);
-        // Premultiplied bytes come back as they were, as plain ARGB32; RGB32
-        // keeps the fourth byte at 0.
+        KenroTest::SequentialDevice pipe(saved([&](QIODevice *d) { return savePCX(image, d); }));
+        QImage again;
+        bool hasPalette = true;
+        QVERIFY(loadPCX(again, &pipe, &hasPalette));
+        QCOMPARE(hasPalette, image.format() == QImage::Format_Indexed8);
         QCOMPARE(again.format(),
                  image.format() == QImage::Format_ARGB32_Premultiplied ? QImage::Format_ARGB32
                                                                        : image.format());
@@ -485,6 +409,8 @@ private Q_SLOTS:
             again = again.convertToFormat(QImage::Format_RGB888);
         }
         QCOMPARE(pixels(again).toHex(), pixels(image).toHex());
+        for (int i = 0; i < image.colorCount(); ++i)
+            QCOMPARE(again.color(i), image.color(i));
     }
 
     // A few bytes of runs can stand for an image of any size. One past the
@@ -527,21 +453,6 @@ private Q_SLOTS:
                      (QByteArray(stored, 7) + QByteArray(width - stored, 0)).repeated(height));
     }
 
-    void pcxFitsTheCallersImage()
-    {
-        QImage image(2, 2, QImage::Format_Indexed8);
-        uchar const *bits = image.constBits();
-        Source device(pcxHeader(2, 2) + bytes({1, 2, 3, 4}));
-        QVERIFY(loadPCX(image, &device, nullptr));
-        QCOMPARE(image.constBits(), bits); // same size and format: filled in place
-        QCOMPARE(pixels(image), bytes({1, 2, 3, 4}));
-        // An empty extent in the header keeps the caller's image, cleared.
-        QImage kept = filled({4, 1}, QImage::Format_Indexed8);
-        Source second(pcxHeader(2, 2).replace(4, 1, "\x05") + bytes({0xC4, 7}));
-        QVERIFY(loadPCX(kept, &second, nullptr));
-        QCOMPARE(pixels(kept), bytes({0, 0, 0, 0}));
-    }
-
     // Bad headers leave the image untouched; data too short for the header
     // gives a null image.
     void pcxRefuses_data()
@@ -572,19 +483,6 @@ private Q_SLOTS:
         Source device(file);
         QVERIFY(!loadPCX(image, &device, nullptr));
         QCOMPARE(untouched ? image == before : image.isNull(), true);
-    }
-
-    // An 8-bit file on a device that cannot seek still finds its palette.
-    void pcxOnAPipe()
-    {
-        QImage const image = sample();
-        KenroTest::SequentialDevice pipe(saved([&](QIODevice *d) { return savePCX(image, d); }));
-        QImage again;
-        bool hasPalette = false;
-        QVERIFY(loadPCX(again, &pipe, &hasPalette));
-        QVERIFY(hasPalette);
-        QCOMPARE(pixels(again), pixels(image));
-        QCOMPARE(again.colorTable(), image.colorTable());
     }
 
     void devices_data()
@@ -636,7 +534,6 @@ private Q_SLOTS:
         Source garbage(QByteArray("not a PNG at all"));
         QVERIFY(loadPNG(image, &garbage));
         QVERIFY(image.isNull());
-
         QByteArray data("old");
         QBuffer readOnly(&data);
         readOnly.open(QIODevice::ReadOnly);
@@ -655,41 +552,41 @@ private Q_SLOTS:
         QCOMPARE(QImage(readWrite.fileName(), "PNG").size(), QSize(5, 3));
     }
 
-    void realManifestIsComplete()
+    void realStreams_data()
     {
-        KENRO_REQUIRE_TESTDATA(root);
-        QCOMPARE(KenroTest::streamManifest(root).size(), 283);
-        for (auto [format, count] : {std::pair{"lz5", 239}, std::pair{"rle8", 10},
-                                     std::pair{"pcx", 12}, std::pair{"png32", 22}})
-            QCOMPARE(KenroTest::streamManifest(root, QLatin1String(format)).size(), count);
+        QTest::addColumn<StreamEntry>("entry");
+        QString const root = KenroTest::testDataPath();
+        if (root.isEmpty()) // the test skips or fails; one row reaches it
+            QTest::newRow("no test data") << StreamEntry();
+        QMap<QString, int> counts;
+        for (StreamEntry const &e : KenroTest::streamManifest(root)) {
+            QTest::newRow(qPrintable(e.file)) << e;
+            ++counts[e.format];
+        }
+        QMap<QString, int> all{{"lz5", 239}, {"rle8", 10}, {"pcx", 12}, {"png32", 22}};
+        QCOMPARE(counts, root.isEmpty() ? counts : all);
     }
-
     // Each real stream decodes to the pixels whose checksum the manifest
-    // gives; RLE8 on each path the processor can take.
-    void realStreamsDecode_data()
-    {
-        manifestRows({QStringLiteral("lz5"), QStringLiteral("rle8"), QStringLiteral("pcx"),
-                      QStringLiteral("png32")});
-    }
-    void realStreamsDecode()
+    // gives, RLE8 on each path the processor can take, and is saved and read
+    // back: LZ5 with back-references tighter than with runs only, RLE8 no
+    // larger than the archive's, PCX with its palette.
+    void realStreams()
     {
         KENRO_REQUIRE_TESTDATA(root);
         QFETCH(StreamEntry, entry);
-        QByteArray data = KenroTest::readFile(entry.path);
+        QByteArray const data = KenroTest::readFile(entry.path);
         QVERIFY2(data != "<missing>", qPrintable(entry.path));
         QSize const size(entry.width, entry.height);
         bool ok = false;
+        QImage image;
+        Source device(data);
         if (entry.format == QLatin1String("png32")) {
-            QImage image;
-            Source device(data);
             QVERIFY(loadPNG(image, &device));
             QCOMPARE(image.size(), size);
             QCOMPARE(sha1(pixels(image.convertToFormat(QImage::Format_RGBA8888))),
                      entry.pixelsSha1);
         } else if (entry.format == QLatin1String("pcx")) {
             bool hasPalette = false;
-            Source device(data);
-            QImage image;
             QVERIFY(loadPCX(image, &device, &hasPalette));
             QVERIFY(device.atEnd());
             QCOMPARE(image.format(), QImage::Format_Indexed8);
@@ -700,78 +597,38 @@ private Q_SLOTS:
             QByteArray rgb;
             for (QRgb color : image.colorTable())
                 rgb += bytes({qRed(color), qGreen(color), qBlue(color)});
-            if (hasPalette)
-                QCOMPARE(sha1(rgb), entry.paletteSha1);
+            QCOMPARE(hasPalette ? sha1(rgb) : QByteArray(), entry.paletteSha1);
+            QImage const again =
+                loadedPcx(saved([&](QIODevice *d) { return savePCX(image, d); }), &ok, &hasPalette);
+            QVERIFY(ok && hasPalette); // our files always carry their palette
+            QCOMPARE(pixels(again), pixels(image));
+            QCOMPARE(again.colorTable(), image.colorTable());
         } else if (entry.format == QLatin1String("lz5")) {
-            QCOMPARE(sha1(pixels(decoded(loadLZ5, data, size, &ok))), entry.pixelsSha1);
+            image = decoded(loadLZ5, data, size, &ok);
             QVERIFY(ok);
+            QCOMPARE(sha1(pixels(image)), entry.pixelsSha1);
+            qsizetype sizes[2] = {};
+            for (bool references : {true, false}) {
+                QByteArray const stream =
+                    saved([&](QIODevice *d) { return saveLZ5(image, d, references); });
+                sizes[references] = stream.size();
+                QCOMPARE(pixels(decoded(loadLZ5, stream, size, &ok)), pixels(image));
+                QVERIFY(ok);
+            }
+            QVERIFY2(sizes[true] < sizes[false], "back-references that do not pay");
         } else {
             for (auto [path, name] : rle8Paths()) {
                 Rle8PathScope const scope(path);
-                QVERIFY(scope.taken());
-                QCOMPARE(sha1(pixels(decoded(loadRLE8, data, size, &ok))), entry.pixelsSha1);
+                QVERIFY(scope.taken);
+                image = decoded(loadRLE8, data, size, &ok);
                 QVERIFY2(ok, name);
+                QCOMPARE(sha1(pixels(image)), entry.pixelsSha1);
             }
+            QByteArray const stream = saved([&](QIODevice *d) { return saveRLE8(image, d); });
+            QVERIFY(stream.size() <= data.size()); // the archive's encoder packs no tighter
+            QCOMPARE(pixels(decoded(loadRLE8, stream, size, &ok)), pixels(image));
+            QVERIFY(ok);
         }
-    }
-
-    // Saved again, with and without back-references, and read back.
-    void realLz5RoundTrips()
-    {
-        KENRO_REQUIRE_TESTDATA(root);
-        qint64 original = 0;
-        qint64 saved[2] = {}; // with back-references, with runs only
-        QList<StreamEntry> const entries = KenroTest::streamManifest(root, QStringLiteral("lz5"));
-        QVERIFY(!entries.isEmpty());
-        for (StreamEntry const &e : entries) {
-            QByteArray const data = KenroTest::readFile(e.path);
-            original += data.size();
-            bool ok = false;
-            QImage const image = decoded(loadLZ5, data, QSize(e.width, e.height), &ok);
-            QVERIFY2(ok, qPrintable(e.file));
-            for (bool references : {true, false}) {
-                QByteArray const stream =
-                    CodecTest::saved([&](QIODevice *d) { return saveLZ5(image, d, references); });
-                saved[references ? 0 : 1] += stream.size();
-                QString const differs =
-                    firstDifference(image, decoded(loadLZ5, stream, image.size(), &ok));
-                QVERIFY2(ok && differs.isEmpty(), qPrintable(e.file + QLatin1Char(' ') + differs));
-            }
-        }
-        qInfo("LZ5 of %lld sprites: %lld bytes in the archives, %lld saved here (ratio %.4f), "
-              "%lld with runs only",
-              qint64(entries.size()), original, saved[0], double(saved[0]) / double(original),
-              saved[1]);
-        // Back-references must pay for themselves on real sprites.
-        QVERIFY(saved[0] < saved[1]);
-    }
-
-    void realRle8AndPcxRoundTrip_data()
-    {
-        manifestRows({QStringLiteral("rle8"), QStringLiteral("pcx")});
-    }
-    void realRle8AndPcxRoundTrip()
-    {
-        KENRO_REQUIRE_TESTDATA(root);
-        QFETCH(StreamEntry, entry);
-        QByteArray const data = KenroTest::readFile(entry.path);
-        bool const pcx = entry.format == QLatin1String("pcx");
-        bool ok = false;
-        QImage const image = pcx ? loadedPcx(data, &ok)
-                                 : decoded(loadRLE8, data, QSize(entry.width, entry.height), &ok);
-        QVERIFY(ok);
-        QByteArray const stream =
-            saved([&](QIODevice *d) { return pcx ? savePCX(image, d) : saveRLE8(image, d); });
-        bool hasPalette = true;
-        QImage const again = pcx ? loadedPcx(stream, &ok, &hasPalette)
-                                 : decoded(loadRLE8, stream, image.size(), &ok);
-        QVERIFY(ok && hasPalette); // our PCX files always carry their palette
-        QString const differs = firstDifference(image, again);
-        QVERIFY2(differs.isEmpty(), qPrintable(differs));
-        QCOMPARE(again.colorTable(), pcx ? image.colorTable() : again.colorTable());
-        // The encoder that made the archive packs no tighter than ours.
-        QVERIFY2(pcx || stream.size() <= data.size(),
-                 qPrintable(QStringLiteral("%1 > %2").arg(stream.size()).arg(data.size())));
     }
 };
 

@@ -24,7 +24,6 @@ struct Colors
 {
     RGBA c[256];
 };
-using Change = std::function<void(RGBA *)>;
 using Operation = std::function<void(PaletteObject &)>;
 using Mask = std::array<bool, 256>;
 using Moves = QList<QPair<int, int>>;
@@ -57,6 +56,26 @@ QByteArray difference(RGBA const *a, RGBA const *b)
             return "entry " + QByteArray::number(i) + ": " + text(a[i]) + " against " + text(b[i]);
     }
     return QByteArray();
+}
+
+// Runs \a operation on \a p, which must then hold \a want: it brackets its
+// work with changing() and changed(), once each (or \a signals times),
+// changing() while the palette is still untouched.
+void expectChange(Colors &p, Operation const &operation, Colors const &want, int signals = 1)
+{
+    Colors const before = p;
+    PaletteObject object(&p.c);
+    int changing = 0;
+    int changed = 0;
+    QObject::connect(&object, &PaletteObject::changing, [&] {
+        QCOMPARE(difference(p.c, before.c), QByteArray());
+        QCOMPARE(changed, changing++);
+    });
+    QObject::connect(&object, &PaletteObject::changed, [&] { ++changed; });
+    operation(object);
+    QCOMPARE(changing, signals);
+    QCOMPARE(changed, signals);
+    QCOMPARE(difference(p.c, want.c), QByteArray());
 }
 
 /// Words in a user-given order; compares by the first letter only.
@@ -135,8 +154,6 @@ struct Releaser
 } // namespace
 
 Q_DECLARE_METATYPE(Kenro::RGBA)
-Q_DECLARE_METATYPE(Change)
-Q_DECLARE_METATYPE(Operation)
 
 class TestImageModels : public QObject
 {
@@ -195,218 +212,235 @@ private Q_SLOTS:
         QCOMPARE(int(PaletteObject(&p.c).index(wanted)), expected);
     }
 
-    // Each operation on a palette of distinct entries (after a setup of its
-    // own): the entries it changes, and changing() and changed() once each
-    // around the work, changing() while the palette is still untouched. A
-    // mask selects entries; a null one all of them.
-    void operations_data()
+    // Entry by entry: copies, single colours, gradients (steps divide by the
+    // count of entries, by one less after the first, truncating), repeats
+    // cleared, colours added from the top, a chain by tones, RGB shifts.
+    void edits()
     {
-        QTest::addColumn<Change>("setup");
-        QTest::addColumn<Operation>("operation");
-        QTest::addColumn<Change>("expected");
-        QTest::addColumn<int>("signals");
-        auto row = [](char const *name, Operation operation, Change expected,
-                      Change setup = Change(), int signals = 1) {
-            QTest::newRow(name) << setup << operation << expected << signals;
-        };
-        static Colors source;
+        Colors source;
         for (int i = 0; i < 256; ++i)
             source.c[i] = RGBA{uchar(i), 0, 0, 1}; // none of them in the palette
+        Colors p = distinct();
+        Colors want = source;
+        expectChange(
+            p, [&](PaletteObject &o) { o.fromPalette(source.c); }, want);
+        expectChange(
+            p, [](PaletteObject &o) { o.fromPalette(nullptr); }, want, 0);
+        want = p = distinct();
         RGBA const c{1, 2, 3, 4};
-        row(
-            "fromPalette", [](PaletteObject &o) { o.fromPalette(source.c); },
-            [](RGBA *e) { std::copy(source.c, source.c + 256, e); });
-        row(
-            "fromPalette of nothing", [](PaletteObject &o) { o.fromPalette(nullptr); },
-            [](RGBA *) {}, Change(), 0);
-        row(
-            "setColor", [c](PaletteObject &o) { o.setColor(uchar(4), c); },
-            [c](RGBA *e) { e[4] = c; });
-        row(
-            "setColor with a mask",
-            [c](PaletteObject &o) {
+        want.c[4] = c;
+        expectChange(
+            p, [&](PaletteObject &o) { o.setColor(uchar(4), c); }, want);
+        want.c[0] = want.c[17] = want.c[255] = c;
+        expectChange(
+            p,
+            [&](PaletteObject &o) {
                 o.setColor(maskOf({0, 17, 255}).data(), c);
             },
-            [c](RGBA *e) { e[0] = e[17] = e[255] = c; });
-        // Steps divide by the count of entries, and by one less after the
-        // first, truncating: the last lands on last.
+            want);
         RGBA const first{0, 10, 255, 0};
         RGBA const last{5, 0, 0, 255};
-        row(
-            "gradient with a mask",
-            [=](PaletteObject &o) {
-                o.gradient(maskOf({4, 9, 200}).data(), first, last);
-            },
-            [=](RGBA *e) {
-                e[4] = first;
-                e[9] = RGBA{2, 5, 128, 127}; // 5/2, 10 - 10/2, 255 - 255/2, 255/2
-                e[200] = last;
-            });
-        row(
-            "gradient of one entry",
-            [=](PaletteObject &o) { o.gradient(maskOf({77}).data(), first, last); },
-            [=](RGBA *e) { e[77] = first; });
-        row(
-            "gradient of no entry",
-            [=](PaletteObject &o) { o.gradient(Mask{}.data(), first, last); }, [](RGBA *) {});
-        row(
-            "gradient of all",
+        want.c[4] = first;
+        want.c[9] = RGBA{2, 5, 128, 127}; // 5/2, 10 - 10/2, 255 - 255/2, 255/2
+        want.c[200] = last;
+        Mask const three = maskOf({4, 9, 200});
+        expectChange(
+            p, [&](PaletteObject &o) { o.gradient(three.data(), first, last); }, want);
+        want.c[77] = first; // a single entry gets first
+        Mask const one = maskOf({77});
+        expectChange(
+            p, [&](PaletteObject &o) { o.gradient(one.data(), first, last); }, want);
+        expectChange(
+            p, [&](PaletteObject &o) { o.gradient(Mask{}.data(), first, last); }, want);
+        for (int i = 0; i < 256; ++i)
+            want.c[i] = RGBA{uchar(i), uchar(255 - i), 0, uchar(i)};
+        expectChange(
+            p,
             [](PaletteObject &o) {
-                o.gradient(nullptr, RGBA{0, 255, 0, 0}, RGBA{255, 0, 0, 255});
+                o.gradient(nullptr, {0, 255, 0, 0}, {255, 0, 0, 255});
             },
-            [](RGBA *e) {
-                for (int i = 0; i < 256; ++i)
-                    e[i] = RGBA{uchar(i), uchar(255 - i), 0, uchar(i)};
-            });
-        // By indices the steps are written from entry 0, whatever "from" says.
-        for (auto [from, to] : {std::pair{10, 20}, {0, 255}, {5, 6}, {20, 20}, {20, 10}}) {
-            QTest::addRow("gradient from %d to %d", from, to)
-                << Change() << Operation([from = from, to = to](PaletteObject &o) {
-                       o.gradient(uchar(from), RGBA{0, 200, 9, 255}, uchar(to), RGBA{90, 20, 0, 0});
-                   })
-                << Change([steps = std::max(0, to - from)](RGBA *e) {
-                       for (int i = 0; i < steps; ++i) {
-                           int const n = i == 0 ? steps : steps - 1;
-                           e[i] = RGBA{uchar(i * 90 / n), uchar(200 - i * 180 / n),
-                                       uchar(9 - i * 9 / n), uchar(255 - i * 255 / n)};
-                       }
-                   })
-                << 1;
-        }
+            want);
         // Each repeat clears the nearest earlier copy; entry 0 is never looked
         // at; a colour of another alpha is no repeat.
-        row(
-            "clearDuplicated",
+        for (int i = 0; i < 256; ++i)
+            p.c[i] = RGBA{uchar(i), uchar(i), uchar(i), 200};
+        p.c[5] = p.c[1];
+        p.c[30] = p.c[0];
+        p.c[40] = p.c[60] = p.c[20];
+        p.c[50] = RGBA{1, 1, 1, 7};
+        want = p;
+        want.c[1] = want.c[20] = want.c[40] = RGBA{9, 8, 7, 255};
+        expectChange(
+            p,
             [](PaletteObject &o) {
                 o.clearDuplicated(RGB{9, 8, 7});
             },
-            [](RGBA *e) {
-                e[1] = e[20] = e[40] = RGBA{9, 8, 7, 255};
-            },
-            [](RGBA *p) {
-                for (int i = 0; i < 256; ++i)
-                    p[i] = RGBA{uchar(i), uchar(i), uchar(i), 200};
-                p[5] = p[1];
-                p[30] = p[0];
-                p[40] = p[60] = p[20];
-                p[50] = RGBA{1, 1, 1, 7};
-            });
-        row(
-            "addColors of new colours", [](PaletteObject &o) { o.addColors(source.c); },
-            [](RGBA *e) { std::reverse_copy(source.c, source.c + 256, e); });
-        // Looked up in the palette as it stands: x and y take the places of
+            want);
+        // Colours that the palette lacks are written from entry 255 down,
+        // looked up in the palette as it stands: c and d take the places of
         // entries 255 and 254, which then come back below them.
-        static Colors most = distinct();
-        RGBA const x{1, 2, 3, 4};
-        RGBA const y{5, 6, 7, 8};
-        most.c[10] = most.c[11] = x;
-        most.c[200] = y;
-        row(
-            "addColors of some new colours", [](PaletteObject &o) { o.addColors(most.c); },
-            [=](RGBA *e) {
-                std::swap(e[252], e[254]);
-                std::swap(e[253], e[255]);
-                std::swap(e[252], e[253]);
-                e[255] = x;
-                e[254] = y;
-            });
-        row(
-            "addColors of nothing", [](PaletteObject &o) { o.addColors(nullptr); }, [](RGBA *) {},
-            Change(), 0);
-        // Entry 0 only ever the lower end; with keepAlphaEnds entries 0 and
-        // 255 exchange their alpha bytes afterwards.
+        std::reverse_copy(source.c, source.c + 256, want.c);
+        expectChange(
+            p, [&](PaletteObject &o) { o.addColors(source.c); }, want);
+        source = p = want = distinct();
+        RGBA const d{5, 6, 7, 8};
+        source.c[10] = source.c[11] = c;
+        source.c[200] = d;
+        want.c[252] = p.c[255];
+        want.c[253] = p.c[254];
+        want.c[254] = d;
+        want.c[255] = c;
+        expectChange(
+            p, [&](PaletteObject &o) { o.addColors(source.c); }, want);
+        expectChange(
+            p, [](PaletteObject &o) { o.addColors(nullptr); }, want, 0);
+        // A chain from entry 0, each entry the nearest in colour to the one
+        // before, the first on a tie; alpha plays no part.
+        for (int i = 1; i < 256; ++i) {
+            int const level = (i * 97) % 255 + 1; // a shuffled ramp: 97 is coprime with 255
+            p.c[i] = RGBA{uchar(level), uchar(level), uchar(level), uchar(255 - level)};
+            want.c[i] = RGBA{uchar(i), uchar(i), uchar(i), uchar(255 - i)};
+        }
+        want.c[0] = p.c[0] = RGBA{0, 0, 0, 0};
+        expectChange(
+            p, [](PaletteObject &o) { o.sortByTones(); }, want);
+        for (int i = 0; i < 256; ++i)
+            p.c[i] = RGBA{200, 200, 200, uchar(i)};
+        p.c[0] = RGBA{100, 100, 100, 9};
+        p.c[20] = RGBA{98, 100, 100, 255};
+        p.c[30] = RGBA{102, 100, 100, 0};
+        p.c[40] = RGBA{150, 100, 100, 0};
+        want = p;
+        std::swap(want.c[1], want.c[20]);
+        std::swap(want.c[2], want.c[30]);
+        std::swap(want.c[3], want.c[40]);
+        expectChange(
+            p, [](PaletteObject &o) { o.sortByTones(); }, want);
+        // Clamped to 0-255, alpha kept.
+        for (int i = 0; i < 256; ++i)
+            want.c[i] = RGBA{255, uchar(std::max(p.c[i].g - 20, 0)),
+                             uchar(std::min(p.c[i].b + 7, 255)), p.c[i].a};
+        expectChange(
+            p, [](PaletteObject &o) { o.addRGB(nullptr, 300, -20, 7); }, want);
+        want.c[1].r = 0;
+        Mask const second = maskOf({1});
+        expectChange(
+            p, [&](PaletteObject &o) { o.addRGB(second.data(), -300, 0, 0); }, want);
+        expectChange(
+            p, [](PaletteObject &o) { o.empty(); }, Colors{}, 0); // no signal
+    }
+
+    // By indices, the steps are written from entry 0 whatever "from" says.
+    void gradientByIndices_data()
+    {
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("to");
+        for (auto [from, to] : {std::pair{10, 20}, {0, 255}, {5, 6}, {20, 20}, {20, 10}})
+            QTest::addRow("%d to %d", from, to) << from << to;
+    }
+    void gradientByIndices()
+    {
+        QFETCH(int, from);
+        QFETCH(int, to);
+        Colors p = distinct();
+        Colors want = p;
+        int const steps = std::max(0, to - from);
+        for (int i = 0; i < steps; ++i) {
+            int const n = i == 0 ? steps : steps - 1;
+            want.c[i] = RGBA{uchar(i * 90 / n), uchar(200 - i * 180 / n), uchar(9 - i * 9 / n),
+                             uchar(255 - i * 255 / n)};
+        }
+        RGBA const first{0, 200, 9, 255};
+        RGBA const last{90, 20, 0, 0};
+        expectChange(
+            p, [&](PaletteObject &o) { o.gradient(uchar(from), first, uchar(to), last); }, want);
+    }
+
+    // Entry 0 is only ever the lower end of an exchange; with keepAlphaEnds
+    // entries 0 and 255 exchange their alpha bytes afterwards.
+    void switchColors_data()
+    {
+        QTest::addColumn<QList<int>>("entries"); // of the mask; -1 for none
+        QTest::addColumn<bool>("keepAlphaEnds");
+        QTest::addColumn<QList<int>>("exchanged"); // pairs
         QList<int> all;
         for (int i = 0; i < 128; ++i)
             all << i << 255 - i;
-        for (auto [name, entries, keepAlphaEnds, pairs] :
-             {std::tuple{"all", QList<int>{-1}, false, all},
-              {"all, alpha ends", {-1}, true, all},
-              {"0, 3, 7", {0, 3, 7}, false, {0, 7}},
-              {"odd count", {3, 9, 11, 40, 255}, false, {3, 255, 9, 40}},
-              {"only 5", {5}, false, {}},
-              {"only 0", {0}, false, {}},
-              {"only 255", {255}, false, {}},
-              {"nothing, alpha ends", {}, true, {}},
-              {"0 and 255, alpha ends", {0, 255}, true, {0, 255}}}) {
-            QTest::addRow("switchColors %s", name)
-                << Change()
-                << Operation([entries = entries, keep = keepAlphaEnds](PaletteObject &o) {
-                       Mask const mask = maskOf(entries.value(0) < 0 ? QList<int>() : entries);
-                       o.switchColors(entries.value(0) < 0 ? nullptr : mask.data(), keep);
-                   })
-                << Change([pairs = pairs, keep = keepAlphaEnds](RGBA *e) {
-                       for (int i = 0; i + 1 < pairs.size(); i += 2)
-                           std::swap(e[pairs[i]], e[pairs[i + 1]]);
-                       if (keep)
-                           std::swap(e[0].a, e[255].a);
-                   })
-                << 1;
-        }
-        // A chain from entry 0, each entry the nearest in colour to the one
-        // before, the first on a tie; alpha plays no part.
-        row(
-            "sortByTones of a shuffled ramp", [](PaletteObject &o) { o.sortByTones(); },
-            [](RGBA *e) {
-                for (int i = 0; i < 256; ++i)
-                    e[i] = RGBA{uchar(i), uchar(i), uchar(i), uchar(i ? 255 - i : 0)};
+        QTest::newRow("all") << QList<int>{-1} << false << all;
+        QTest::newRow("all, alpha ends") << QList<int>{-1} << true << all;
+        QTest::newRow("0, 3, 7") << QList<int>{0, 3, 7} << false << QList<int>{0, 7};
+        QTest::newRow("odd count")
+            << QList<int>{3, 9, 11, 40, 255} << false << QList<int>{3, 255, 9, 40};
+        QTest::newRow("only 5") << QList<int>{5} << false << QList<int>{};
+        QTest::newRow("only 0") << QList<int>{0} << false << QList<int>{};
+        QTest::newRow("only 255") << QList<int>{255} << false << QList<int>{};
+        QTest::newRow("nothing, alpha ends") << QList<int>{} << true << QList<int>{};
+        QTest::newRow("0 and 255, alpha ends") << QList<int>{0, 255} << true << QList<int>{0, 255};
+    }
+    void switchColors()
+    {
+        QFETCH(QList<int>, entries);
+        QFETCH(bool, keepAlphaEnds);
+        QFETCH(QList<int>, exchanged);
+        Colors p = distinct();
+        Colors want = p;
+        for (int i = 0; i + 1 < exchanged.size(); i += 2)
+            std::swap(want.c[exchanged[i]], want.c[exchanged[i + 1]]);
+        if (keepAlphaEnds)
+            std::swap(want.c[0].a, want.c[255].a);
+        Mask const mask = maskOf(entries.value(0) < 0 ? QList<int>() : entries);
+        bool const *selected = entries.value(0) < 0 ? nullptr : mask.data();
+        expectChange(
+            p, [&](PaletteObject &o) { o.switchColors(selected, keepAlphaEnds); }, want);
+    }
+
+    // The HSL hue and saturation, clamped; the entries become opaque. Pure
+    // red has an 8-bit lightness of 127: rebuilt, the others come back as 1.
+    // An achromatic grey has hue -1.
+    void addHueSaturation_data()
+    {
+        QTest::addColumn<RGBA>("color");
+        QTest::addColumn<int>("hue");
+        QTest::addColumn<int>("saturation");
+        QTest::addColumn<RGBA>("expected");
+        QTest::newRow("red to green") << RGBA{255, 0, 0, 100} << 120 << 0 << RGBA{1, 255, 1, 255};
+        QTest::newRow("red to blue") << RGBA{255, 0, 0, 0} << 240 << 0 << RGBA{1, 1, 255, 255};
+        QTest::newRow("hue at 0") << RGBA{255, 0, 0, 5} << -30 << 0 << RGBA{255, 1, 1, 255};
+        QTest::newRow("hue at 359") << RGBA{0, 0, 255, 5} << 200 << 0 << RGBA{255, 1, 5, 255};
+        QTest::newRow("opaque") << RGBA{10, 20, 30, 0} << 0 << 0 << RGBA{10, 20, 30, 255};
+        QTest::newRow("saturation at 0")
+            << RGBA{0, 0, 255, 9} << 0 << -300 << RGBA{128, 128, 128, 255};
+        QTest::newRow("grey saturated")
+            << RGBA{128, 128, 128, 0} << 1 << 255 << RGBA{255, 1, 1, 255};
+        QTest::newRow("grey stays")
+            << RGBA{128, 128, 128, 0} << 50 << 0 << RGBA{128, 128, 128, 255};
+    }
+    void addHueSaturation()
+    {
+        QFETCH(RGBA, color);
+        QFETCH(int, hue);
+        QFETCH(int, saturation);
+        QFETCH(RGBA, expected);
+        Colors p = distinct();
+        p.c[42] = color;
+        Colors want = p;
+        want.c[42] = expected;
+        Mask const mask = maskOf({42});
+        expectChange(
+            p,
+            [&](PaletteObject &o) {
+                o.addHueSaturation(mask.data(), short(hue), short(saturation));
             },
-            [](RGBA *p) {
-                p[0] = RGBA{0, 0, 0, 0};
-                for (int i = 1; i < 256; ++i) {
-                    int const level = (i * 97) % 255 + 1; // 97 is coprime with 255
-                    p[i] = RGBA{uchar(level), uchar(level), uchar(level), uchar(255 - level)};
-                }
-            });
-        row(
-            "sortByTones of ties", [](PaletteObject &o) { o.sortByTones(); },
-            [](RGBA *e) {
-                std::swap(e[1], e[20]); // 98 next to the seed
-                std::swap(e[2], e[30]);
-                std::swap(e[3], e[40]);
-            },
-            [](RGBA *p) {
-                for (int i = 0; i < 256; ++i)
-                    p[i] = RGBA{200, 200, 200, uchar(i)};
-                p[0] = RGBA{100, 100, 100, 9};
-                p[30] = RGBA{102, 100, 100, 0};
-                p[20] = RGBA{98, 100, 100, 255};
-                p[40] = RGBA{150, 100, 100, 0};
-            });
-        // The HSL hue and saturation, clamped; the entries become opaque. Pure
-        // red has an 8-bit lightness of 127: rebuilt, the others come back as 1.
-        // An achromatic grey has hue -1.
-        for (auto [name, color, hue, saturation, expected] :
-             {std::tuple{"red to green", RGBA{255, 0, 0, 100}, 120, 0, RGBA{1, 255, 1, 255}},
-              {"red to blue", RGBA{255, 0, 0, 0}, 240, 0, RGBA{1, 1, 255, 255}},
-              {"hue clamped at 0", RGBA{255, 0, 0, 5}, -30, 0, RGBA{255, 1, 1, 255}},
-              {"hue clamped at 359", RGBA{0, 0, 255, 5}, 200, 0, RGBA{255, 1, 5, 255}},
-              {"no shift makes opaque", RGBA{10, 20, 30, 0}, 0, 0, RGBA{10, 20, 30, 255}},
-              {"saturation clamped", RGBA{0, 0, 255, 9}, 0, -300, RGBA{128, 128, 128, 255}},
-              {"grey saturated", RGBA{128, 128, 128, 0}, 1, 255, RGBA{255, 1, 1, 255}},
-              {"grey stays grey", RGBA{128, 128, 128, 0}, 50, 0, RGBA{128, 128, 128, 255}}}) {
-            QTest::addRow("addHueSaturation, %s", name)
-                << Change([color = color](RGBA *p) { p[42] = color; })
-                << Operation([h = hue, s = saturation](PaletteObject &o) {
-                       o.addHueSaturation(maskOf({42}).data(), short(h), short(s));
-                   })
-                << Change([expected = expected](RGBA *e) { e[42] = expected; }) << 1;
-        }
-        row(
-            "addRGB", [](PaletteObject &o) { o.addRGB(nullptr, 300, -20, 7); },
-            [](RGBA *e) {
-                for (int i = 0; i < 256; ++i)
-                    e[i] = RGBA{255, uchar(std::max(e[i].g - 20, 0)),
-                                uchar(std::min(e[i].b + 7, 255)), e[i].a};
-            });
-        row(
-            "addRGB with a mask",
-            [](PaletteObject &o) { o.addRGB(maskOf({1}).data(), -300, 0, 0); },
-            [](RGBA *e) { e[1].r = 0; });
-        row(
-            "empty zeroes without a signal", [](PaletteObject &o) { o.empty(); },
-            [](RGBA *e) { std::fill(e, e + 256, RGBA{}); }, Change(), 0);
-        // Effects on the colour bytes of the masked entries, alpha kept; dark
-        // is (200, 100, 30), m = 110; light (250, 250, 250), m = 250.
+            want);
+    }
+
+    // On the colour bytes of the masked entries, alpha kept: dark is
+    // (200, 100, 30), m = 110; light (250, 250, 250), m = 250.
+    void applyEffect_data()
+    {
+        QTest::addColumn<int>("effect");
+        QTest::addColumn<RGBA>("dark");
+        QTest::addColumn<RGBA>("light");
         int effect = 0;
         for (auto [dark, light] : {std::pair{RGBA{200, 100, 30}, RGBA{250, 250, 250}},
                                    {{30, 100, 200}, {250, 250, 250}},
@@ -424,49 +458,29 @@ private Q_SLOTS:
                                    {{255, 228, 158}, {255, 255, 255}},
                                    {{72, 0, 0}, {122, 122, 122}},
                                    {{200, 100, 30}, {250, 250, 250}}}) {
-            auto setup = [](RGBA *p) {
-                for (int i = 0; i < 256; ++i)
-                    p[i] = i % 2 ? RGBA{250, 250, 250, 3} : RGBA{200, 100, 30, 77};
-            };
-            QTest::addRow("applyEffect %d", effect)
-                << Change(setup) << Operation([effect](PaletteObject &o) {
-                       o.applyEffect(RGBPaletteEffect(effect), maskOf({2, 3, 100, 101}).data());
-                   })
-                << Change([dark = dark, light = light](RGBA *e) {
-                       for (int i : {2, 3, 100, 101})
-                           e[i] = RGBA{(i % 2 ? light : dark).r, (i % 2 ? light : dark).g,
-                                       (i % 2 ? light : dark).b, e[i].a};
-                   })
-                << 1;
+            QTest::addRow("%d", effect) << effect << dark << light;
             ++effect;
         }
     }
-    void operations()
+    void applyEffect()
     {
-        QFETCH(Change, setup);
-        QFETCH(Operation, operation);
-        QFETCH(Change, expected);
-        QFETCH(int, signals);
-        Colors p = distinct();
-        if (setup)
-            setup(p.c);
-        Colors const before = p;
+        QFETCH(int, effect);
+        QFETCH(RGBA, dark);
+        QFETCH(RGBA, light);
+        Colors p;
+        for (int i = 0; i < 256; ++i)
+            p.c[i] = i % 2 ? RGBA{250, 250, 250, 3} : RGBA{200, 100, 30, 77};
         Colors want = p;
-        expected(want.c);
-        PaletteObject object(&p.c);
-        int changing = 0;
-        int changed = 0;
-        connect(&object, &PaletteObject::changing, this, [&] {
-            QCOMPARE(difference(p.c, before.c), QByteArray());
-            QCOMPARE(changed, changing++);
-        });
-        connect(&object, &PaletteObject::changed, this, [&] { ++changed; });
-        operation(object);
-        QCOMPARE(changing, signals);
-        QCOMPARE(changed, signals);
-        QCOMPARE(difference(p.c, want.c), QByteArray());
+        for (int i : {2, 3, 100, 101})
+            want.c[i] =
+                i % 2 ? RGBA{light.r, light.g, light.b, 3} : RGBA{dark.r, dark.g, dark.b, 77};
+        Mask const mask = maskOf({2, 3, 100, 101});
+        expectChange(
+            p, [&](PaletteObject &o) { o.applyEffect(RGBPaletteEffect(effect), mask.data()); },
+            want);
     }
 
+    // Rows can be selected and dragged; anything else takes drops.
     void rowsAreDraggedAndDropsLandBetween()
     {
         WordList list(five);

@@ -78,13 +78,18 @@ protected:
 class MemorySprite : public Kenro::Sprite
 {
 public:
-    MemorySprite(MemorySprites *owner, QVariant const &identifier, QImage const &picture);
+    MemorySprite(MemorySprites *owner, QVariant const &identifier, QImage const &picture)
+        : owner(owner), identifier(identifier), picture(picture)
+    {}
 
     MemorySprites *owner;
     QVariant identifier;
     QImage picture;
 
-    QVariant property(QString const &name) const override;
+    QVariant property(QString const &name) const override
+    {
+        return name == QLatin1String("Identifier") ? identifier : QVariant();
+    }
     void setProperty(QString const &, QVariant const &) override {}
     unsigned int index() const override;
     Kenro::Sprites *parent() const override;
@@ -93,11 +98,20 @@ public:
     void splitRGB() override {}
     bool isEmpty() const override { return picture.isNull(); }
     QImage image() const override { return picture; }
-    Kenro::ImageInfo imageProperties() const override;
+    Kenro::ImageInfo imageProperties() const override
+    {
+        Kenro::ImageInfo const info{quint16(picture.width()), quint16(picture.height()),
+                                    picture.format()};
+        return isEmpty() ? Kenro::ImageInfo() : info;
+    }
     bool imageIsShared() const override { return false; }
     using Kenro::Sprite::setImage;
     void setImage(QImage const &image, bool notify, PaletteMode, Kenro::Palette *,
-                  Kenro::ShareMode) override;
+                  Kenro::ShareMode) override
+    {
+        setImage(image, notify);
+    }
+    /// Tells views when \a notify.
     void setImage(QImage const &image, bool notify) override;
     Kenro::Palette *palette() const override { return nullptr; }
     void setPalette(Kenro::Palette *) override {}
@@ -112,24 +126,36 @@ class MemorySprites : public MemoryList<Kenro::Sprites, MemorySprite>
     Q_OBJECT
 
 public:
-    MemorySprites() = default;
-
     bool dirty = false;
 
     /// By group, then number.
-    int compare(unsigned int a, unsigned int b) const override;
+    int compare(unsigned int a, unsigned int b) const override
+    {
+        return compareSubItems(items.at(int(a))->identifier, items.at(int(b))->identifier);
+    }
     void beginChange() override {}
     void endChange() override {}
-    void remove(unsigned int index) override;
+    void remove(unsigned int index) override { delete takeRow(index); }
 
-    /// None: this file keeps no palettes.
     Kenro::Palettes *palettes() const override { return nullptr; }
-    unsigned int count() const override;
-    Kenro::Sprite *at(unsigned int index) const override;
+    unsigned int count() const override { return static_cast<unsigned int>(items.size()); }
+    Kenro::Sprite *at(unsigned int index) const override
+    {
+        return index < count() ? items.at(int(index)) : nullptr;
+    }
     Kenro::Sprite *insert(unsigned int index, QVariant const &identifier, QImage const &image,
-                          Kenro::ShareMode share) override;
+                          Kenro::ShareMode) override
+    {
+        if (!identifier.isValid() || find(0, identifier) >= 0)
+            return nullptr;
+        insertRow(index, new MemorySprite(this, identifier, image));
+        return at(qMin(index, count() - 1));
+    }
     Kenro::Sprite *add(QVariant const &identifier, QImage const &image,
-                       Kenro::ShareMode share) override;
+                       Kenro::ShareMode share) override
+    {
+        return insert(count(), identifier, image, share);
+    }
     int find(unsigned int from, QVariant const &identifier) const override;
     void clear() override;
 
@@ -140,10 +166,10 @@ public:
 
 protected:
     Kenro::Messages *fileMessages() const override { return nullptr; }
-    void touched() override;
+    void touched() override { dirty = true; }
 
 private:
-    ~MemorySprites() override;
+    ~MemorySprites() override { qDeleteAll(items); }
     void free() override { delete this; }
 };
 
