@@ -160,19 +160,6 @@ class TestImageModels : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void colorValuesAreBytesRedFirst()
-    {
-        RGBA const c{0x11, 0x22, 0x33, 0x44};
-        quint32 word;
-        std::memcpy(&word, &c, 4);
-        QCOMPARE(word, quint32(0x44332211)); // red in the lowest byte
-        QCOMPARE(c.toQRgb(), QRgb(0x44112233));
-        QVERIFY(RGBA::fromQRgb(0x44112233) == c);
-        Colors p = distinct();
-        p.c[9] = c;
-        QCOMPARE(PaletteObject(&p.c).colorAt(9), QColor(0x11, 0x22, 0x33, 0x44));
-    }
-
     void indexFindsNearest_data()
     {
         QTest::addColumn<RGBA>("third");
@@ -404,10 +391,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("saturation");
         QTest::addColumn<RGBA>("expected");
         QTest::newRow("red to green") << RGBA{255, 0, 0, 100} << 120 << 0 << RGBA{1, 255, 1, 255};
-        QTest::newRow("red to blue") << RGBA{255, 0, 0, 0} << 240 << 0 << RGBA{1, 1, 255, 255};
-        QTest::newRow("hue at 0") << RGBA{255, 0, 0, 5} << -30 << 0 << RGBA{255, 1, 1, 255};
         QTest::newRow("hue at 359") << RGBA{0, 0, 255, 5} << 200 << 0 << RGBA{255, 1, 5, 255};
-        QTest::newRow("opaque") << RGBA{10, 20, 30, 0} << 0 << 0 << RGBA{10, 20, 30, 255};
         QTest::newRow("saturation at 0")
             << RGBA{0, 0, 255, 9} << 0 << -300 << RGBA{128, 128, 128, 255};
         QTest::newRow("grey saturated")
@@ -478,19 +462,6 @@ private Q_SLOTS:
         expectChange(
             p, [&](PaletteObject &o) { o.applyEffect(RGBPaletteEffect(effect), mask.data()); },
             want);
-    }
-
-    // Rows can be selected and dragged; anything else takes drops.
-    void rowsAreDraggedAndDropsLandBetween()
-    {
-        WordList list(five);
-        WordList other(five);
-        QCOMPARE(list.supportedDropActions(), Qt::MoveAction);
-        Qt::ItemFlags const row = Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemIsDragEnabled;
-        QCOMPARE(list.flags(list.index(0)), row);
-        QCOMPARE(list.flags(list.index(4)), row);
-        QCOMPARE(list.flags(QModelIndex()), Qt::ItemIsDropEnabled);
-        QCOMPARE(other.flags(list.index(1)), Qt::ItemIsDropEnabled);
     }
 
     void dropsMoveRowsInTheirOrder_data()
@@ -604,18 +575,6 @@ private Q_SLOTS:
         QVERIFY(many.moves.size() < 500);
     }
 
-    void setImageAnnounces()
-    {
-        std::unique_ptr<KenroTest::MemorySprites, Releaser> sprites(new KenroTest::MemorySprites);
-        Sprite *sprite = sprites->add(QStringLiteral("0, 0"), QImage(), NoShare);
-        QCOMPARE(sprite->propertyNames(), QStringList{QStringLiteral("Identifier")});
-        QSignalSpy rows(sprites.get(), &QAbstractItemModel::dataChanged);
-        QImage image(2, 2, QImage::Format_Indexed8);
-        sprite->setImage(image);
-        QCOMPARE(rows.size(), 1);
-        QCOMPARE(sprite->image(), image);
-    }
-
     // The image on a canvas, its axis moved to the new place, the rest zero.
     void aligned_data()
     {
@@ -658,27 +617,11 @@ private Q_SLOTS:
         std::unique_ptr<KenroTest::MemorySprites, Releaser> sprites(new KenroTest::MemorySprites);
         QImage const result = sprites->add(QStringLiteral("0, 0"), source, NoShare)
                                   ->aligned(oldAxis, newAxis, extent);
+        // What a copy of the image gives, with zeros where it has no pixels.
         QSize const size(newAxis.x() + extent.x(), newAxis.y() + extent.y());
-        QCOMPARE(result.isNull(), source.isNull() || size.isEmpty());
-        if (result.isNull())
-            return;
-        QCOMPARE(result.size(), size);
-        QCOMPARE(result.format(), source.format());
-        QCOMPARE(result.colorTable(), source.colorTable());
-        QPoint const shift = newAxis - oldAxis;
-        for (int y = 0; y < result.height(); ++y) {
-            for (int x = 0; x < result.width(); ++x) {
-                QPoint const from = QPoint(x, y) - shift;
-                bool const inside = source.rect().contains(from);
-                // The RGB32 format reads back with full alpha.
-                uint const got = source.depth() >= 24 ? result.pixel(x, y) & 0xFFFFFF
-                                                      : uint(result.pixelIndex(x, y));
-                uint const wanted = !inside ? 0
-                    : source.depth() >= 24  ? source.pixel(from) & 0xFFFFFF
-                                            : uint(source.pixelIndex(from));
-                QCOMPARE(got, wanted);
-            }
-        }
+        QCOMPARE(result,
+                 source.isNull() || size.isEmpty() ? QImage()
+                                                   : source.copy(QRect(oldAxis - newAxis, size)));
     }
 };
 
