@@ -1,11 +1,8 @@
-// The image stream codecs: on streams written out by hand; against plain
-// byte-by-byte decoding written out here, on many random streams and on
-// every kind of device; and on the real streams cut out of sprite archives.
-// The decoders read a plain buffer in place and other devices in chunks,
-// decode in bulk while a chunk holds enough bytes and byte by byte near its
-// end: whatever the path, the pixels, every other byte of the image, the
-// result and the bytes left on the device must be those of decoding one byte
-// at a time.
+// The image stream codecs on streams written out by hand, on the real streams
+// cut out of sprite archives, and on random streams against byte-by-byte
+// decoding written out here: whether a decoder reads in place, in chunks, in
+// bulk or byte by byte, the pixels, every other byte of the image, the result
+// and the bytes left unread must be those of decoding one byte at a time.
 #include <kenro/imaging/imagecodecs.h>
 #include <kenro/imaging/imageinfo.h>
 
@@ -107,9 +104,8 @@ private:
     QByteArray m_data;
 };
 
-/// The RLE8 decoding paths this processor can take, with their names: the
-/// portable one first, the one chosen by default last, so that taking them
-/// one after the other ends on the default.
+/// The RLE8 decoding paths this processor can take, named, the default last:
+/// taking them one after the other ends on it.
 QList<QPair<Rle8Path, char const *>> rle8Paths()
 {
     QList<QPair<Rle8Path, char const *>> paths{{Rle8Path::Portable, "portable"}};
@@ -201,9 +197,8 @@ QImage decoded(Load const &load, QByteArray data, QSize size, bool *ok)
     return image;
 }
 
-// The kinds of device: a buffer that the decoder opens, one open and read
-// from an offset on, a subclass of a buffer, a pipe, and a pipe that hands
-// out at most five bytes a read, so that a decoder's chunks end anywhere.
+// The kinds of device; a trickling pipe gives five bytes a read, so that
+// chunks end anywhere in a packet.
 char const *const deviceNames[] = {"buffer", "buffer at an offset", "buffer subclass", "pipe",
                                    "trickling pipe"};
 
@@ -239,8 +234,7 @@ struct Bytes
     uint next() { return (past = past || atEnd()) ? 0 : uchar(data[taken++]); }
 };
 
-// Writes bytes into the lines of an image the RLE way: padding after each
-// line of lineBytes, nothing past the image's bytes.
+// Writes bytes into the lines of an image, skipping the padding behind each line.
 struct Lines
 {
     uchar *bits;
@@ -457,8 +451,7 @@ QByteArray mutated(QByteArray stream, QRandomGenerator &random)
 using Loader = bool (*)(QImage &, QIODevice *);
 using Reference = Outcome (*)(QImage &, QByteArray const &);
 
-// Empty when decoding \a stream with a tail behind it into \a image on
-// \a kind of device agrees with \a reference; else what differs.
+// What differs between \a load and \a reference on \a stream and a tail; empty for nothing.
 QString disagreement(Loader load, Reference reference, QImage const &image,
                      QByteArray const &stream, int kind, bool checkUnread = true)
 {
@@ -494,9 +487,8 @@ struct Case
     QByteArray stream;
 };
 
-// RLE8 packets in a mix encoders seldom write: runs of 0 to 3, run values
-// that are run bytes, runs of every length and rows of single pixels from 1
-// to over 2,000, into images that they fill, overfill or leave short.
+// RLE8 packets that encoders seldom write: runs of 0 to 3, run values that
+// are run bytes, rows of up to 2,000 single pixels; images filled or not.
 Case rle8Mixed(QRandomGenerator &random)
 {
     QByteArray stream;
@@ -560,8 +552,7 @@ Case lz5Case(QRandomGenerator &random)
         {}};
     if (random.bounded(4) == 0)
         return {c.image, noise(random.bounded(1000), random.generate())};
-    // Encoded pixels: short and long runs and back-references, near ones
-    // that overlap what they copy.
+    // Runs and back-references, near ones overlapping what they copy.
     QImage const source = structuredImage(c.image.size(), QImage::Format_Indexed8, random, 32);
     bool const references = random.bounded(4) != 0;
     c.stream = mutated(saved([&](QIODevice *d) { return saveLZ5(source, d, references); }), random);
@@ -611,8 +602,7 @@ class TestCodecs : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // Headerless streams into an image whose bytes are all 0xEE beforehand:
-    // the pixels, the answer, what is left unread; padding stays.
+    // Into an image of bytes 0xEE: the pixels, the answer, what is unread; padding stays.
     void decodes_data()
     {
         QTest::addColumn<Load>("load");
@@ -662,8 +652,7 @@ private Q_SLOTS:
         }
     }
 
-    // The bytes an encoder writes where they are given, and the pixels they
-    // decode to, with what follows the stream left unread.
+    // The bytes an encoder writes, where given, and the pixels they decode to.
     void encodes_data()
     {
         QTest::addColumn<Save>("save");
@@ -676,21 +665,18 @@ private Q_SLOTS:
                                 << indexed(int(pixels.size()), 1, pixels) << hex(expected) << 0x1F;
         };
         lz5("LZ5 runs", QByteArray(10, 4) + char(0x47), "00040227");
-        // Five copies of 1, 2, 3 at a distance of 200, each behind a run of
-        // its own colour: four short references share the fourth one's offset
-        // byte; the fifth, left alone, carries its own.
+        // Five short references of 1, 2, 3: four share the fourth one's offset
+        // byte, the fifth carries its own.
         QByteArray const abc = hex("010203");
         QByteArray five = abc;
         for (char separator = 9; separator <= 13; ++separator)
             five += QByteArray(197, separator) + abc;
         lz5("LZ5 five short references", five,
             "50212223 09bdc2c7 0abd02c7 0bbd1542 c70cbdc2 0dbd02c7");
-        // Nine 5s, then 1, 2, 3 as at the start: a short run of seven and a
-        // reference instead of a run of nine.
+        // Nine 5s then 1, 2, 3: a run of seven and a reference, not a run of nine.
         lz5("LZ5 run of seven then a match", hex("050501020309") + QByteArray(9, 5) + abc + '\n',
             "4045212223 29e5040c2a");
-        // Up to a distance of 256 a reference of three is short; farther, it
-        // needs the long rule, which a reference of four meets.
+        // Short up to a distance of 256; farther the long rule, which four meets.
         QByteArray const nines(253, 9);
         lz5("LZ5 distance 256 is short", abc + nines + abc + '\n', "1021222309 f502ff2a");
         lz5("LZ5 distance 257 needs the long rule", abc + '\t' + nines + abc + '\n',
@@ -749,8 +735,7 @@ private Q_SLOTS:
         QCOMPARE(device.readAll(), QByteArray("tail"));
     }
 
-    // Fewer bytes a line than pixels, and no byte count the streams know:
-    // nothing steps outside the image's bytes. An empty image takes nothing.
+    // Fewer bytes a line than pixels stay in bounds; an empty image takes nothing.
     void narrowAndEmptyImages()
     {
         QImage mono(70, 9, QImage::Format_Mono);
@@ -792,10 +777,8 @@ private Q_SLOTS:
         QVERIFY(failures > 0);
     }
 
-    // Lines of the width, odd or not; no resolution, no header colours;
-    // bytes of 0xC0 and more are runs of one, 0xBF stands alone; runs stop at
-    // 63 and at the end of each line; the palette is cut or filled to 256
-    // colours, its alpha lost. Formats of no plane get a header only.
+    // Lines of the width; bytes of 0xC0 and more are runs of one; runs stop at
+    // 63 and each line's end; 256 colours, no alpha; no plane, a header only.
     void pcxEncodes()
     {
         QImage image = indexed(3, 2, hex("01c0c8bf0404"));
@@ -813,8 +796,7 @@ private Q_SLOTS:
         QCOMPARE(int(header[65]), 0);
     }
 
-    // Where the palette of an 8-bit file is, and the 16 header colours and
-    // black when there is none; 5 bits keep no table and leave hasPalette.
+    // The palette behind the pixels, else the 16 header colours and black.
     void pcxFindsThePalette_data()
     {
         QTest::addColumn<int>("bits");
@@ -850,9 +832,8 @@ private Q_SLOTS:
         }
     }
 
-    // Saved and read back from a device that cannot seek: an 8-bit file
-    // still finds its palette, premultiplied bytes come back as they were,
-    // as plain ARGB32, and RGB32 keeps the fourth byte at 0.
+    // Saved and read back from a pipe; RGB32 comes back with a fourth byte of 0,
+    // premultiplied bytes as they were, as plain ARGB32.
     void pcxRoundTrips_data()
     {
         QTest::addColumn<QImage>("image");
@@ -884,10 +865,8 @@ private Q_SLOTS:
             QCOMPARE(again.color(i), image.color(i));
     }
 
-    // A few bytes of runs can stand for an image of any size. One past the
-    // memory that Qt lets an image read from a file take is not made: false
-    // and a null image, as when the memory is not there. Lines of the file
-    // shorter than their pixels are read as the steps say, the rest left 0.
+    // Images past the memory that Qt lets a file take are not made: false, null.
+    // Lines shorter than their pixels leave the rest 0.
     void pcxSizes_data()
     {
         QTest::addColumn<int>("width");
@@ -924,8 +903,7 @@ private Q_SLOTS:
                      (QByteArray(stored, 7) + QByteArray(width - stored, 0)).repeated(height));
     }
 
-    // Bad headers leave the image untouched; data too short for the header
-    // gives a null image.
+    // Bad headers leave the image untouched; data cut short gives a null image.
     void pcxRefuses_data()
     {
         QTest::addColumn<QByteArray>("file");
@@ -966,9 +944,8 @@ private Q_SLOTS:
         QTest::newRow("RLE8") << Load(loadRLE8) << Save(saveRLE8);
         QTest::newRow("RLE5") << Load(loadRLE5) << Save(saveRLE5);
     }
-    // Closed devices are opened, read or written, and left open; no device
-    // or one that cannot open fails and leaves the image untouched. There is
-    // no RLE5 encoder: it writes nothing and opens nothing.
+    // Devices are opened and left open; none, or one that cannot open, fails and
+    // leaves the image untouched. The RLE5 encoder writes and opens nothing.
     void devices()
     {
         QFETCH(Load, load);
@@ -992,9 +969,8 @@ private Q_SLOTS:
                  pixels(rle5 ? filled({5, 3}, QImage::Format_Indexed8, 1) : sample()));
     }
 
-    // loadPNG is true once the device is open, whatever it holds. The PNG
-    // writer asks whether the device is readable, not whether it is
-    // writable, before opening it for writing.
+    // loadPNG is true once the device is open; savePNG opens a device that is
+    // not readable, where the others open one that is not writable.
     void pngAnswers()
     {
         QImage image(3, 3, QImage::Format_RGB32);
@@ -1033,10 +1009,8 @@ private Q_SLOTS:
         QMap<QString, int> all{{"lz5", 239}, {"rle8", 10}, {"pcx", 12}, {"png32", 22}};
         QCOMPARE(counts, root.isEmpty() ? counts : all);
     }
-    // Each real stream decodes to the pixels whose checksum the manifest
-    // gives, RLE8 on each path the processor can take, and is saved and read
-    // back: LZ5 with back-references tighter than with runs only, RLE8 no
-    // larger than the archive's, PCX with its palette.
+    // The pixels that the manifest sums, RLE8 on each path; saved and read back:
+    // LZ5 tighter with references, RLE8 no larger than the archive's.
     void realStreams()
     {
         KENRO_REQUIRE_TESTDATA(root);
@@ -1113,8 +1087,7 @@ private Q_SLOTS:
         }
     }
 
-    // Random streams of each decoder, on each path of RLE8 the processor can
-    // take, on each kind of device.
+    // Random streams of each decoder, each RLE8 path, each kind of device.
     void randomStreams_data()
     {
         QTest::addColumn<int>("codec");
@@ -1149,8 +1122,8 @@ private Q_SLOTS:
         }
     }
 
-    // Streams laid out against the blocks of 64 bytes that are read at once,
-    // into images that end before, inside and after their pixels.
+    // Streams against the blocks of 64 bytes read at once, into images that end
+    // before, inside and after their pixels.
     void rle8BlockEdges_data()
     {
         QTest::addColumn<QByteArray>("stream");
@@ -1159,18 +1132,15 @@ private Q_SLOTS:
         QTest::newRow("run ends the block") << pixels + hex("4322") + tail;
         // Byte 63 starts a run whose value is the first byte of the next block.
         QTest::newRow("run across blocks") << pixels + hex("014544") + tail;
-        // A row of run bytes of odd and even length across the block's end,
-        // then the value of the last run, or a pixel.
+        // A row of run bytes of odd and even length across the block's end.
         for (int row = 1; row <= 6; ++row)
             QTest::addRow("row of %d", row)
                 << QByteArray(60, 0x11) + hex("414243444546").left(row) + '\x12' + tail;
-        // A run of 2 whose second pixel an image of 11 pixels has no room for
-        // is read whole all the same.
+        // A run of 2 with room for one pixel is read whole.
         QTest::newRow("run of 2 cut") << QByteArray(10, 0x11) + hex("4255") + tail + tail;
         QTest::newRow("empty runs") << hex("407f").repeated(200) + QByteArray(200, 0x44);
-        // The longest runs, more pixels than a block's share of the image, for
-        // many blocks; and the most pixels a block gives: a pixel, 31 runs of
-        // 63 and one more whose value is the first byte of the next block.
+        // The longest runs, for many blocks; the most pixels a block gives: a
+        // pixel and 32 runs of 63, the last one's value in the next block.
         QByteArray longest;
         QByteArray most = hex("01");
         for (int i = 0; i < 1000; ++i)
@@ -1202,8 +1172,7 @@ private Q_SLOTS:
         }
     }
 
-    // A device in text mode reads without carriage returns, and the decoders
-    // read what it gives so; the bytes behind the stream stay unread.
+    // In text mode the decoders read without carriage returns, as the device gives.
     void textMode_data() { addDeviceRows(); }
     void textMode()
     {
@@ -1218,8 +1187,7 @@ private Q_SLOTS:
         QCOMPARE(in->readAll(), QByteArray("\ntail"));
     }
 
-    // A pipe that hands out a little at a time, many thousand times: runs of
-    // nothing, then the pixel.
+    // Many thousand runs of nothing from a trickling pipe, then the pixel.
     void tricklingPipe()
     {
         KenroTest::SequentialDevice pipe(hex("4000").repeated(20000) + "\7tail", QIODevice::NotOpen,

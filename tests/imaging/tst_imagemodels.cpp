@@ -58,9 +58,8 @@ QByteArray difference(RGBA const *a, RGBA const *b)
     return QByteArray();
 }
 
-// Runs \a operation on \a p, which must then hold \a want: it brackets its
-// work with changing() and changed(), once each (or \a signals times),
-// changing() while the palette is still untouched.
+// Runs \a operation on \a p, which must then hold \a want, between one (or
+// \a signals) changing() before any change and as many changed().
 void expectChange(Colors &p, Operation const &operation, Colors const &want, int signals = 1)
 {
     Colors const before = p;
@@ -179,9 +178,7 @@ private Q_SLOTS:
         // ...but stored as a byte it is large, so a later positive one wins over it.
         QTest::newRow("tie: negative stored as a large byte")
             << RGBA{12, 10, 10, 100} << RGBA{8, 10, 10, 250} << wanted << 9;
-        // A palette all zero: every entry at one distance. Below the wanted
-        // alpha each negative difference is less than the stored byte, so the
-        // last one wins; with the wanted alpha met exactly, the first one stays.
+        // All at one distance: below the wanted alpha the last wins, at it the first.
         QTest::newRow("all equal, alpha below") << RGBA{} << RGBA{} << RGBA{9, 9, 9, 255} << 255;
         QTest::newRow("all equal, alpha met") << RGBA{} << RGBA{} << RGBA{9, 9, 9, 0} << 0;
     }
@@ -199,9 +196,8 @@ private Q_SLOTS:
         QCOMPARE(int(PaletteObject(&p.c).index(wanted)), expected);
     }
 
-    // Entry by entry: copies, single colours, gradients (steps divide by the
-    // count of entries, by one less after the first, truncating), repeats
-    // cleared, colours added from the top, a chain by tones, RGB shifts.
+    // Copies, colours, gradients (the steps divide by the count, by one less
+    // after the first, truncating), repeats, added colours, tones, shifts.
     void edits()
     {
         Colors source;
@@ -247,8 +243,7 @@ private Q_SLOTS:
                 o.gradient(nullptr, {0, 255, 0, 0}, {255, 0, 0, 255});
             },
             want);
-        // Each repeat clears the nearest earlier copy; entry 0 is never looked
-        // at; a colour of another alpha is no repeat.
+        // A repeat clears the nearest earlier copy; entry 0 is never looked at.
         for (int i = 0; i < 256; ++i)
             p.c[i] = RGBA{uchar(i), uchar(i), uchar(i), 200};
         p.c[5] = p.c[1];
@@ -263,9 +258,8 @@ private Q_SLOTS:
                 o.clearDuplicated(RGB{9, 8, 7});
             },
             want);
-        // Colours that the palette lacks are written from entry 255 down,
-        // looked up in the palette as it stands: c and d take the places of
-        // entries 255 and 254, which then come back below them.
+        // Lacking colours go from entry 255 down, looked up in the palette as it
+        // stands: entries 255 and 254, replaced, come back below them.
         std::reverse_copy(source.c, source.c + 256, want.c);
         expectChange(
             p, [&](PaletteObject &o) { o.addColors(source.c); }, want);
@@ -281,8 +275,7 @@ private Q_SLOTS:
             p, [&](PaletteObject &o) { o.addColors(source.c); }, want);
         expectChange(
             p, [](PaletteObject &o) { o.addColors(nullptr); }, want, 0);
-        // A chain from entry 0, each entry the nearest in colour to the one
-        // before, the first on a tie; alpha plays no part.
+        // Each entry the nearest in colour to the one before, the first on a tie.
         for (int i = 1; i < 256; ++i) {
             int const level = (i * 97) % 255 + 1; // a shuffled ramp: 97 is coprime with 255
             p.c[i] = RGBA{uchar(level), uchar(level), uchar(level), uchar(255 - level)};
@@ -343,8 +336,7 @@ private Q_SLOTS:
             p, [&](PaletteObject &o) { o.gradient(uchar(from), first, uchar(to), last); }, want);
     }
 
-    // Entry 0 is only ever the lower end of an exchange; with keepAlphaEnds
-    // entries 0 and 255 exchange their alpha bytes afterwards.
+    // Entry 0 is only the lower end of an exchange; keepAlphaEnds swaps the end alphas.
     void switchColors_data()
     {
         QTest::addColumn<QList<int>>("entries"); // of the mask; -1 for none
@@ -381,9 +373,8 @@ private Q_SLOTS:
             p, [&](PaletteObject &o) { o.switchColors(selected, keepAlphaEnds); }, want);
     }
 
-    // The HSL hue and saturation, clamped; the entries become opaque. Pure
-    // red has an 8-bit lightness of 127: rebuilt, the others come back as 1.
-    // An achromatic grey has hue -1.
+    // Clamped HSL shifts, opaque; red's lightness of 127 rebuilds the others as 1;
+    // a grey has hue -1.
     void addHueSaturation_data()
     {
         QTest::addColumn<RGBA>("color");
@@ -418,8 +409,7 @@ private Q_SLOTS:
             want);
     }
 
-    // On the colour bytes of the masked entries, alpha kept: dark is
-    // (200, 100, 30), m = 110; light (250, 250, 250), m = 250.
+    // On the masked entries, alpha kept; dark has m = 110, light m = 250.
     void applyEffect_data()
     {
         QTest::addColumn<int>("effect");
@@ -500,8 +490,7 @@ private Q_SLOTS:
         QCOMPARE(list.changeSteps, 1);
     }
 
-    // Foreign, cut, out-of-range and noisy drag data moves what it names
-    // cleanly, or nothing.
+    // Foreign, cut, out-of-range and noisy drag data moves what it names, or nothing.
     void badDropsFailCleanly()
     {
         WordList list(five);

@@ -1,6 +1,5 @@
-// Sprite archives: every real archive of the test data read, checked and
-// written back in each version; archives made here in every pixel format;
-// damaged archives refused; and the sprite file as the editors change it.
+// Sprite archives: the real ones read, checked and written back in each
+// version; made here in every pixel format; damaged; edited.
 #include "actpalette.h"
 #include "sfflayout.h"
 #include "sffpalette.h"
@@ -36,9 +35,8 @@ using KenroTest::MemoryArchive;
 
 namespace {
 
-// Every archive of the test data: the folder of its streams, its version,
-// and counts from its header: sprites, palettes (-1: one a PCX file) and
-// sprites linked to another's image. num72 says 2.00 in its header but holds
+// The archives of the test data, the folder of their streams, their counts
+// of sprites, palettes (-1: in PCX files) and links. num72 says 2.00 but holds
 // PNG sprites, which need 2.01.
 struct ArchiveFile
 {
@@ -104,8 +102,7 @@ QByteArray colorBytes(Palette const *palette, bool alpha = true)
     return bytes;
 }
 
-// The sprites of a file, one line each: identifier, axis, size, pixels,
-// palette and whether the image is shared.
+// The sprites of a file, one line each.
 QStringList describe(SffSprites const &sprites)
 {
     QStringList lines;
@@ -124,8 +121,7 @@ QStringList describe(SffSprites const &sprites)
     return lines;
 }
 
-// A small archive: two palettes, sprites 0 and 1 with images of their own
-// (indexed and, in 2.01, true colour), sprite 2 a link to sprite 0.
+// Two palettes; sprites 0 and 1 with images (1 in true colour in 2.01), 2 a link to 0.
 QByteArray smallArchive(SffVersion version)
 {
     SffContent content;
@@ -148,11 +144,8 @@ QByteArray smallArchive(SffVersion version)
     return SffWriter().write(content, version);
 }
 
-// A field of a damaged archive: where it lies (in the file, in sprite node
-// k, palette node k or the pixels of sprite k of version 2, in sprite
-// subheader k of 1.01), its offset there, how many bits it has (none: the
-// file ends there) and its value; a negative place or value counts back from
-// the file's size.
+// A field to spoil: where (node, pixels or 1.01 subheader k), at, bits (none:
+// the file ends there), value; negative places and values count from the end.
 enum class In { File, Sprite, Palette, Pixels, Subheader };
 struct Field
 {
@@ -199,9 +192,7 @@ QByteArray stored(QImage const &image, bool (*save)(QImage const &, QIODevice *)
     return save(image, &buffer) ? bytes + stream : QByteArray();
 }
 
-// An indexed image of \a size with every pixel \a index, on a ramp of 256
-// distinct colours rotated by \a shift: its colour i is colour i + shift of
-// the unrotated ramp.
+// Pixels \a index on a ramp of colours rotated by \a shift.
 QImage rampImage(uchar index, int shift = 0)
 {
     QImage image(2, 2, QImage::Format_Indexed8);
@@ -228,14 +219,10 @@ private Q_SLOTS:
         for (int i = 0; i < int(std::size(archiveFiles)); ++i)
             QTest::newRow(archiveFiles[i].path) << i;
     }
-    // Each archive of the test data: its counts; every sprite with an image,
-    // indexed ones through their palette, colour 0 transparent; the sprites
-    // that the manifest's streams were cut from, with their pixels and the
-    // palette of a PCX file that carries one. Then written in each version:
-    // as read, 1.01 also as 2.00 and 2.01, the others as 1.01, and read back
-    // alike. Version 2 keeps the palettes that no sprite uses; 1.01 keeps
-    // those of its sprites and names each one it drops, and refuses true
-    // colour, as 2.00 does, leaving the previous file.
+    // Counts; sprites with images, indexed ones through palettes, colour 0 clear;
+    // the streams of the manifest. Written as read, 1.01 as 2.00 and 2.01, the
+    // rest as 1.01, and read back alike: version 2 keeps unused palettes, 1.01
+    // names each it drops and, as 2.00, refuses true colour.
     void realArchives()
     {
         KENRO_REQUIRE_TESTDATA(root);
@@ -283,8 +270,7 @@ private Q_SLOTS:
                      stream.format == QLatin1String("png32") ? QImage::Format_ARGB32
                                                              : QImage::Format_Indexed8);
             QCOMPARE(sha1(sprite->pixels()), stream.pixelsSha1);
-            // A sprite on the previous sprite's palette stores none: the bytes
-            // where its palette would stand belong to the next sprite.
+            // A sprite on the previous sprite's palette stores none.
             if (!stream.paletteSha1.isEmpty() &&
                 (index == 0 || sprite->palette() != sprites->sprite(index - 1)->palette()))
                 QCOMPARE(sha1(colorBytes(sprite->palette(), false)), stream.paletteSha1);
@@ -330,9 +316,7 @@ private Q_SLOTS:
                 QCOMPARE(colorBytes(again->palettes()->at(i)),
                          colorBytes(sprites->palettes()->at(i)));
         }
-        // Stored streams are kept, so an untouched archive of version 2 comes
-        // back byte for byte; num72 says 2.00 but holds PNG sprites, which need
-        // 2.01, and its rewrite says so (byte 13).
+        // Version 2 comes back byte for byte, but num72's version (byte 13).
         SffReader reader;
         SffContent content;
         QByteArray const bytes = KenroTest::readFile(game(root, archive.path));
@@ -343,8 +327,7 @@ private Q_SLOTS:
         QVERIFY(archive.version == SffVersion::V101 || rewritten == bytes);
     }
 
-    // A character's palette file: 256 colours, the last first; it holds the
-    // colours of the first sprite's own palette.
+    // A palette file, the last colour first, of the first sprite's palette.
     void actPalettes()
     {
         KENRO_REQUIRE_TESTDATA(root);
@@ -381,8 +364,7 @@ private Q_SLOTS:
         RGBA colors[256];
         for (int i = 0; i < 256; ++i)
             colors[i] = RGBA{uchar(i), uchar(255 - i), uchar(i * 7), 255};
-        // A palette file over a palette of the archive: the same object, so that
-        // its sprites show the file's colours; nothing is modified by showing.
+        // A palette file over the archive's palette of its identifier: shown, not an edit.
         QCOMPARE(palettes->showFile(colors, QStringLiteral("/c/a.act"), usedIdentifier), used);
         QCOMPARE(palettes->count(), count);
         QCOMPARE(used->file(), QStringLiteral("/c/a.act"));
@@ -397,8 +379,7 @@ private Q_SLOTS:
         QCOMPARE(palettes->count(), count + 1);
         QVERIFY(!kfm->isModified());
         QVERIFY(palettes->isUsed(used) && !palettes->isUsed(added));
-        // An edit of a palette that no sprite shows leaves the archive as it is;
-        // one of a palette that sprites show is an edit of the archive.
+        // An edit of a palette that sprites show is an edit of the archive.
         colors[9] = RGBA{1, 2, 3, 255};
         added->setColorTable(colors, NoShare);
         QVERIFY(!kfm->isModified());
@@ -422,8 +403,7 @@ private Q_SLOTS:
         QVERIFY(palettes->find(0, fresh) >= 0);
     }
 
-    // Sprites added, shared, copied, cropped and removed; the file written
-    // and read back in each version keeps them, links included.
+    // Sprites added, shared, copied, cropped and removed; saved in each version.
     void editing()
     {
         MemoryArchive archive; // outlives the file that keeps it
@@ -495,9 +475,7 @@ private Q_SLOTS:
         QVERIFY(!second->imageIsShared());
     }
 
-    // What becomes of the palette when a new image replaces a sprite's: the
-    // new image is the same ramp shifted by 100, so that its colour 1 is
-    // colour 101 of the old.
+    // A new image of the ramp shifted by 100 (its colour 1 is 101) in each mode.
     void setImageDealsWithThePalette_data()
     {
         QTest::addColumn<int>("mode");
@@ -528,8 +506,7 @@ private Q_SLOTS:
         QCOMPARE(rows.size(), 1);
     }
 
-    // Archives made here with one sprite stored in each pixel format, and a
-    // link to it: read, and written anew from the pixels.
+    // A sprite stored in each pixel format and a link to it, read and written anew.
     void everyPixelFormat_data()
     {
         QTest::addColumn<int>("format");
@@ -549,8 +526,7 @@ private Q_SLOTS:
         QTest::newRow("raw") << int(FormatRaw) << pixels << indexed;
         QTest::newRow("raw with a length")
             << int(FormatRaw) << QByteArray::fromHex("23000000") + pixels << indexed;
-        // RLE5 has no encoder: 6 pixels of colour 5 (first run, colour byte),
-        // then runs of 2 pixels of 1 and 27 of 9, in packets of up to 8.
+        // RLE5, written out: 6 of colour 5, 2 of 1 and 27 of 9.
         QImage five(7, 5, QImage::Format_Indexed8);
         for (int i = 0; i < 35; ++i)
             five.scanLine(i / 7)[i % 7] = uchar(i < 6 ? 5 : i < 8 ? 1 : 9);
@@ -576,8 +552,7 @@ private Q_SLOTS:
         QFETCH(int, format);
         QFETCH(QByteArray, stored);
         QFETCH(QImage, expected);
-        // The stream stored as it stands, in the translate block for the
-        // indexed ones, as stages keep them.
+        // Indexed streams in the translate block, as stages keep them.
         SffContent content;
         content.palettes.append(SffPaletteData());
         auto image = std::make_shared<SffImage>();
@@ -739,9 +714,7 @@ private Q_SLOTS:
                     .text.contains(QLatin1String("cannot be opened")));
     }
 
-    // Truncations, flipped bytes and spoilt fields of the header and nodes,
-    // with a fixed seed so that a failure can be repeated: each archive is
-    // refused with a message, or can be written again and read back alike.
+    // Cut, flipped and spoilt archives, from a fixed seed: refused, or written again.
     void randomMutations_data()
     {
         QTest::addColumn<QByteArray>("archive");
