@@ -1,38 +1,11 @@
 #pragma once
 
-#include <kenro/imaging/palette.h>
-#include <kenro/imaging/palettes.h>
 #include <kenro/imaging/sprite.h>
 #include <kenro/imaging/sprites.h>
 
-#include <functional>
-#include <memory>
-
 namespace KenroTest {
 
-class MemoryPalettes;
 class MemorySprites;
-
-/// A palette held in memory; its identifier is a number.
-class MemoryPalette : public Kenro::Palette
-{
-public:
-    MemoryPalette(MemoryPalettes *owner, QVariant const &identifier, Kenro::RGBA const *colors);
-
-    MemoryPalettes *owner;
-    QVariant identifier;
-    Kenro::RGBA colors[256];
-
-    QStringList propertyNames() const override;
-    QVariant property(QString const &name) const override;
-    void setProperty(QString const &name, QVariant const &value) override;
-    Kenro::Palettes *parent() const override;
-    unsigned int index() const override;
-    bool colorTable(Kenro::RGBA (&out)[256]) const override;
-    /// Stores the colours; this store has nothing to share them with.
-    void setColorTable(Kenro::RGBA const *table, Kenro::ShareMode share) override;
-    Kenro::Palette *duplicate() override;
-};
 
 /// The order of "group, number" identifiers: by group, then number.
 int compareSubItems(QVariant const &a, QVariant const &b);
@@ -97,142 +70,107 @@ protected:
     virtual void touched() = 0;
 };
 
-/// The palettes of a MemorySprites, in memory.
-class MemoryPalettes : public MemoryList<Kenro::Palettes, MemoryPalette>
-{
-    Q_OBJECT
-
-public:
-    explicit MemoryPalettes(MemorySprites *sprites);
-    ~MemoryPalettes() override;
-
-    MemorySprites *owner;
-    int changeDepth = 0;
-
-    /// The index of \a palette, or -1.
-    int indexOf(Kenro::Palette const *palette) const;
-    /// The first palette with \a colors, or null.
-    MemoryPalette *findEqual(Kenro::RGBA const *colors) const;
-    /// A number that no palette has yet.
-    unsigned int freeIdentifier() const;
-
-    int compare(unsigned int a, unsigned int b) const override;
-    void beginChange() override;
-    void endChange() override;
-    void remove(unsigned int index) override;
-
-    Kenro::Sprites *sprites() const override;
-    unsigned int count() const override;
-    Kenro::Palette *at(unsigned int index) const override;
-    Kenro::Palette *add(Kenro::RGBA const *colors, QVariant const &identifier,
-                        Kenro::ShareMode share) override;
-    Kenro::Palette *insert(unsigned int index, Kenro::RGBA const *colors,
-                           QVariant const &identifier, Kenro::ShareMode share) override;
-    void removeDuplicates() override;
-    int find(unsigned int from, unsigned int identifier) const override;
-    void clear() override;
-    void clearUnused() override;
-
-    /// Tells views that the palette at \a row changed.
-    void rowChanged(int row);
-
-protected:
-    void touched() override;
-};
-
 /**
- * A sprite held in memory. Its identifier is "group, image" text; sprites
- * with equal images share one, and each has an axis that crop() keeps.
+ * A sprite held in memory: an identifier ("group, number" text) and an
+ * image, nothing else. It has no palette, and the editing operations that
+ * an engine's extension implements (duplicate, crop, split) do nothing.
  */
 class MemorySprite : public Kenro::Sprite
 {
 public:
-    MemorySprite(MemorySprites *owner, QVariant const &identifier, std::shared_ptr<QImage> picture);
+    MemorySprite(MemorySprites *owner, QVariant const &identifier, QImage const &picture)
+        : owner(owner), identifier(identifier), picture(picture)
+    {}
 
     MemorySprites *owner;
     QVariant identifier;
-    std::shared_ptr<QImage> picture;
-    MemoryPalette *currentPalette = nullptr;
-    QPoint axis;
+    QImage picture;
 
-    QStringList propertyNames() const override;
-    QVariant property(QString const &name) const override;
-    /// "Identifier" takes any identifier that no other sprite has.
-    void setProperty(QString const &name, QVariant const &value) override;
+    QVariant property(QString const &name) const override
+    {
+        return name == QLatin1String("Identifier") ? identifier : QVariant();
+    }
+    void setProperty(QString const &, QVariant const &) override {}
     unsigned int index() const override;
     Kenro::Sprites *parent() const override;
-    Kenro::Sprite *duplicate() override;
-    void crop() override;
-    void splitRGB() override;
-    bool isEmpty() const override;
-    QImage image() const override;
-    Kenro::ImageInfo imageProperties() const override;
-    bool imageIsShared() const override;
+    Kenro::Sprite *duplicate() override { return nullptr; }
+    void crop() override {}
+    void splitRGB() override {}
+    bool isEmpty() const override { return picture.isNull(); }
+    QImage image() const override { return picture; }
+    Kenro::ImageInfo imageProperties() const override
+    {
+        Kenro::ImageInfo const info{quint16(picture.width()), quint16(picture.height()),
+                                    picture.format()};
+        return isEmpty() ? Kenro::ImageInfo() : info;
+    }
+    bool imageIsShared() const override { return false; }
     using Kenro::Sprite::setImage;
-    void setImage(QImage const &image, bool notify, PaletteMode mode, Kenro::Palette *palette,
-                  Kenro::ShareMode share) override;
+    void setImage(QImage const &image, bool notify, PaletteMode, Kenro::Palette *,
+                  Kenro::ShareMode) override
+    {
+        setImage(image, notify);
+    }
+    /// Tells views when \a notify.
     void setImage(QImage const &image, bool notify) override;
-    Kenro::Palette *palette() const override;
-    /// Takes palettes of its own collection only.
-    void setPalette(Kenro::Palette *palette) override;
+    Kenro::Palette *palette() const override { return nullptr; }
+    void setPalette(Kenro::Palette *) override {}
 };
 
 /**
- * A sprite file held in memory, as an engine's extension would make one:
- * identifiers are unique, equal images and palettes are shared as the share
- * mode says, and `askToShare` answers the question of AskToShare.
+ * A sprite file held in memory, for code that looks sprites up by their
+ * identifier: identifiers are unique; there are no palettes.
  */
 class MemorySprites : public MemoryList<Kenro::Sprites, MemorySprite>
 {
     Q_OBJECT
 
 public:
-    MemorySprites();
-
-    MemoryPalettes paletteList;
     bool dirty = false;
-    int changeDepth = 0;
-    int changeSteps = 0;
-    std::function<bool()> askToShare;
 
-    /// True when an equal image or palette may be reused under \a share.
-    bool mayShare(Kenro::ShareMode share) const;
-    /// "group, image" text that no sprite has, in \a group.
-    QString freeIdentifier(int group) const;
-    /// The picture of an equal image to reuse under \a share, else a new one.
-    std::shared_ptr<QImage> pictureFor(QImage const &image, Kenro::ShareMode share) const;
-    /// Tells views that the sprite at \a row changed, and marks the file modified.
-    void rowChanged(int row);
-    void markModified();
+    /// By group, then number.
+    int compare(unsigned int a, unsigned int b) const override
+    {
+        return compareSubItems(items.at(int(a))->identifier, items.at(int(b))->identifier);
+    }
+    void beginChange() override {}
+    void endChange() override {}
+    void remove(unsigned int index) override { delete takeRow(index); }
 
-    /// By group, then image number.
-    int compare(unsigned int a, unsigned int b) const override;
-    void beginChange() override;
-    void endChange() override;
-    void remove(unsigned int index) override;
-
-    Kenro::Palettes *palettes() const override;
-    unsigned int count() const override;
-    Kenro::Sprite *at(unsigned int index) const override;
+    Kenro::Palettes *palettes() const override { return nullptr; }
+    unsigned int count() const override { return static_cast<unsigned int>(items.size()); }
+    Kenro::Sprite *at(unsigned int index) const override
+    {
+        return index < count() ? items.at(int(index)) : nullptr;
+    }
     Kenro::Sprite *insert(unsigned int index, QVariant const &identifier, QImage const &image,
-                          Kenro::ShareMode share) override;
+                          Kenro::ShareMode) override
+    {
+        if (!identifier.isValid() || find(0, identifier) >= 0)
+            return nullptr;
+        insertRow(index, new MemorySprite(this, identifier, image));
+        return at(qMin(index, count() - 1));
+    }
     Kenro::Sprite *add(QVariant const &identifier, QImage const &image,
-                       Kenro::ShareMode share) override;
+                       Kenro::ShareMode share) override
+    {
+        return insert(count(), identifier, image, share);
+    }
     int find(unsigned int from, QVariant const &identifier) const override;
     void clear() override;
 
-    bool isModified() const override;
-    bool isEmpty() const override;
-    QList<SearchResult> search(Kenro::RegExp const &regExp, unsigned int flags) const override;
-    void replace(QList<SearchResult> const &results, QString const &text) override;
+    bool isModified() const override { return dirty; }
+    bool isEmpty() const override { return items.isEmpty(); }
+    QList<SearchResult> search(Kenro::RegExp const &, unsigned int) const override { return {}; }
+    void replace(QList<SearchResult> const &, QString const &) override {}
 
 protected:
-    Kenro::Messages *fileMessages() const override;
-    void touched() override;
+    Kenro::Messages *fileMessages() const override { return nullptr; }
+    void touched() override { dirty = true; }
 
 private:
-    ~MemorySprites() override;
-    void free() override;
+    ~MemorySprites() override { qDeleteAll(items); }
+    void free() override { delete this; }
 };
 
 } // namespace KenroTest
