@@ -13,7 +13,6 @@
 #include "testinterface.h"
 #include "testnodes.h"
 #include "testparser.h"
-#include "testproject.h"
 
 #include <QAbstractItemModelTester>
 #include <QDirIterator>
@@ -725,22 +724,6 @@ private Q_SLOTS:
         QVERIFY(!archive.freed); // the document still keeps it
         file->release();
         QVERIFY(archive.freed);
-    }
-
-    void theProjectIsTheFilesOwnOrElseTheDocuments()
-    {
-        TestProject project(nullptr, 0, nullptr, false);
-        auto *document = new TestDocument;
-        auto *file = new MirrorFile(document, CodeNode::Animation);
-        QCOMPARE(file->project(), nullptr);
-        QVERIFY(project.addFile(document, Project::Scripts));
-        QCOMPARE(file->project(), &project);
-        TestProject own(nullptr, 0, nullptr, false);
-        file->addRef();
-        QVERIFY(own.addFile(file, Project::Animations));
-        QCOMPARE(file->project(), &own);
-        own.removeFile(file);
-        project.removeFile(document);
     }
 
     void savingAloneNeedsAnUnsharedDocument_data()

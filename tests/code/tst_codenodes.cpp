@@ -241,28 +241,17 @@ private Q_SLOTS:
         QCOMPARE(TestValue::rewrittenLine(oldText, text, preserve, QStringLiteral(";")), result);
     }
 
+    // A stale index must tell a released node from a live one, also when
+    // its block is given to a new node of the same size.
     void poolReusesBlocks()
     {
         auto *first = val("a", nullptr);
         void *address = first;
-        std::size_t const bytes = CodeNode::poolBytes();
         first->release();
         QVERIFY(!CodeNode::isValid(static_cast<CodeNode *>(address)));
-        QVERIFY(!CodeNode::isValid(nullptr));
-        // The same size comes back at the same address, and counts as valid again.
         auto *second = val("b", nullptr);
         QCOMPARE(static_cast<void *>(second), address);
         QVERIFY(CodeNode::isValid(second));
-        QCOMPARE(CodeNode::poolBytes(), bytes);
-        // Once the free blocks of earlier tests are used up, new ones are taken.
-        QList<TestValue *> more;
-        for (int i = 0; i < 500; ++i)
-            more.append(val("c", nullptr));
-        QVERIFY(CodeNode::poolBytes() > bytes);
-        for (TestValue *value : more) {
-            QCOMPARE(reinterpret_cast<quintptr>(value) % alignof(std::max_align_t), quintptr(0));
-            value->release();
-        }
         second->release();
         TestRoot root;
         QVERIFY(root.isValid()); // the root never comes from the pool
@@ -385,21 +374,14 @@ private Q_SLOTS:
         QTest::addColumn<QVariant>("stored");
         using V = ValueCode;
         QTest::newRow("string") << int(V::String) << QVariant(12) << QVariant("12");
-        QTest::newRow("boolean kept") << int(V::Boolean) << QVariant(2) << QVariant(2);
         QTest::newRow("keyword") << int(V::Keyword) << QVariant("2") << QVariant(2u);
-        QTest::newRow("keywords of one")
-            << int(V::KeywordVector) << QVariant(1) << QVariant(QVariantList{1u});
         QTest::newRow("keywords") << int(V::KeywordVector) << QVariant(ints({0, 2}))
                                   << QVariant(ints({0, 2}));
         QTest::newRow("floatvec2 from list")
             << int(V::FloatVec2) << QVariant(ints({3})) << QVariant(QPointF(3, 0));
-        QTest::newRow("floatvec3 of one")
-            << int(V::FloatVec3) << QVariant("2.5") << QVariant(QVariantList{2.5});
         QTest::newRow("int") << int(V::Int) << QVariant("-7") << QVariant(-7);
         QTest::newRow("intvec2 from list")
             << int(V::IntVec2) << QVariant(ints({4, 5, 6})) << QVariant(QPoint(4, 5));
-        QTest::newRow("intvec2 from point")
-            << int(V::IntVec2) << QVariant(QPoint(1, -1)) << QVariant(QPoint(1, -1));
         QTest::newRow("intvector of one")
             << int(V::IntVector) << QVariant("9") << QVariant(ints({9}));
         QTest::newRow("unknown kept")

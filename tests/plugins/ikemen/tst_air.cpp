@@ -58,101 +58,6 @@ QString const sample = QStringLiteral("; Sample\n"
 QString const first = sample.section(QLatin1Char('\n'), 0, 7);
 QString const second = sample.section(QLatin1Char('\n'), 9, 14);
 
-struct ReferenceFrame
-{
-    QString sprite;
-    int x = 0, y = 0, delay = 0, flip = 0, blendMode = 0;
-    double blendSource = 1.0, blendDestination = 1.0;
-    QList<QRect> boxes[2]; // attack, collision
-};
-
-struct ReferenceAction
-{
-    QString identifier;
-    int loopStart = 0;
-    QList<ReferenceFrame> frames;
-};
-
-// Reads AIR text with regular expressions, line by line, the way the format
-// is documented: the reference that the parser's model is checked against.
-QList<ReferenceAction> readReference(QString const &text)
-{
-    auto const caseless = QRegularExpression::CaseInsensitiveOption;
-    static QRegularExpression const heading(
-        QStringLiteral("^\\[\\s*begin\\s+action\\s+(-?\\d+)\\s*\\]$"), caseless);
-    static QRegularExpression const header(QStringLiteral("^clsn([12])(default)?\\s*:\\s*(\\d+)$"),
-                                           caseless);
-    static QRegularExpression const boxLine(
-        QStringLiteral("^clsn[12]\\s*\\[\\s*\\d+\\s*\\]\\s*=\\s*(-?\\d+)\\s*,\\s*(-?\\d+)\\s*,"
-                       "\\s*(-?\\d+)\\s*,\\s*(-?\\d+)$"),
-        caseless);
-    static QRegularExpression const asd(QStringLiteral("^AS(\\d+)D(\\d+)$"), caseless);
-    QList<ReferenceAction> actions;
-    QList<QRect> defaults[2], own[2];
-    bool ownSet[2] = {false, false};
-    QList<QRect> *target = nullptr;
-    bool loop = false;
-    for (QString line : text.split(QLatin1Char('\n'))) {
-        line = line.left(line.indexOf(QLatin1Char(';'))).remove(QChar(0xFEFF)).trimmed();
-        QRegularExpressionMatch match;
-        if (line.isEmpty()) {
-            continue;
-        } else if ((match = heading.match(line)).hasMatch()) {
-            actions.append({match.captured(1), 0, {}});
-            for (int t = 0; t < 2; ++t) {
-                defaults[t].clear();
-                own[t].clear();
-                ownSet[t] = false;
-            }
-            loop = false;
-            target = nullptr;
-        } else if (actions.isEmpty()) {
-            continue;
-        } else if ((match = header.match(line)).hasMatch()) {
-            int const t = match.captured(1).toInt() - 1;
-            ownSet[t] = ownSet[t] || match.capturedLength(2) == 0;
-            target = match.capturedLength(2) > 0 ? &defaults[t] : &own[t];
-            target->clear();
-        } else if ((match = boxLine.match(line)).hasMatch()) {
-            int const x1 = match.captured(1).toInt(), y1 = match.captured(2).toInt();
-            int const x2 = match.captured(3).toInt(), y2 = match.captured(4).toInt();
-            if (target)
-                target->append(QRect(qMin(x1, x2), qMin(y1, y2), qAbs(x2 - x1), qAbs(y2 - y1)));
-        } else if (line.compare(QLatin1String("loopstart"), Qt::CaseInsensitive) == 0) {
-            loop = true;
-        } else if (!line.startsWith(QLatin1String("interpolate"), Qt::CaseInsensitive)) {
-            QStringList const fields = line.split(QLatin1Char(','));
-            auto field = [&fields](int i) { return fields.value(i).trimmed().toUpper(); };
-            ReferenceFrame frame;
-            frame.sprite = field(0) + QLatin1Char(',') + field(1);
-            frame.x = field(2).toInt();
-            frame.y = field(3).toInt();
-            frame.delay = field(4).toInt();
-            frame.flip = (field(5).contains(QLatin1Char('H')) ? 1 : 0) |
-                (field(5).contains(QLatin1Char('V')) ? 2 : 0);
-            QString const blend = field(6);
-            frame.blendMode = blend == QLatin1String("S") ? 2 : blend.isEmpty() ? 0 : 1;
-            if (blend == QLatin1String("A1"))
-                frame.blendDestination = 0.5;
-            if ((match = asd.match(blend)).hasMatch()) {
-                frame.blendSource = match.captured(1).toInt() / 256.0;
-                frame.blendDestination = match.captured(2).toInt() / 256.0;
-            }
-            for (int t = 0; t < 2; ++t) {
-                frame.boxes[t] = ownSet[t] ? own[t] : defaults[t];
-                own[t].clear();
-                ownSet[t] = false;
-            }
-            target = nullptr;
-            if (loop && actions.last().loopStart == 0)
-                actions.last().loopStart = static_cast<int>(actions.last().frames.size());
-            loop = false;
-            actions.last().frames.append(frame);
-        }
-    }
-    return actions;
-}
-
 QString rects(QList<QRect> const &list)
 {
     QStringList parts;
@@ -162,25 +67,125 @@ QString rects(QList<QRect> const &list)
     return parts.join(QLatin1Char(' '));
 }
 
-QString describeFrame(FrameCode const *frame)
+QString frameText(QString const &sprite, QPoint offset, int delay, int flip, int blend,
+                  double source, double destination, QPointF scale, double angle,
+                  QList<QRect> const &attack, QList<QRect> const &collision)
 {
     return QStringLiteral("%1 @%2,%3 t%4 f%5 b%6:%7:%8 s%9,%10 a%11 A[%12] C[%13]")
-        .arg(frame->property(QStringLiteral("Identifier")).toString())
-        .arg(frame->offsetX())
-        .arg(frame->offsetY())
-        .arg(frame->delay())
-        .arg(frame->flipFlags())
-        .arg(frame->blendMode())
-        .arg(frame->blendSource())
-        .arg(frame->blendDestination())
-        .arg(frame->scaleX())
-        .arg(frame->scaleY())
-        .arg(frame->angle())
-        .arg(rects(frame->attackBoxes()->rects()), rects(frame->collisionBoxes()->rects()));
+        .arg(sprite)
+        .arg(offset.x())
+        .arg(offset.y())
+        .arg(delay)
+        .arg(flip)
+        .arg(blend)
+        .arg(source)
+        .arg(destination)
+        .arg(scale.x())
+        .arg(scale.y())
+        .arg(angle)
+        .arg(rects(attack), rects(collision));
 }
 
-// The model written out: each section with its lines and frames, then the
-// frames and values that stand in none.
+QString describeFrame(FrameCode const *f)
+{
+    return frameText(f->property(QStringLiteral("Identifier")).toString(), f->offset(), f->delay(),
+                     f->flipFlags(), f->blendMode(), f->blendSource(), f->blendDestination(),
+                     f->scale(), f->angle(), f->attackBoxes()->rects(),
+                     f->collisionBoxes()->rects());
+}
+
+// Reads AIR text with regular expressions, line by line, the way the format
+// is documented: each action and its frames as describeFrame writes them,
+// the reference that the parser's model is checked against.
+QStringList readReference(QString const &text)
+{
+    auto const caseless = QRegularExpression::CaseInsensitiveOption;
+    static QRegularExpression const heading(
+        QStringLiteral("^\\[\\s*begin\\s+action\\s+(-?\\d+)\\s*\\]$"), caseless);
+    static QRegularExpression const header(QStringLiteral("^clsn([12])(default)?\\s*:\\s*\\d+$"),
+                                           caseless);
+    static QRegularExpression const box(
+        QStringLiteral("^clsn[12]\\s*\\[\\s*\\d+\\s*\\]\\s*=\\s*(-?\\d+)\\s*,"
+                       "\\s*(-?\\d+)\\s*,\\s*(-?\\d+)\\s*,\\s*(-?\\d+)$"),
+        caseless);
+    static QRegularExpression const asd(QStringLiteral("^AS(\\d+)D(\\d+)$"));
+    QStringList out;
+    QList<QRect> defaults[2], own[2], *target = nullptr;
+    bool ownSet[2] = {false, false};
+    int loopAt = -1, frames = 0;
+    QRegularExpressionMatch m;
+    for (QString line : text.split(QLatin1Char('\n'))) {
+        line = line.left(line.indexOf(QLatin1Char(';'))).remove(QChar(0xFEFF)).trimmed();
+        if (line.isEmpty()) {
+        } else if ((m = heading.match(line)).hasMatch()) {
+            out << QStringLiteral("action ") + m.captured(1);
+            defaults[0] = defaults[1] = own[0] = own[1] = {};
+            ownSet[0] = ownSet[1] = false;
+            loopAt = -1;
+            frames = 0;
+            target = nullptr;
+        } else if (out.isEmpty()) {
+        } else if ((m = header.match(line)).hasMatch()) {
+            int const t = m.captured(1).toInt() - 1;
+            ownSet[t] = ownSet[t] || m.capturedLength(2) == 0;
+            target = m.capturedLength(2) > 0 ? &defaults[t] : &own[t];
+            target->clear();
+        } else if ((m = box.match(line)).hasMatch()) {
+            int const x1 = m.captured(1).toInt(), y1 = m.captured(2).toInt();
+            int const x2 = m.captured(3).toInt(), y2 = m.captured(4).toInt();
+            if (target)
+                target->append(QRect(qMin(x1, x2), qMin(y1, y2), qAbs(x2 - x1), qAbs(y2 - y1)));
+        } else if (line.compare(QLatin1String("loopstart"), Qt::CaseInsensitive) == 0) {
+            loopAt = loopAt < 0 ? frames : loopAt;
+        } else if (!line.startsWith(QLatin1String("interpolate"), Qt::CaseInsensitive)) {
+            QStringList const fields = line.split(QLatin1Char(','));
+            auto field = [&fields](int i) { return fields.value(i).trimmed().toUpper(); };
+            auto real = [&field](int i, double fallback) {
+                return field(i).isEmpty() ? fallback : field(i).toDouble();
+            };
+            QString const blend = field(6);
+            bool const as = (m = asd.match(blend)).hasMatch();
+            out << frameText(field(0) + QLatin1Char(',') + field(1),
+                             QPoint(field(2).toInt(), field(3).toInt()), field(4).toInt(),
+                             (field(5).contains('H') ? 1 : 0) | (field(5).contains('V') ? 2 : 0),
+                             blend == QLatin1String("S") ? 2
+                                 : blend.isEmpty()       ? 0
+                                                         : 1,
+                             as ? m.captured(1).toInt() / 256.0 : 1.0,
+                             as                                 ? m.captured(2).toInt() / 256.0
+                                 : blend == QLatin1String("A1") ? 0.5
+                                                                : 1.0,
+                             QPointF(real(7, 1), real(8, 1)), real(9, 0),
+                             ownSet[0] ? own[0] : defaults[0], ownSet[1] ? own[1] : defaults[1]);
+            if (loopAt == frames)
+                out << QStringLiteral("loop start");
+            ++frames;
+            own[0] = own[1] = {};
+            ownSet[0] = ownSet[1] = false;
+            target = nullptr;
+        }
+    }
+    return out;
+}
+
+// The model of \a document as readReference writes the text.
+QStringList modelLines(AirDocument &document)
+{
+    QStringList out;
+    for (AnimationCode const *animation : document.animations()->animations()) {
+        out << QStringLiteral("action ") +
+                animation->property(QStringLiteral("Identifier")).toString();
+        for (FrameCode const *frame : animation->frames()) {
+            out << describeFrame(frame);
+            if (frame->isLoopPoint())
+                out << QStringLiteral("loop start");
+        }
+    }
+    return out;
+}
+
+// The model written out: each section with its lines, frames and values,
+// then the frames and values that stand in none.
 QString describe(CodeDocument *document)
 {
     QString out;
@@ -190,13 +195,10 @@ QString describe(CodeDocument *document)
                    .arg(child->firstLine())
                    .arg(child->lastLine());
         if (auto *animation = dynamic_cast<AnimationCode *>(child)) {
-            out += QStringLiteral("  %1 loop %2\n")
-                       .arg(animation->displayName())
-                       .arg(animation->loopStart());
+            out +=
+                animation->displayName() + QStringLiteral(" loop %1\n").arg(animation->loopStart());
             for (FrameCode const *frame : animation->frames())
-                out += QStringLiteral("  %1 line %2\n")
-                           .arg(describeFrame(frame))
-                           .arg(frame->firstLine());
+                out += describeFrame(frame) + QStringLiteral(" line %1\n").arg(frame->firstLine());
         } else if (auto *group = dynamic_cast<GroupCode *>(child)) {
             for (ValueCode const *value : group->values())
                 out += QStringLiteral("  value %1\n").arg(value->lineNo());
@@ -204,7 +206,7 @@ QString describe(CodeDocument *document)
     }
     for (CodeNode *node = document->root()->next(); node; node = node->next()) {
         if (node->type() == CodeNode::Frame && !node->parent())
-            out += QStringLiteral("loose %1\n").arg(describeFrame(static_cast<FrameCode *>(node)));
+            out += QStringLiteral("loose ") + describeFrame(static_cast<FrameCode *>(node)) + '\n';
         else if (node->type() == CodeNode::Value && !node->parent())
             out += QStringLiteral("loose value %1\n").arg(node->lineNo());
     }
@@ -214,9 +216,8 @@ QString describe(CodeDocument *document)
 QString messagesOf(CodeDocument &document)
 {
     QString out;
-    Messages const *messages = document.messages();
-    for (unsigned int i = 0; i < messages->count(Message::All); ++i) {
-        Message const message = messages->at(i, Message::All);
+    for (unsigned int i = 0; i < document.messages()->count(Message::All); ++i) {
+        Message const message = document.messages()->at(i, Message::All);
         out += QStringLiteral("%1:%2 %3\n").arg(message.line).arg(message.column).arg(message.text);
     }
     return out;
@@ -233,9 +234,9 @@ public:
         if (trimmed.startsWith(QLatin1Char('[')) && !trimmed.contains(QLatin1String("Action"))) {
             QString const name = trimmed.mid(1, trimmed.size() - 2);
             auto *group = dynamic_cast<KenroTest::TestGroup *>(oldNode);
-            if (group && group->groupName == name)
-                return group;
-            return new KenroTest::TestGroup(name, block, context, 1);
+            return group && group->groupName == name
+                ? group
+                : new KenroTest::TestGroup(name, block, context, 1);
         }
         int const equals = static_cast<int>(trimmed.indexOf(QLatin1Char('=')));
         if (equals > 0 && !trimmed.startsWith(QLatin1String("Clsn"), Qt::CaseInsensitive))
@@ -257,25 +258,6 @@ public:
 
 protected:
     void free() override { delete this; }
-};
-
-// An animation known only by its identifier, outside of any text.
-class Named final : public AnimationCode
-{
-public:
-    explicit Named(char const *id)
-        : AnimationCode(QTextBlock(), nullptr), id(QString::fromLatin1(id))
-    {}
-    QString id;
-    QString name() const override { return id; }
-    void setName(QString const &name) override { id = name; }
-    QVariant property(QString const &key) const override
-    {
-        return key == QLatin1String("Identifier") ? QVariant(id) : AnimationCode::property(key);
-    }
-    int loopStart() const override { return 0; }
-    FrameCode *insertFrame(unsigned int, int) override { return nullptr; }
-    FrameCode *addFrame(int) override { return nullptr; }
 };
 
 QString fresh(QString const &text, bool mixed = false)
@@ -304,51 +286,6 @@ QStringList identifiers(Animations const *animations)
     return ids;
 }
 
-// The sample with \a from replaced by \a to; each must be found once.
-QString changed(QString const &from, QString const &to)
-{
-    Q_ASSERT(sample.count(from) == 1);
-    return QString(sample).replace(from, to);
-}
-
-// Inserts, deletes, replaces or moves lines of \a document at random.
-void randomLineEdit(QTextDocument &document, QRandomGenerator &random, QStringList const &snippets)
-{
-    QTextCursor cursor(&document);
-    int const lines = document.blockCount();
-    QTextBlock const block = document.findBlockByNumber(random.bounded(lines));
-    QString const snippet = snippets.at(random.bounded(snippets.size()));
-    cursor.setPosition(block.position());
-    switch (random.bounded(4)) {
-    case 0:
-        cursor.insertText(snippet + QLatin1Char('\n'));
-        break;
-    case 1:
-        cursor.setPosition(qMin(block.position() + block.length(), document.characterCount() - 1),
-                           QTextCursor::KeepAnchor);
-        cursor.removeSelectedText();
-        break;
-    case 2:
-        cursor.setPosition(block.position() + block.length() - 1, QTextCursor::KeepAnchor);
-        cursor.insertText(snippet);
-        break;
-    default: { // several lines cut and pasted elsewhere
-        QTextBlock const end = document.findBlockByNumber(
-            qMin(block.blockNumber() + 1 + random.bounded(3), lines - 1));
-        cursor.setPosition(end.position(), QTextCursor::KeepAnchor);
-        QString const text =
-            cursor.selectedText().replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
-        cursor.removeSelectedText();
-        cursor.setPosition(
-            document.findBlockByNumber(random.bounded(document.blockCount())).position());
-        cursor.insertText(text);
-    }
-    }
-}
-
-using Edit = std::function<void(CodeDocument &)>;
-using Act = std::function<void(Animations &)>;
-
 // The time that each tick of a player returns and the frame shown at it,
 // worked out from the delays and the loop start alone.
 QList<QPair<int, int>> expectedTicks(QList<int> const &delays, int loopStart, int ticks)
@@ -375,6 +312,11 @@ QList<QPair<int, int>> expectedTicks(QList<int> const &delays, int loopStart, in
     return result;
 }
 
+using Edit = std::function<void(CodeDocument &)>;
+using Act = std::function<void(Animations &)>;
+#define EDIT(...) Edit([](CodeDocument &d) { __VA_ARGS__; })
+#define ACT(...) Act([](Animations &a) { __VA_ARGS__; })
+
 } // namespace
 
 Q_DECLARE_METATYPE(Edit)
@@ -395,39 +337,32 @@ private Q_SLOTS:
                                 .replace("3, ,A1\n200,1, 0,0, -1\n",
                                          "3, ,A1, 1.5, 2, 30\n200,1, 0,0, -1, VH, AS128D64\n"));
         QCOMPARE(messagesOf(document), QString());
-        QCOMPARE(identifiers(document.animations()), QStringList({"0", "200"}));
+        QCOMPARE(modelLines(document), readReference(document.toPlainText()));
         AnimationCode const *stand = action(document, 0);
         QCOMPARE(stand->displayName(), QStringLiteral("Action 0 - Sample"));
-        QCOMPARE(stand->frameCount(), 3u);
         QCOMPARE(stand->loopStart(), 2);
-        QVERIFY(stand->frameAt(2)->isLoopPoint() && !stand->frameAt(0)->isLoopPoint());
         QCOMPARE(stand->firstLine(), 0); // the title comment belongs to the action below it
         QCOMPARE(stand->lastLine(), 8);
         QVERIFY(stand->frameAt(0)->sharesContactBoxes(ContactBoxCode::Collision));
-        QCOMPARE(describeFrame(stand->frameAt(0)),
-                 "0,0 @0,0 t5 f0 b0:1:1 s1,1 a0 A[] C[(-10 -80 20 80)]");
         QCOMPARE(describeFrame(stand->frameAt(2)),
                  "0,2 @0,0 t5 f1 b0:1:1 s1,1 a0 A[] C[(-10 -80 20 80)]");
         FrameCode const *punch = frame(document, 1, 0);
         QCOMPARE(describeFrame(punch),
                  "200,0 @10,-2 t3 f0 b1:1:0.5 s1.5,2 a30 A[(15 -70 35 10)] C[]");
-        QVERIFY(punch->isTransformed());
-        QVERIFY(!punch->sharesContactBoxes(ContactBoxCode::Attack));
+        QVERIFY(punch->isTransformed() && !punch->sharesContactBoxes(ContactBoxCode::Attack));
         QCOMPARE(punch->attackBoxes()->parent(), punch);
         QCOMPARE(punch->firstLine(), 11);
         // "Clsn1:" holds for one frame only.
         QCOMPARE(describeFrame(frame(document, 1, 1)),
                  "200,1 @0,0 t-1 f3 b1:0.5:0.25 s1,1 a0 A[] C[]");
         QCOMPARE(action(document, 1)->firstLine(), 9);
-        QCOMPARE(action(document, 1)->loopStart(), 0);
     }
 
     void realFilesMatchTheirText_data()
     {
         QTest::addColumn<QString>("path");
         KENRO_REQUIRE_TESTDATA(root);
-        QDirIterator it(root + QStringLiteral("/game"), {"*.air"}, QDir::Files,
-                        QDirIterator::Subdirectories);
+        QDirIterator it(root + "/game", {"*.air"}, QDir::Files, QDirIterator::Subdirectories);
         int files = 0;
         for (; it.hasNext(); ++files)
             QTest::newRow(qPrintable(it.next().mid(root.size()))) << it.filePath();
@@ -442,45 +377,16 @@ private Q_SLOTS:
         // Some boxes of kfm are written as "Clsn2[i]" under a "Clsn1: n" header:
         // they are attack boxes, with a warning.
         bool const kfm = path.endsWith(QLatin1String("kfm.air"));
-        QStringList const messages =
-            messagesOf(document).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QStringList const messages = messagesOf(document).split('\n', Qt::SkipEmptyParts);
         QCOMPARE(messages.isEmpty(), !kfm);
         for (QString const &line : messages)
             QVERIFY2(line.endsWith(":1 A Clsn2 box under a Clsn1 header is a Clsn1 box"),
                      qPrintable(line));
         QVERIFY(messages.isEmpty() || messages.first().startsWith(QLatin1String("962:1 ")));
-        QList<ReferenceAction> const reference = readReference(document.toPlainText());
-        QList<AnimationCode *> const &actions = document.animations()->animations();
-        QCOMPARE(actions.size(), reference.size());
-        QVERIFY(!kfm || actions.size() > 100);
-        int loops = 0;
-        for (int a = 0; a < actions.size(); ++a) {
-            ReferenceAction const &expected = reference.at(a);
-            QCOMPARE(actions.at(a)->property(QStringLiteral("Identifier")).toString(),
-                     expected.identifier);
-            QCOMPARE(actions.at(a)->frameCount(),
-                     static_cast<unsigned int>(expected.frames.size()));
-            QCOMPARE(actions.at(a)->loopStart(), expected.loopStart);
-            loops += expected.loopStart > 0;
-            for (int f = 0; f < expected.frames.size(); ++f) {
-                FrameCode const *frame = actions.at(a)->frameAt(static_cast<unsigned int>(f));
-                ReferenceFrame const &want = expected.frames.at(f);
-                bool const same =
-                    frame->property(QStringLiteral("Identifier")).toString() == want.sprite &&
-                    frame->offset() == QPoint(want.x, want.y) && frame->delay() == want.delay &&
-                    frame->flipFlags() == want.flip && frame->blendMode() == want.blendMode &&
-                    frame->blendSource() == want.blendSource &&
-                    frame->blendDestination() == want.blendDestination &&
-                    frame->attackBoxes()->rects() == want.boxes[0] &&
-                    frame->collisionBoxes()->rects() == want.boxes[1];
-                QVERIFY2(same,
-                         qPrintable(QStringLiteral("action %1 frame %2: %3")
-                                        .arg(expected.identifier)
-                                        .arg(f)
-                                        .arg(describeFrame(frame))));
-            }
-        }
-        QVERIFY(loops > 0 || path.endsWith(QLatin1String("fightfx.air")));
+        QStringList const lines = modelLines(document);
+        QCOMPARE(lines, readReference(document.toPlainText()));
+        QVERIFY(!kfm || document.animations()->count() > 100);
+        QVERIFY(lines.contains("loop start") || path.endsWith(QLatin1String("fightfx.air")));
     }
 
     void handPickedFrames_data()
@@ -493,9 +399,6 @@ private Q_SLOTS:
         QTest::newRow("kfm stand 5")
             << "chars/kfm/kfm.air" << 0 << 5
             << "0,5 @0,0 t45 f0 b0:1:1 s1,1 a0 A[] C[(-13 -79 29 79) (-7 -93 12 14)]";
-        QTest::newRow("kfm turn")
-            << "chars/kfm/kfm.air" << 5 << 0
-            << "5,0 @0,0 t4 f1 b0:1:1 s1,1 a0 A[] C[(-10 -79 20 79) (-4 -92 10 13)]";
         QTest::newRow("kfm VH") << "chars/kfm/kfm.air" << 5200 << 0
                                 << "41,4 @0,-120 t3 f3 b0:1:1 s1,1 a0 A[] C[(-14 -75 30 29)]";
         QTest::newRow("fightfx A1")
@@ -516,10 +419,12 @@ private Q_SLOTS:
         AirDocument document;
         QVERIFY(
             document.fromFile(FileSystemArchive::instance(), root + "/game/" + file, 0, nullptr));
-        AnimationCode const *found = document.animations()->at(
-            static_cast<unsigned int>(document.animations()->find(0, action)));
-        QVERIFY(found && found->frameAt(static_cast<unsigned int>(frame)));
-        QCOMPARE(describeFrame(found->frameAt(static_cast<unsigned int>(frame))), expected);
+        int const index = document.animations()->find(0, action);
+        QVERIFY(index >= 0);
+        FrameCode const *picked =
+            document.animations()->at(unsigned(index))->frameAt(unsigned(frame));
+        QVERIFY(picked);
+        QCOMPARE(describeFrame(picked), expected);
     }
 
     void faultsAreReportedWhereTheyAre_data()
@@ -527,7 +432,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("line");
         QTest::addColumn<QString>("message");
         QTest::addColumn<int>("nodeType");
-        int const frame = CodeNode::Frame;
         struct Row
         {
             char const *line, *message;
@@ -537,9 +441,10 @@ private Q_SLOTS:
                  Row{"0,0, zz,0, 5", "5 The x offset must be a whole number", 0},
                  Row{"0,0, 0,0", "7 The time is missing", 0},
                  Row{"0,0, 0,, 5", "6 The y offset is missing", 0},
-                 Row{"0,0, 0,0, 5, X", "13 Flip is H, V or HV", frame},
-                 Row{"0,0, 0,0, 5, , AS300D1", "15 Blend is A, A1, S or AS<n>D<m>", frame},
-                 Row{"0,0, 0,0, 5, , , x", "17 A number expected", frame},
+                 Row{"0,0, 0,0, 5, X", "13 Flip is H, V or HV", CodeNode::Frame},
+                 Row{"0,0, 0,0, 5, , AS300D1", "15 Blend is A, A1, S or AS<n>D<m>",
+                     CodeNode::Frame},
+                 Row{"0,0, 0,0, 5, , , x", "17 A number expected", CodeNode::Frame},
                  Row{"[Statedef 0]", "0 Unknown section: only [Begin Action n] is known", 0},
                  Row{"[Begin Action ]", "14 The action number is missing", 0},
                  Row{"[Begin Action 3", "0 Missing ']' at the end of the heading", 0},
@@ -588,8 +493,7 @@ private Q_SLOTS:
     void brokenInputFailsCleanly()
     {
         KENRO_REQUIRE_TESTDATA(root);
-        QByteArray const real =
-            KenroTest::readFile(root + QStringLiteral("/game/chars/kfm/kfm.air"));
+        QByteArray const real = KenroTest::readFile(root + "/game/chars/kfm/kfm.air");
         QVERIFY(real.size() > 1000);
         QRandomGenerator random(7);
         // Truncated at random places, with random bytes thrown in.
@@ -604,8 +508,8 @@ private Q_SLOTS:
         }
         // Numbers past the range of int and a huge line.
         AirDocument document;
-        document.fromString("[Begin Action 1]\n" + QString(200000, QLatin1Char('9')) + "," +
-                            QString(100000, QLatin1Char(',')) +
+        document.fromString("[Begin Action 1]\n" + QString(200000, '9') + "," +
+                            QString(100000, ',') +
                             "\n Clsn1[99999999999] = 1,2,3,4\n[Begin Action 99999999999]\n");
         QCOMPARE(document.messages()->count(Message::Error), 3u);
         QCOMPARE(document.animations()->count(), 1u);
@@ -617,148 +521,86 @@ private Q_SLOTS:
         QTest::addColumn<Edit>("edit");
         QTest::addColumn<QString>("expected");
         using Blend = FrameCode::Blend;
-        auto row = [](char const *name, Edit edit, QString const &expected) {
-            QTest::newRow(name) << edit << expected;
+        // Each edit changes \a from of the sample into \a to; an empty \a from changes nothing.
+        auto row = [](char const *name, Edit edit, QString const &from, QString const &to) {
+            Q_ASSERT(from.isEmpty() || sample.count(from) == 1);
+            QTest::newRow(name) << edit << QString(sample).replace(from, to);
         };
         QString const stand = QStringLiteral("0,0, 0,0, 5   ; stand");
         QString const frame1 = QStringLiteral("0,1, 0,0, 5\n");
-        QString const frame2 = QStringLiteral("0,2, 0,0, 5, H");
-        QString const punch = QStringLiteral("200,0, 10,-2, 3, ,A1");
+        QString const frame2 = QStringLiteral("0,2, 0,0, 5, H\n");
+        QString const punch = QStringLiteral("200,0, 10,-2, 3, ,A1\n");
         QString const punchBoxes = QStringLiteral("Clsn1: 1\n Clsn1[0] =  15,-70, 50,-60\n");
-        row(
-            "offset, comment kept", [](CodeDocument &d) { frame(d, 0, 0)->setOffsetX(3); },
-            changed(stand, "0,0, 3,0, 5   ; stand"));
-        row(
-            "offset property",
-            [](CodeDocument &d) { frame(d, 1, 1)->setProperty("Offset", QPoint(1, 2)); },
-            changed("200,1, 0,0, -1", "200,1, 1,2, -1"));
-        row(
-            "delay", [](CodeDocument &d) { frame(d, 0, 1)->setDelay(-1); },
-            changed(frame1, "0,1, 0,0, -1\n"));
-        row(
-            "flip both", [](CodeDocument &d) { frame(d, 0, 2)->setFlipFlags(FrameCode::Both); },
-            changed(frame2, "0,2, 0,0, 5, HV"));
-        row(
-            "flip off drops the field",
-            [](CodeDocument &d) { frame(d, 0, 2)->setFlipFlags(FrameCode::None); },
-            changed(frame2, "0,2, 0,0, 5"));
-        row(
-            "flip added",
-            [](CodeDocument &d) { frame(d, 0, 1)->setFlipFlags(FrameCode::Vertical); },
-            changed(frame1, "0,1, 0,0, 5, V\n"));
-        row(
-            "blend added before the comment",
-            [](CodeDocument &d) { frame(d, 0, 0)->setBlend(Blend(Blend::Addition, 1, 1)); },
-            changed(stand, "0,0, 0,0, 5, , A   ; stand"));
-        row(
-            "blend off", [](CodeDocument &d) { frame(d, 1, 0)->setBlendMode(Blend::None); },
-            changed(punch, "200,0, 10,-2, 3"));
-        row(
-            "blend factors", [](CodeDocument &d) { frame(d, 1, 0)->setBlendDestination(0.25); },
-            changed(punch, "200,0, 10,-2, 3, ,AS256D64"));
-        row(
-            "subtraction",
-            [](CodeDocument &d) { frame(d, 0, 2)->setBlendMode(Blend::Subtraction); },
-            changed(frame2, "0,2, 0,0, 5, H, S"));
-        row(
-            "blend AIR cannot write",
-            [](CodeDocument &d) { frame(d, 1, 0)->setBlendMode(Blend::Overlay); }, sample);
-        row(
-            "scale", [](CodeDocument &d) { frame(d, 0, 1)->setScale(QPointF(2, 0.5)); },
-            changed(frame1, "0,1, 0,0, 5, , , 2, 0.5\n"));
-        row(
-            "angle writes the scale in front",
-            [](CodeDocument &d) { frame(d, 0, 1)->setAngle(45); },
-            changed(frame1, "0,1, 0,0, 5, , , 1, 1, 45\n"));
-        row(
-            "scale back to one",
-            [](CodeDocument &d) {
-                frame(d, 0, 2)->setScaleY(3);
-                frame(d, 0, 2)->setScaleY(1);
-            },
-            sample);
-        row(
-            "sprite", [](CodeDocument &d) { frame(d, 0, 1)->setProperty("Identifier", "9, 8"); },
-            changed(frame1, "9,8, 0,0, 5\n"));
-        row(
-            "action number", [](CodeDocument &d) { action(d, 1)->setProperty("Identifier", 300); },
-            changed("[Begin Action 200]", "[Begin Action 300]"));
-        row(
-            "box keeps its corner order",
-            [](CodeDocument &d) {
-                frame(d, 0, 0)->collisionBoxes()->at(0)->setRect(QRect(-12, -80, 22, 80));
-            },
-            changed(" Clsn2[0] = -10, 0, 10,-80   ; body", " Clsn2[0] = -12, 0, 10,-80   ; body"));
-        row(
-            "first attack box of a frame",
-            [](CodeDocument &d) { frame(d, 0, 0)->attackBoxes()->add(QRect(1, 2, 3, 4)); },
-            changed(stand, "Clsn1: 1\n Clsn1[0] = 1, 2, 4, 6\n" + stand));
-        row(
-            "second box of its own block",
-            [](CodeDocument &d) { frame(d, 1, 0)->attackBoxes()->add(QRect(0, -10, 5, 5)); },
-            changed(punchBoxes,
-                    "Clsn1: 2\n Clsn1[0] =  15,-70, 50,-60\n Clsn1[1] = 0, -10, 5, -5\n"));
-        row(
-            "a shared box added to makes the frame its own",
-            [](CodeDocument &d) { frame(d, 0, 1)->collisionBoxes()->add(QRect(0, 0, 1, 1)); },
-            changed(frame1,
-                    "Clsn2: 2\n Clsn2[0] = -10, -80, 10, 0\n Clsn2[1] = 0, 0, 1, 1\n" + frame1));
-        row(
-            "last own box removed",
-            [](CodeDocument &d) { frame(d, 1, 0)->attackBoxes()->remove(0); },
-            changed(punchBoxes, QString()));
-        row(
-            "a shared box removed for one frame",
-            [](CodeDocument &d) { frame(d, 0, 1)->collisionBoxes()->remove(0); },
-            changed(frame1, "Clsn2: 0\n" + frame1));
-        row(
-            "boxes cleared", [](CodeDocument &d) { frame(d, 0, 2)->collisionBoxes()->clear(); },
-            changed("Loopstart\n0,2", "Loopstart\nClsn2: 0\n0,2"));
-        row(
-            "boxes of the frame before",
-            [](CodeDocument &d) {
-                frame(d, 1, 1)->setContactBoxes(ContactBoxCode::Attack,
-                                                frame(d, 1, 0)->attackBoxes()->rects());
-            },
-            changed("200,1", "Clsn1: 1\n Clsn1[0] = 15, -70, 50, -60\n200,1"));
-        row(
-            "frame added", [](CodeDocument &d) { QVERIFY(action(d, 0)->addFrame(-1)); },
-            changed(frame2 + '\n', frame2 + "\n0,0, 0,0, 1\n"));
-        row(
-            "frame inserted as a copy with its boxes",
-            [](CodeDocument &d) { QVERIFY(action(d, 1)->insertFrame(1, 0)); },
-            changed("200,1", "Clsn1: 1\n Clsn1[0] = 15, -70, 50, -60\n" + punch + "\n200,1"));
-        row(
-            "frame duplicated", [](CodeDocument &d) { QVERIFY(frame(d, 0, 2)->duplicate()); },
-            changed(frame2 + '\n', frame2 + '\n' + frame2 + '\n'));
-        row(
-            "frame removed, the defaults stay",
-            [](CodeDocument &d) { action(d, 0)->removeFrame(0); },
-            changed(stand + '\n', QString()));
-        row(
-            "frame removed with its own boxes",
-            [](CodeDocument &d) { action(d, 1)->removeFrame(0); },
-            changed(punchBoxes + punch + '\n', QString()));
-        row(
-            "frame moved down", [](CodeDocument &d) { action(d, 0)->moveFrame(0, 2); },
-            changed(stand + '\n' + frame1 + "Loopstart\n" + frame2 + '\n',
-                    frame1 + "Loopstart\n" + frame2 + '\n' + stand + '\n'));
-        row(
-            "frame moved up with its boxes", [](CodeDocument &d) { action(d, 1)->moveFrame(1, 0); },
-            changed(punchBoxes + punch + "\n200,1, 0,0, -1\n",
-                    "200,1, 0,0, -1\n" + punchBoxes + punch + '\n'));
-        row(
-            "loop point moved", [](CodeDocument &d) { frame(d, 0, 1)->setLoopPoint(true); },
-            changed(frame1 + "Loopstart\n", "Loopstart\n" + frame1));
-        row(
-            "loop point dropped",
-            [](CodeDocument &d) { frame(d, 0, 2)->setProperty("LoopPoint", false); },
-            changed("Loopstart\n", QString()));
-        row(
-            "action code",
-            [](CodeDocument &d) { action(d, 1)->setCode("[Begin Action 7]\n7,7, 0,0, 7\n"); },
-            changed("; Punch\n[Begin Action 200]\n" + punchBoxes + punch + "\n200,1, 0,0, -1\n",
-                    "[Begin Action 7]\n7,7, 0,0, 7\n\n"));
+        QString const copiedBoxes = QStringLiteral("Clsn1: 1\n Clsn1[0] = 15, -70, 50, -60\n");
+        row("offset", EDIT(frame(d, 0, 0)->setOffsetX(3)), stand, "0,0, 3,0, 5   ; stand");
+        row("offset property", EDIT(frame(d, 1, 1)->setProperty("Offset", QPoint(1, 2))),
+            "200,1, 0,0, -1", "200,1, 1,2, -1");
+        row("delay", EDIT(frame(d, 0, 1)->setDelay(-1)), frame1, "0,1, 0,0, -1\n");
+        row("flip both", EDIT(frame(d, 0, 2)->setFlipFlags(FrameCode::Both)), frame2,
+            "0,2, 0,0, 5, HV\n");
+        row("flip off", EDIT(frame(d, 0, 2)->setFlipFlags(FrameCode::None)), frame2,
+            "0,2, 0,0, 5\n");
+        row("flip added", EDIT(frame(d, 0, 1)->setFlipFlags(FrameCode::Vertical)), frame1,
+            "0,1, 0,0, 5, V\n");
+        row("blend before the comment",
+            EDIT(frame(d, 0, 0)->setBlend(Blend(Blend::Addition, 1, 1))), stand,
+            "0,0, 0,0, 5, , A   ; stand");
+        row("blend off", EDIT(frame(d, 1, 0)->setBlendMode(Blend::None)), punch,
+            "200,0, 10,-2, 3\n");
+        row("blend factors", EDIT(frame(d, 1, 0)->setBlendDestination(0.25)), punch,
+            "200,0, 10,-2, 3, ,AS256D64\n");
+        row("subtraction", EDIT(frame(d, 0, 2)->setBlendMode(Blend::Subtraction)), frame2,
+            "0,2, 0,0, 5, H, S\n");
+        row("blend AIR cannot write", EDIT(frame(d, 1, 0)->setBlendMode(Blend::Overlay)), {}, {});
+        row("scale", EDIT(frame(d, 0, 1)->setScale(QPointF(2, 0.5))), frame1,
+            "0,1, 0,0, 5, , , 2, 0.5\n");
+        row("angle writes the scale", EDIT(frame(d, 0, 1)->setAngle(45)), frame1,
+            "0,1, 0,0, 5, , , 1, 1, 45\n");
+        row("scale back to one", EDIT(frame(d, 0, 2)->setScaleY(3); frame(d, 0, 2)->setScaleY(1)),
+            {}, {});
+        row("sprite", EDIT(frame(d, 0, 1)->setProperty("Identifier", "9, 8")), frame1,
+            "9,8, 0,0, 5\n");
+        row("action number", EDIT(action(d, 1)->setProperty("Identifier", 300)),
+            "[Begin Action 200]", "[Begin Action 300]");
+        row("box keeps its corner order",
+            EDIT(frame(d, 0, 0)->collisionBoxes()->at(0)->setRect(QRect(-12, -80, 22, 80))),
+            " Clsn2[0] = -10, 0", " Clsn2[0] = -12, 0");
+        row("first attack box", EDIT(frame(d, 0, 0)->attackBoxes()->add(QRect(1, 2, 3, 4))), stand,
+            "Clsn1: 1\n Clsn1[0] = 1, 2, 4, 6\n" + stand);
+        row("second box of its own", EDIT(frame(d, 1, 0)->attackBoxes()->add(QRect(0, -10, 5, 5))),
+            punchBoxes, "Clsn1: 2\n Clsn1[0] =  15,-70, 50,-60\n Clsn1[1] = 0, -10, 5, -5\n");
+        row("a shared box added to", EDIT(frame(d, 0, 1)->collisionBoxes()->add(QRect(0, 0, 1, 1))),
+            frame1, "Clsn2: 2\n Clsn2[0] = -10, -80, 10, 0\n Clsn2[1] = 0, 0, 1, 1\n" + frame1);
+        row("last own box removed", EDIT(frame(d, 1, 0)->attackBoxes()->remove(0)), punchBoxes, {});
+        row("a shared box removed", EDIT(frame(d, 0, 1)->collisionBoxes()->remove(0)), frame1,
+            "Clsn2: 0\n" + frame1);
+        row("boxes cleared", EDIT(frame(d, 0, 2)->collisionBoxes()->clear()), frame2,
+            "Clsn2: 0\n" + frame2);
+        row("boxes of the frame before",
+            EDIT(frame(d, 1, 1)->setContactBoxes(ContactBoxCode::Attack,
+                                                 frame(d, 1, 0)->attackBoxes()->rects())),
+            "200,1", copiedBoxes + "200,1");
+        row("frame added", EDIT(QVERIFY(action(d, 0)->addFrame(-1))), frame2,
+            frame2 + "0,0, 0,0, 1\n");
+        row("frame copied with its boxes", EDIT(QVERIFY(action(d, 1)->insertFrame(1, 0))), "200,1",
+            copiedBoxes + punch + "200,1");
+        row("frame duplicated", EDIT(QVERIFY(frame(d, 0, 2)->duplicate())), frame2,
+            frame2 + frame2);
+        row("frame removed, defaults stay", EDIT(action(d, 0)->removeFrame(0)), stand + '\n', {});
+        row("frame removed with its boxes", EDIT(action(d, 1)->removeFrame(0)), punchBoxes + punch,
+            {});
+        row("frame moved down", EDIT(action(d, 0)->moveFrame(0, 2)),
+            stand + '\n' + frame1 + "Loopstart\n" + frame2,
+            frame1 + "Loopstart\n" + frame2 + stand + '\n');
+        row("frame moved up with its boxes", EDIT(action(d, 1)->moveFrame(1, 0)),
+            punchBoxes + punch + "200,1, 0,0, -1\n", "200,1, 0,0, -1\n" + punchBoxes + punch);
+        row("loop point moved", EDIT(frame(d, 0, 1)->setLoopPoint(true)), frame1 + "Loopstart\n",
+            "Loopstart\n" + frame1);
+        row("loop point dropped", EDIT(frame(d, 0, 2)->setProperty("LoopPoint", false)),
+            "Loopstart\n", {});
+        row("action code", EDIT(action(d, 1)->setCode("[Begin Action 7]\n7,7, 0,0, 7\n")),
+            "; Punch\n[Begin Action 200]\n" + punchBoxes + punch + "200,1, 0,0, -1\n",
+            "[Begin Action 7]\n7,7, 0,0, 7\n\n");
     }
 
     void editsWriteWhatAnAuthorWould()
@@ -798,7 +640,6 @@ private Q_SLOTS:
         document.undo();
         QCOMPARE(document.toPlainText(), messy);
         QCOMPARE(describe(&document), fresh(messy));
-
         document.fromString(sample);
         QCOMPARE(action(document, 0)->frameAt(7), nullptr);
         action(document, 0)->removeFrame(9);
@@ -845,7 +686,36 @@ private Q_SLOTS:
                                    : sample);
         QRandomGenerator random(seed);
         for (int step = 0; step < 300; ++step) {
-            randomLineEdit(*document, random, snippets);
+            QTextCursor cursor(document.get());
+            int const lines = document->blockCount();
+            QTextBlock const block = document->findBlockByNumber(random.bounded(lines));
+            QString const snippet = snippets.at(random.bounded(snippets.size()));
+            cursor.setPosition(block.position());
+            switch (random.bounded(4)) {
+            case 0: // a new line
+                cursor.insertText(snippet + '\n');
+                break;
+            case 1: // a line deleted
+                cursor.setPosition(
+                    qMin(block.position() + block.length(), document->characterCount() - 1),
+                    QTextCursor::KeepAnchor);
+                cursor.removeSelectedText();
+                break;
+            case 2: // a line replaced
+                cursor.setPosition(block.position() + block.length() - 1, QTextCursor::KeepAnchor);
+                cursor.insertText(snippet);
+                break;
+            default: { // several lines cut and pasted elsewhere
+                int const end = qMin(block.blockNumber() + 1 + random.bounded(3), lines - 1);
+                cursor.setPosition(document->findBlockByNumber(end).position(),
+                                   QTextCursor::KeepAnchor);
+                QString const text = cursor.selectedText().replace(QChar::ParagraphSeparator, '\n');
+                cursor.removeSelectedText();
+                cursor.setPosition(
+                    document->findBlockByNumber(random.bounded(document->blockCount())).position());
+                cursor.insertText(text);
+            }
+            }
             QString const expected = fresh(document->toPlainText(), mixed);
             if (describe(document.get()) != expected) {
                 qWarning("step %d, text:\n%s", step, qPrintable(document->toPlainText()));
@@ -866,13 +736,10 @@ private Q_SLOTS:
         QCOMPARE(first->frameAt(1)->firstLine(), 2); // lines above a frame belong to it
         auto *loose = static_cast<FrameCode *>(document.nodeInBlock(document.findBlockByNumber(6)));
         QCOMPARE(loose->parent(), nullptr);
-        QCOMPARE(loose->index(), -1);
-        QCOMPARE(action(document, 2)->frameCount(), 1u);
         QCOMPARE(action(document, 2)->lastLine(), document.blockCount());
         QAbstractItemModel *model = document.model();
         QCOMPARE(model->data(model->index(0, 0)).toString(), QStringLiteral("Action 1"));
         QCOMPARE(model->data(model->index(0, 0, model->index(0, 0))).toString(), "Frame - 1,1");
-
         // A heading typed in takes the frames below it, and gives them back when it goes.
         QTextCursor cursor(document.findBlockByNumber(1));
         cursor.insertText(QStringLiteral("[Other]\n"));
@@ -884,87 +751,40 @@ private Q_SLOTS:
         QCOMPARE(describe(&document), fresh(document.toPlainText(), true));
     }
 
-    void actionsAreListed()
-    {
-        AirDocument document;
-        document.fromString(sample);
-        Animations *animations = document.animations();
-        QCOMPARE(animations->rowCount(), 2);
-        QCOMPARE(animations->data(animations->index(1)).toString(),
-                 QStringLiteral("Action 200 - Punch"));
-        QVERIFY(!animations->data(animations->index(2)).isValid());
-        QCOMPARE(animations->find(0, 200), 1);
-        QCOMPARE(animations->find(0, QStringLiteral("0")), 0);
-        QCOMPARE(animations->find(1, 0), -1);
-        animations->beginChange();
-        QVERIFY(!animations->data(animations->index(0)).isValid());
-        animations->endChange();
-        // Identifiers compare as numbers where both are, else as words, case aside.
-        struct Pair
-        {
-            char const *a, *b;
-            int expected;
-        };
-        for (Pair const &p :
-             {Pair{"10", "9", 1}, Pair{"9", "10", -1}, Pair{"5", "5", 1}, Pair{"a", "b", -1},
-              Pair{"B", "a", 1}, Pair{"a", "1", 1}, Pair{"1", "a", 1}}) {
-            auto *list = new AirAnimations(&document);
-            Named left(p.a), right(p.b);
-            list->insertChild(&left, 0);
-            list->insertChild(&right, 1);
-            int const result = list->compare(0, 1);
-            int const outside = list->compare(0, 7);
-            list->release();
-            QVERIFY2(result == p.expected && outside == 1, p.a);
-        }
-    }
-
     void actsWriteWhatAnAuthorWould_data()
     {
         QTest::addColumn<Act>("act");
         QTest::addColumn<QString>("expected");
         QTest::addColumn<QStringList>("order");
-        auto row = [](char const *name, Act act, QString const &expected,
-                      QStringList const &order) {
-            QTest::newRow(name) << act << expected << order;
+        auto renamed = [](QString text, char const *to) {
+            return text.replace(QRegularExpression("Action \\d+"), to);
         };
-        auto renamed = [](QString text, char const *from, char const *to) {
-            return text.replace(from, to);
-        };
-        row("add", [](Animations &a) { QVERIFY(a.add("300")); }, sample + "\n[Begin Action 300]\n",
-            {"0", "200", "300"});
-        row("insert", [](Animations &a) { QCOMPARE(a.indexOf(a.insert(1, "100")), 1); },
-            first + "\n\n[Begin Action 100]\n\n" + second + '\n', {"0", "100", "200"});
-        row("insert past the end", [](Animations &a) { QVERIFY(a.insert(9, "5")); },
-            sample + "\n[Begin Action 5]\n", {"0", "200", "5"});
-        row("duplicate", [](Animations &a) { QVERIFY(a.duplicate(0, QString())); },
-            first + "\n\n" + first + "\n\n" + second + '\n', {"0", "0", "200"});
-        row("duplicate renamed", [](Animations &a) { QVERIFY(a.duplicate(0, "7")); },
-            first + "\n\n" + renamed(first, "Action 0", "Action 7") + "\n\n" + second + '\n',
-            {"0", "7", "200"});
-        row("duplicate the last",
-            [](Animations &a) { QCOMPARE(a.duplicate(1, "201")->frameCount(), 2u); },
-            sample + '\n' + renamed(second, "Action 200", "Action 201") + '\n',
-            {"0", "200", "201"});
-        row("remove", [](Animations &a) { a.remove(0); }, second + '\n', {"200"});
-        row("remove the last", [](Animations &a) { a.remove(1); }, first + "\n\n", {"0"});
-        row("move down", [](Animations &a) { a.move(0, 1); }, second + "\n\n" + first + '\n',
-            {"200", "0"});
-        row("move up", [](Animations &a) { a.move(1, 0); }, second + "\n\n" + first + "\n\n",
-            {"200", "0"});
-        row("out of range",
-            [](Animations &a) {
-                a.remove(2);
-                a.move(0, 2);
-                a.move(1, 1);
-            },
-            sample, {"0", "200"});
-        row("sort",
-            [](Animations &a) {
-                a.at(0)->setName("900");
-                a.autoOrganize();
-            },
-            second + "\n\n" + renamed(first, "Action 0", "Action 900") + "\n\n", {"200", "900"});
+        QTest::newRow("add") << ACT(QVERIFY(a.add("300"))) << sample + "\n[Begin Action 300]\n"
+                             << QStringList{"0", "200", "300"};
+        QTest::newRow("insert") << ACT(QCOMPARE(a.indexOf(a.insert(1, "100")), 1))
+                                << first + "\n\n[Begin Action 100]\n\n" + second + '\n'
+                                << QStringList{"0", "100", "200"};
+        QTest::newRow("insert past the end")
+            << ACT(QVERIFY(a.insert(9, "5"))) << sample + "\n[Begin Action 5]\n"
+            << QStringList{"0", "200", "5"};
+        QTest::newRow("duplicate renamed")
+            << ACT(QVERIFY(a.duplicate(0, "7")))
+            << first + "\n\n" + renamed(first, "Action 7") + "\n\n" + second + '\n'
+            << QStringList{"0", "7", "200"};
+        QTest::newRow("duplicate the last")
+            << ACT(QCOMPARE(a.duplicate(1, "201")->frameCount(), 2u))
+            << sample + '\n' + renamed(second, "Action 201") + '\n'
+            << QStringList{"0", "200", "201"};
+        QTest::newRow("remove") << ACT(a.remove(0)) << second + '\n' << QStringList{"200"};
+        QTest::newRow("move down") << ACT(a.move(0, 1)) << second + "\n\n" + first + '\n'
+                                   << QStringList{"200", "0"};
+        QTest::newRow("move up") << ACT(a.move(1, 0)) << second + "\n\n" + first + "\n\n"
+                                 << QStringList{"200", "0"};
+        QTest::newRow("out of range")
+            << ACT(a.remove(2); a.move(0, 2); a.move(1, 1)) << sample << QStringList{"0", "200"};
+        QTest::newRow("sorted") << ACT(a.at(0)->setName("900"); a.autoOrganize())
+                                << second + "\n\n" + renamed(first, "Action 900") + "\n\n"
+                                << QStringList{"200", "900"};
     }
 
     void actsWriteWhatAnAuthorWould()
@@ -990,35 +810,37 @@ private Q_SLOTS:
         AirDocument document;
         document.fromString(sample + "\n[Begin Action 300]\n1,1, 0,0, 1\n");
         Animations *animations = document.animations();
+        QCOMPARE(animations->data(animations->index(1)).toString(),
+                 QStringLiteral("Action 200 - Punch"));
+        QCOMPARE(animations->find(0, 200), 1);
+        animations->beginChange();
+        QVERIFY(!animations->data(animations->index(0)).isValid());
+        animations->endChange();
         AnimationCode *punch = animations->at(1);
         QSignalSpy listed(animations, &QAbstractItemModel::dataChanged);
         QSignalSpy tree(document.model(), &QAbstractItemModel::dataChanged);
         QTextCursor cursor(document.findBlockByNumber(punch->lineNo()));
-        cursor.select(QTextCursor::LineUnderCursor);
-        cursor.insertText(QStringLiteral("[Begin Action 201]"));
+        for (int i = 0; i < 2; ++i) { // the same text again is no news
+            cursor.select(QTextCursor::LineUnderCursor);
+            cursor.insertText(QStringLiteral("[Begin Action 201]"));
+        }
         QCOMPARE(animations->at(1), punch); // the same node, renamed
         QCOMPARE(listed.size(), 1);
         QCOMPARE(listed.first().at(0).toModelIndex().row(), 1);
         QCOMPARE(tree.size(), 1);
-        cursor.select(QTextCursor::LineUnderCursor);
-        cursor.insertText(QStringLiteral("[Begin Action 201]")); // the same again: no news
-        QCOMPARE(listed.size(), 1);
 
         QSignalSpy moved(animations, &QAbstractItemModel::rowsMoved);
         QSignalSpy inserted(animations, &QAbstractItemModel::rowsInserted);
         QSignalSpy removed(animations, &QAbstractItemModel::rowsRemoved);
         animations->move(0, 2);
         QCOMPARE(moved.size(), 1);
-        QCOMPARE(moved.first().at(1).toInt(), 0);
         QCOMPARE(moved.first().at(4).toInt(), 3);
         QCOMPARE(inserted.size() + removed.size(), 0);
         QCOMPARE(identifiers(animations), QStringList({"201", "300", "0"}));
         animations->remove(0);
-        QCOMPARE(removed.size(), 1);
         animations->add(QStringLiteral("9"));
-        QCOMPARE(inserted.size(), 1);
-        // Each act is one step of undo.
-        for (int i = 0; i < 3; ++i)
+        QCOMPARE(removed.size() + inserted.size(), 2);
+        for (int i = 0; i < 3; ++i) // each act is one step of undo
             document.undo();
         QCOMPARE(identifiers(animations), QStringList({"0", "201", "300"}));
         QCOMPARE(describe(&document), fresh(document.toPlainText()));
@@ -1087,6 +909,8 @@ private Q_SLOTS:
         QTest::newRow("fightfx spark") << "data/fightfx.air" << 3;
     }
 
+    // The delays and loop start of the model, which the reading of the real
+    // files checks against their text.
     void playerStepsRealActions()
     {
         QFETCH(QString, file);
@@ -1098,23 +922,16 @@ private Q_SLOTS:
         Animations *animations = document.animations();
         int const index = animations->find(0, action);
         QVERIFY(index >= 0);
+        AnimationCode const *animation = animations->at(unsigned(index));
         QList<int> delays;
-        int loopStart = 0;
-        for (ReferenceAction const &candidate : readReference(document.toPlainText())) {
-            if (candidate.identifier.toInt() != action)
-                continue;
-            loopStart = candidate.loopStart;
-            for (ReferenceFrame const &frame : candidate.frames)
-                delays.append(frame.delay);
-        }
-        QVERIFY(!delays.isEmpty());
+        for (FrameCode const *frame : animation->frames())
+            delays << frame->delay();
         AnimationPlayer player;
         QVERIFY(player.change(animations, index, false));
         QList<QPair<int, int>> ticks;
         for (int i = 0; i < 400; ++i)
-            ticks.append({player.tick(),
-                          animations->at(unsigned(index))->indexOfFrame(player.currentFrame())});
-        QCOMPARE(ticks, expectedTicks(delays, loopStart, 400));
+            ticks.append({player.tick(), animation->indexOfFrame(player.currentFrame())});
+        QCOMPARE(ticks, expectedTicks(delays, animation->loopStart(), 400));
     }
 
     void framesFindTheirSprites()
