@@ -4,23 +4,10 @@ using namespace Kenro;
 
 namespace KenroTest {
 
-QStringList const TestValue::keywords = {QStringLiteral("none"), QStringLiteral("low"),
-                                         QStringLiteral("high")};
-
 TestValue::TestValue(QString const &name, Type type, QTextBlock const &block, CodeNode *after,
                      QVariant const &value)
     : ValueCode(type, block, after, value), valueName(name)
 {}
-
-QString TestValue::name() const
-{
-    return valueName;
-}
-
-void TestValue::setName(QString const &name)
-{
-    valueName = name;
-}
 
 QString TestValue::valueText() const
 {
@@ -29,6 +16,8 @@ QString TestValue::valueText() const
 
 QString TestValue::keyword(unsigned int index) const
 {
+    static QStringList const keywords = {QStringLiteral("none"), QStringLiteral("low"),
+                                         QStringLiteral("high")};
     return keywords.value(static_cast<int>(index));
 }
 
@@ -37,16 +26,6 @@ TestGroup::TestGroup(QString const &name, QTextBlock const &block, CodeNode *aft
     : GroupCode(block, after, subType), groupName(name)
 {
     insertRootChild(this);
-}
-
-QString TestGroup::name() const
-{
-    return groupName;
-}
-
-void TestGroup::setName(QString const &name)
-{
-    groupName = name;
 }
 
 ValueCode *TestGroup::insertValue(unsigned int index, QString const &name, QString const &value)
@@ -59,11 +38,6 @@ ValueCode *TestGroup::insertValue(unsigned int index, QString const &name, QStri
 ValueCode *TestGroup::addValue(QString const &name, QString const &value)
 {
     return insertValue(valueCount(), name, value);
-}
-
-void TestGroup::childChanged(CodeNode *child)
-{
-    changedChildren.append(child);
 }
 
 TestAnimation::TestAnimation(QString const &name, QTextBlock const &block, CodeNode *after)
@@ -80,26 +54,6 @@ TestAnimation::~TestAnimation()
 {
     while (!frames.isEmpty())
         removeChild(frames.last());
-}
-
-QString TestAnimation::name() const
-{
-    return animationName;
-}
-
-void TestAnimation::setName(QString const &name)
-{
-    animationName = name;
-}
-
-unsigned int TestAnimation::childCount() const
-{
-    return static_cast<unsigned int>(frames.size());
-}
-
-int TestAnimation::childIndex(CodeNode *child) const
-{
-    return frames.indexOf(child);
 }
 
 CodeNode *TestAnimation::childAt(unsigned int index) const
@@ -120,14 +74,13 @@ void TestAnimation::insertChild(CodeNode *child, unsigned int index)
 void TestAnimation::removeChild(CodeNode *child)
 {
     int const row = frames.indexOf(child);
-    if (row < 0) {
-        setParentOf(child, nullptr);
-        return;
+    if (row >= 0) {
+        beginRemove(this, row);
+        frames.removeAt(row);
     }
-    beginRemove(this, row);
-    frames.removeAt(row);
     setParentOf(child, nullptr);
-    endRemove();
+    if (row >= 0)
+        endRemove();
 }
 
 TestFrame::TestFrame(QString const &identifier, QTextBlock const &block, CodeNode *after)
@@ -145,11 +98,6 @@ TestFrame::TestFrame(QString const &identifier, QTextBlock const &block, CodeNod
         }
     }
     animation->insertChild(this, row);
-}
-
-QStringList TestFrame::propertyNames() const
-{
-    return {QStringLiteral("Identifier")};
 }
 
 QVariant TestFrame::property(QString const &name) const

@@ -8,24 +8,21 @@
 
 namespace KenroTest {
 
-/// A value written as "name = value", with keywords from a fixed list.
+/// A value written as "name = value", with the keywords "none", "low" and "high".
 class TestValue : public Kenro::ValueCode
 {
 public:
     TestValue(QString const &name, Type type, QTextBlock const &block, Kenro::CodeNode *after,
               QVariant const &value = QVariant());
 
-    static QStringList const keywords;
     QString valueName;
-    int changes = 0;
 
-    QString name() const override;
-    void setName(QString const &name) override;
+    QString name() const override { return valueName; }
+    void setName(QString const &name) override { valueName = name; }
     QString valueText() const override;
     QString keyword(unsigned int index) const override;
 
     using Kenro::CodeNode::change;
-    using Kenro::CodeNode::mergeFormatting;
     using Kenro::CodeNode::rewrittenLine;
     using Kenro::ValueCode::asString;
 };
@@ -40,12 +37,12 @@ public:
     QString groupName;
     QList<Kenro::CodeNode *> changedChildren;
 
-    QString name() const override;
-    void setName(QString const &name) override;
+    QString name() const override { return groupName; }
+    void setName(QString const &name) override { groupName = name; }
     Kenro::ValueCode *insertValue(unsigned int index, QString const &name,
                                   QString const &value) override;
     Kenro::ValueCode *addValue(QString const &name, QString const &value) override;
-    void childChanged(Kenro::CodeNode *child) override;
+    void childChanged(Kenro::CodeNode *child) override { changedChildren.append(child); }
 };
 
 /// A heading of type Animation that places itself in the root and holds frames.
@@ -58,10 +55,10 @@ public:
     QString animationName;
     QList<Kenro::CodeNode *> frames;
 
-    QString name() const override;
-    void setName(QString const &name) override;
-    unsigned int childCount() const override;
-    int childIndex(Kenro::CodeNode *child) const override;
+    QString name() const override { return animationName; }
+    void setName(QString const &name) override { animationName = name; }
+    unsigned int childCount() const override { return static_cast<unsigned int>(frames.size()); }
+    int childIndex(Kenro::CodeNode *child) const override { return frames.indexOf(child); }
     Kenro::CodeNode *childAt(unsigned int index) const override;
     void insertChild(Kenro::CodeNode *child, unsigned int index) override;
     void removeChild(Kenro::CodeNode *child) override;
@@ -75,7 +72,7 @@ public:
 
     QString identifier;
 
-    QStringList propertyNames() const override;
+    QStringList propertyNames() const override { return {QStringLiteral("Identifier")}; }
     QVariant property(QString const &name) const override;
     void setProperty(QString const &name, QVariant const &value) override;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <kenro/code/codedocument.h>
 #include <kenro/code/codeparser.h>
 
 namespace KenroTest {
@@ -13,18 +14,10 @@ namespace KenroTest {
 class TestParser : public Kenro::CodeParser
 {
 public:
-    int calls = 0;
-
     Kenro::CodeNode *parse(QString const &text, QTextBlock const &block, Kenro::CodeNode *oldNode,
                            Kenro::CodeNode *context, Kenro::RootCode *root,
                            Kenro::CodeParserSyntax *syntax) override;
 };
-
-} // namespace KenroTest
-
-#include <kenro/code/codedocument.h>
-
-namespace KenroTest {
 
 /// A code document driven by a TestParser of its own.
 class TestDocument : public Kenro::CodeDocument
@@ -32,7 +25,7 @@ class TestDocument : public Kenro::CodeDocument
     Q_OBJECT
 
 public:
-    TestDocument();
+    TestDocument() { setParser(&testParser); }
     TestParser testParser;
     void formatLines(int, int, bool) override {}
     using Kenro::CodeDocument::reparse;
