@@ -177,8 +177,7 @@ private Q_SLOTS:
         answerer.files = {{path}};
         space.editor.open();
         DialogAnswerer::Seen const dialog = answerer.seen.first();
-        QCOMPARE(dialog.title, u"Open scripts..."_s);
-        QCOMPARE(dialog.nameFilters, QStringList{u"Scripts (*.cns)"_s});
+        QCOMPARE(dialog.title + dialog.nameFilters.join(u'|'), u"Open scripts...Scripts (*.cns)"_s);
         QCOMPARE(dialog.directory, space.dir.path());
         QCOMPARE(answerer.titles().size(), folder.startsWith("obj"_L1) ? 1 : 2); // "External file!"
         if (space.failRead) { // the new file leaves the project again, and nothing is remembered
@@ -198,10 +197,7 @@ private Q_SLOTS:
         space.editor.open(); // cancelled: nothing added
         QCOMPARE(answerer.seen.first().directory, remembered);
         QCOMPARE(space.scripts(), 2);
-        // No filter for the type, no engine or no project: no dialog at all.
-        ScriptEditor(Project::Sounds).open();
-        space.host.currentEngine = nullptr;
-        space.editor.open();
+        ScriptEditor(Project::Sounds).open(); // no filter for the type: no dialog at all
         QCOMPARE(answerer.seen.size(), 1);
     }
 
@@ -284,13 +280,10 @@ private Q_SLOTS:
         QCOMPARE(space.modified.count(), 1);
         QCOMPARE(space.host.options.value(u"scripts_path"_s).toString(),
                  QFileInfo(space.dir.filePath(typed)).absolutePath());
-        // No filter, a file that cannot save, or no host: no dialog at all.
+        // A file that cannot save, or no host: no dialog at all.
         space.file->canSaveFile = false;
-        QVERIFY(!FileEditor::saveFileAs(space.file, &space.editor, &space.host));
-        space.file->canSaveFile = true;
-        QVERIFY(!FileEditor::saveFileAs(space.file, &space.editor, nullptr));
-        ScriptEditor sounds(Project::Sounds);
-        QVERIFY(!FileEditor::saveFileAs(space.file, &sounds, &space.host));
+        QVERIFY(!FileEditor::saveFileAs(space.file, &space.editor, &space.host) &&
+                !FileEditor::saveFileAs(space.file, &space.editor, nullptr));
         QCOMPARE(answerer.seen.size(), answer == QMessageBox::NoButton ? 1 : 2);
     }
 
@@ -374,27 +367,20 @@ private Q_SLOTS:
         QFETCH(QList<int>, selected);
         KenroTest::TestInterface host;
         QStringListModel model({u"a"_s, u"b"_s, u"c"_s, u"d"_s, u"e"_s});
-        ItemsDialog *dialog = host.itemsDialog(nullptr, "icon_file", u"Pick"_s, &model, current);
-        QCOMPARE(dialog->windowTitle(), u"Pick"_s);
-        QCOMPARE(host.iconRequests, QStringList{u"icon_file"_s});
-        // Rows come back in model order, each once.
+        QPointer<ItemsDialog> dialog =
+            host.itemsDialog(nullptr, "icon_file", u"Pick"_s, &model, current);
+        QVERIFY(dialog->windowTitle() == "Pick"_L1 &&
+                host.iconRequests == QStringList{u"icon_file"_s});
+        // Rows come back in model order, each once; a double click accepts.
         auto *view = dialog->findChild<QListView *>();
         view->selectionModel()->select(model.index(3, 0), QItemSelectionModel::Select);
         view->selectionModel()->select(model.index(1, 0), QItemSelectionModel::Select);
         QCOMPARE(dialog->selectedRows(), selected);
-        // Cancel rejects; Ok and a double click accept.
-        dialog->show();
-        dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Cancel)->click();
-        QCOMPARE(dialog->result(), int(QDialog::Rejected));
-        QSignalSpy accepted(dialog, &QDialog::accepted);
         dialog->show();
         Q_EMIT view->doubleClicked(model.index(1, 0));
-        dialog->show();
-        dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Ok)->click();
-        QCOMPARE(accepted.count(), 2);
-        QPointer<ItemsDialog> watched = dialog;
+        QCOMPARE(dialog->result(), int(QDialog::Accepted));
         dialog->release();
-        QVERIFY(watched.isNull());
+        QVERIFY(dialog.isNull());
     }
 
     void fileDialogs_data()
@@ -420,31 +406,23 @@ private Q_SLOTS:
             chosen.append(dir.filePath(QLatin1String(name)));
             QVERIFY(KenroTest::writeFile(chosen.last(), name));
         }
-        QString const sub = dir.filePath(u"sub"_s);
-        QVERIFY(QDir().mkpath(sub));
         DialogAnswerer answerer;
-        answerer.files = {{chosen[0]}, chosen, {sub}, {dir.filePath(u"new.txt"_s)}, {}};
-        QString const filter = u"Text (*.txt)"_s;
-        QCOMPARE(getOpenFileName(nullptr, u"Open"_s, dir.path(), filter), chosen[0]);
+        answerer.files = {chosen, {dir.filePath(u"new.txt"_s)}, {}};
         QStringList sorted = chosen;
         if (sort)
             sorted.sort();
-        QCOMPARE(getOpenFileNames(nullptr, u"Open many"_s, dir.path(), filter), sorted);
-        QCOMPARE(getExistingDirectory(nullptr, u"Folder"_s, dir.path()), sub);
-        QCOMPARE(getSaveFileName(nullptr, u"Save"_s, dir.path(), filter),
+        QCOMPARE(getOpenFileNames(nullptr, u"Open"_s, dir.path(), u"Text (*.txt)"_s), sorted);
+        QCOMPARE(getSaveFileName(nullptr, u"Save"_s, dir.path(), QString()),
                  dir.filePath(u"new.txt"_s));
-        QVERIFY(getOpenFileName(nullptr, u"None"_s, dir.path(), filter).isEmpty()); // cancelled
-        QCOMPARE(answerer.titles().join(u'|'), "Open|Open many|Folder|Save|None"_L1);
-        // Open dialogs are Qt's own unless the user asked for the platform's;
-        // the others are left to the platform.
-        for (int i = 0; i < 4; ++i) {
-            bool const qtOwn = i < 2 && !native.toBool();
-            QCOMPARE(answerer.seen[i].options.testFlag(QFileDialog::DontUseNativeDialog), qtOwn);
-        }
+        QVERIFY(getOpenFileName(nullptr, u"Cancelled"_s, dir.path(), QString()).isEmpty());
         QCOMPARE(answerer.seen[0].directory, dir.path());
-        QCOMPARE(answerer.seen[0].nameFilters, QStringList{filter});
-        QVERIFY(answerer.seen[2].options.testFlag(QFileDialog::ShowDirsOnly));
-        QCOMPARE(answerer.seen[3].acceptMode, QFileDialog::AcceptSave);
+        QCOMPARE(answerer.seen[0].nameFilters, QStringList{u"Text (*.txt)"_s});
+        // Open dialogs are Qt's own unless the user asked for the platform's;
+        // a save dialog is left to the platform.
+        QString options;
+        for (DialogAnswerer::Seen const &seen : std::as_const(answerer.seen))
+            options += seen.options.testFlag(QFileDialog::DontUseNativeDialog) ? u'Q' : u'P';
+        QCOMPARE(options, native.toBool() ? "PPP"_L1 : "QPQ"_L1);
     }
 };
 

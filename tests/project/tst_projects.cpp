@@ -14,6 +14,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <memory>
+
 using namespace Kenro;
 using namespace Qt::StringLiterals;
 using KenroTest::addRow;
@@ -302,37 +304,7 @@ private Q_SLOTS:
 
     void messages()
     {
-        SimpleMessages messages(nullptr);
-        QAbstractItemModelTester tester(&messages,
-                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
-        messages.add(Message::Warning, u"w1"_s, 3, 1);
-        messages.add(Message::Error, u"e1"_s, 4, 2);
-        messages.add(Message::Warning, u"w2"_s, 5, 3);
-        messages.add(Message::All, u"kept as an error"_s, 6, 0);
-        QCOMPARE(messages.count(Message::All), 4u);
-        QCOMPARE(messages.count(Message::Warning) * 10 + messages.count(Message::Error), 22u);
-        QCOMPARE(messages.count(Message::Information), 0u);
-        QCOMPARE(messages.at(1, Message::Warning).text, u"w2"_s);
-        QCOMPARE(messages.at(1, Message::All).line, 4u);
-        QCOMPARE(column(messages, 0), "w1|e1|w2|kept as an error"_L1);
-        Message const none = messages.at(5, Message::Warning); // past the end: the empty message
-        QVERIFY(none.type == Message::All && none.line == 0 && none.text.isEmpty());
-        // Sources leave their list when they end. Without a host the icons are
-        // the library's own, one for each type.
-        MessageList list(nullptr);
-        auto other = std::make_unique<SimpleMessages>(nullptr);
-        for (SimpleMessages *source : {&messages, other.get(), &messages})
-            list.registerMessages(source);
-        other.reset();
-        QCOMPARE(list.sources().size(), 1);
-        QImage const warning = MessageList::typeIcon(Message::Warning).pixmap(16).toImage();
-        QVERIFY(!warning.isNull() &&
-                warning != MessageList::typeIcon(Message::Error).pixmap(16).toImage());
-    }
-
-    void projectMergesTheFilesDiagnostics()
-    {
-        KenroTest::TestInterface host;
+        auto host = std::make_unique<KenroTest::TestInterface>();
         TestProject project(nullptr, 0, nullptr, false);
         MessageList *list = project.messages();
         QAbstractItemModelTester tester(list,
@@ -343,21 +315,25 @@ private Q_SLOTS:
         project.addFile(air, Project::Animations);
         cns->diagnostics.add(Message::Error, u"unknown state"_s, 9, 0);
         air->diagnostics.add(Message::Warning, u"deprecated"_s, 0, 4);
+        cns->diagnostics.add(Message::All, u"kept as an error"_s, 5, 0);
         cns->diagnostics.add(Message::Information, u"note"_s, 2, 0);
-        QVERIFY(list->errorCount() == 1 && list->warningCount() == 1 &&
-                list->informationCount() == 1);
+        QCOMPARE(cns->diagnostics.at(1, Message::Error).text +
+                     cns->diagnostics.at(9, Message::All).text,
+                 u"kept as an error"_s); // past the end: the empty message
+        QCOMPARE(list->errorCount() * 100 + list->warningCount() * 10 + list->informationCount(),
+                 211u);
         // Sources in order, each in its own order; lines count from one.
-        QCOMPARE(column(*list, 0), "unknown state|note|deprecated"_L1);
-        QCOMPARE(column(*list, 1), "kfm.cns|kfm.cns|kfm.air"_L1);
-        QCOMPARE(column(*list, 2), "10|3|1"_L1);
+        QCOMPARE(column(*list, 0), "unknown state|kept as an error|note|deprecated"_L1);
+        QCOMPARE(column(*list, 1), "kfm.cns|kfm.cns|kfm.cns|kfm.air"_L1);
+        QCOMPARE(column(*list, 2), "10|6|3|1"_L1);
         Messages const *source = nullptr;
-        QCOMPARE(list->messageAt(2, source).text, u"deprecated"_s);
+        QCOMPARE(list->messageAt(3, source).text, u"deprecated"_s);
         QCOMPARE(source, &air->diagnostics);
         // Icons come from the host by type, in the first column only.
-        host.iconRequests.clear();
-        for (int row = 0; row < 3; ++row)
+        host->iconRequests.clear();
+        for (int row = 0; row < 4; ++row)
             QVERIFY(!list->index(row, 0).data(Qt::DecorationRole).value<QIcon>().isNull());
-        QCOMPARE(host.iconRequests.join(u' '), "error information warning"_L1);
+        QCOMPARE(host->iconRequests.join(u' '), "error error information warning"_L1);
         QVERIFY(list->index(0, 1).data(Qt::DecorationRole).value<QIcon>().isNull());
         list->setFilter(Message::Information); // the filter keeps one type
         QCOMPARE(column(*list, 0), "note"_L1);
@@ -366,54 +342,54 @@ private Q_SLOTS:
         updates.clear();
         cns->diagnostics.beginChange();
         cns->diagnostics.beginChange();
-        for (int i = 0; i < 5; ++i)
-            cns->diagnostics.add(Message::Error, u"e"_s, i, 0);
+        cns->diagnostics.add(Message::Error, u"e"_s, 1, 0);
         cns->diagnostics.endChange();
         QCOMPARE(updates.count(), 0);
         cns->diagnostics.endChange();
         QCOMPARE(updates.count(), 1);
-        QCOMPARE(list->rowCount(), 8);
+        QCOMPARE(list->rowCount(), 5);
         project.removeFile(cns); // a file that leaves takes its rows along
         QCOMPARE(list->rowCount(), 1);
         project.release();
         QCOMPARE(list->rowCount(), 0);
+        // Without a host the icons are the library's own, one for each type.
+        host.reset();
+        QImage const warning = MessageList::typeIcon(Message::Warning).pixmap(16).toImage();
+        QVERIFY(!warning.isNull() &&
+                warning != MessageList::typeIcon(Message::Error).pixmap(16).toImage());
     }
 
+    // Rows are named "pattern current flags"; flags: 1 backward, 2 wrap, 4 from the far end, 8 all.
     void search_data()
     {
-        QTest::addColumn<QString>("pattern");
-        QTest::addColumn<int>("current");
-        QTest::addColumn<int>("flags"); // 1 backward, 2 wrap, 4 from the far end, 8 all
         QTest::addColumn<QString>("found");
-        addRow("forward", "alpha", 0, 0, "2");
-        addRow("forward at the end", "alpha", 4, 0, "");
-        addRow("forward wraps", "alpha", 4, 2, "0");
-        addRow("wrap ends at the current item", "gamma", 3, 2, "3");
-        addRow("no wrap misses the current item", "gamma", 3, 0, "");
-        addRow("from the start", "alpha", 4, 4, "0");
-        addRow("from the start does not wrap", "zzz", 2, 6, "");
-        addRow("backward", "alpha", 2, 1, "0");
-        addRow("backward at the start", "alpha", 0, 1, "");
-        addRow("backward wraps", "alpha", 0, 3, "4");
-        addRow("backward wrap reaches the current", "gamma", 3, 3, "3");
-        addRow("backward from the end", "alpha", 0, 5, "4");
-        addRow("all", "alpha", 3, 8, "0 2 4");
-        addRow("all wins over backward", "a$", 3, 9, "0 1 3");
-        addRow("current past the end", "beta", 9, 2, "1");
-        addRow("no items", ".*", -1, 3, "");
+        for (auto [search, found] : {std::pair{"alpha 0 0", "2"},
+                                     {"alpha 4 0", ""},
+                                     {"alpha 4 2", "0"},
+                                     {"gamma 3 2", "3"}, // a wrap ends at the current item
+                                     {"gamma 3 0", ""},
+                                     {"alpha 4 4", "0"},
+                                     {"zzz 2 6", ""},
+                                     {"alpha 2 1", "0"},
+                                     {"alpha 0 1", ""},
+                                     {"alpha 0 3", "4"},
+                                     {"gamma 3 3", "3"},
+                                     {"alpha 0 5", "4"},
+                                     {"alpha 3 8", "0 2 4"},
+                                     {"a$ 3 9", "0 1 3"},
+                                     {"beta 9 2", "1"},
+                                     {".* -1 3", ""}})
+            addRow(search, found);
     }
 
     void search()
     {
-        QFETCH(QString, pattern);
-        QFETCH(int, current);
-        QFETCH(int, flags);
         QFETCH(QString, found);
-        ItemFile file(current < 0 ? QString() : u"alpha beta alpha2 gamma alpha3"_s);
-        file.current = current;
+        QStringList const in = QString::fromLatin1(QTest::currentDataTag()).split(u' ');
+        ItemFile file(in[1] == "-1"_L1 ? QString() : u"alpha beta alpha2 gamma alpha3"_s);
+        file.current = in[1].toInt();
         QStringList items;
-        for (ProjectFile::SearchResult const &result :
-             file.search(RegExp(pattern), unsigned(flags)))
+        for (ProjectFile::SearchResult const &result : file.search(RegExp(in[0]), in[2].toUInt()))
             items.append(QString::number(result.item));
         QCOMPARE(items.join(u' '), found);
     }

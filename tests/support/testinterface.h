@@ -1,6 +1,12 @@
 #pragma once
 
+#include <kenro/editors/editor.h>
 #include <kenro/editors/interface/interface.h>
+#include <kenro/engine/ktranslator.h>
+
+#include <QCoreApplication>
+#include <QIcon>
+#include <QPixmap>
 
 #include <QList>
 #include <QMap>
@@ -20,14 +26,15 @@ class TestInterface : public Kenro::Interface
 {
 public:
     TestInterface() { setGlobalInterface(this); }
-    ~TestInterface() override;
+    ~TestInterface() override
+    {
+        if (Kenro::Interface::instance() == this)
+            setGlobalInterface(nullptr);
+    }
 
     QMap<QString, QVariant> options;
     QStringList iconRequests; ///< every icon name asked for, in order
-    QStringList registeredActions; ///< every key given to registerAction(), in order
-    QList<Kenro::ActionInfo> registeredInfos;
     int dpiFactor = 1; ///< the factor of scaleToDPI(int)
-    QList<Kenro::Project *> projects;
     Kenro::Project *current = nullptr;
     /// The editor that switchToEditor() made current: the previous one is
     /// deactivated and this one activated, as a host does.
@@ -38,14 +45,17 @@ public:
     QList<int> editorRequests;
     int refreshes = 0;
     Kenro::ProgressProvider *provider = nullptr;
-    QMap<int, QString> statusTexts; ///< -1 holds the status message
     Kenro::Engine *currentEngine = nullptr;
 
-    QString text(int id) override;
-    QString toolTip(int id) override;
-    QString messageText(int id) override;
+    QString text(int id) override { return Kenro::KTranslator::instance()->text(id); }
+    QString toolTip(int id) override { return Kenro::KTranslator::instance()->toolTip(id); }
+    QString messageText(int id) override
+    {
+        return id == 0 ? QStringLiteral("XML error")
+                       : (id == 1 ? QStringLiteral("%1 at line %2, column %3") : QString());
+    }
     QWidget *mainWindow() override { return nullptr; }
-    QString applicationDirectory() override;
+    QString applicationDirectory() override { return QCoreApplication::applicationDirPath(); }
     QString resourceDirectory() override
     {
         return m_settings.path() + QStringLiteral("/resources");
@@ -61,16 +71,23 @@ public:
     }
     Kenro::Editor *editor(char const *) override { return nullptr; }
     bool openProject(QString const &) override { return false; }
-    void closeProject(Kenro::Project *project) override { projects.removeAll(project); }
+    void closeProject(Kenro::Project *) override {}
     bool saveProject(Kenro::Project *) override { return false; }
-    int projectCount() override { return projects.size(); }
-    Kenro::Project *project(int index) override { return projects.value(index); }
+    int projectCount() override { return current ? 1 : 0; }
+    Kenro::Project *project(int index) override { return index == 0 ? current : nullptr; }
     Kenro::Project *currentProject() override { return current; }
     void setCurrentProject(Kenro::Project *project) override { current = project; }
     bool openFile(QString const &) override { return false; }
     using Kenro::Interface::scaleToDPI;
     int scaleToDPI(int value) override { return value * dpiFactor; }
-    QIcon icon(QString const &name) override;
+    // A small square whose colour follows the name, so that icons differ.
+    QIcon icon(QString const &name) override
+    {
+        iconRequests.append(name);
+        QPixmap pixmap(16, 16);
+        pixmap.fill(QColor::fromRgb(qHash(name) & 0xffffff));
+        return QIcon(pixmap);
+    }
     QWidget *createDockPanel(QString const &, QWidget *) override { return nullptr; }
     void removeDockPanel(QString const &) override {}
     QVariant option(QString const &key, QVariant value) override
@@ -81,24 +98,29 @@ public:
     {
         options.insert(key, value);
     }
-    void setStatusText(int field, QString const &text) override { statusTexts.insert(field, text); }
-    QWidget *registerAction(QString const &key, Kenro::ActionInfo const &info) override
-    {
-        registeredActions.append(key);
-        registeredInfos.append(info);
-        return nullptr;
-    }
-    void unregisterAction(QString const &key) override { registeredActions.removeAll(key); }
+    void setStatusText(int, QString const &) override {}
+    QWidget *registerAction(QString const &, Kenro::ActionInfo const &) override { return nullptr; }
+    void unregisterAction(QString const &) override {}
     QToolButton *toolButton(QString const &) override { return nullptr; }
     QMenu *menu(QString const &) override { return nullptr; }
     QAction *menuAction(char const *, int) override { return nullptr; }
     QAction *addMenuAction(char const *, int, QAction *action) override { return action; }
     QAction *action(char const *) override { return nullptr; }
-    void showStatusMessage(QString const &text, int) override { statusTexts.insert(-1, text); }
-    void clearStatusMessage() override { statusTexts.remove(-1); }
+    void showStatusMessage(QString const &, int) override {}
+    void clearStatusMessage() override {}
     QObject *timeSlider(int) override { return nullptr; }
     void refreshAll() override { ++refreshes; }
-    void switchToEditor(Kenro::Editor *editor) override;
+    void switchToEditor(Kenro::Editor *editor) override
+    {
+        switches.append(editor);
+        if (editor == currentEditorValue)
+            return;
+        if (currentEditorValue)
+            currentEditorValue->deactivate();
+        currentEditorValue = editor;
+        if (editor)
+            editor->activate();
+    }
     void setExtraEditor(Kenro::ExtraEditor *) override {}
     void setWorkspace(QWidget *) override {}
 

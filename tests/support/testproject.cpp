@@ -4,44 +4,26 @@
 
 namespace KenroTest {
 
-bool TextFile::toFile(Kenro::Archive &archive, QString const &fileName, unsigned int flags,
-                      Kenro::JobStats *stats)
+// Writes or reads the content whole; a copy keeps the name and the flag.
+bool TextFile::transfer(Kenro::Archive &archive, QString const &fileName, unsigned int flags,
+                        Kenro::JobStats *stats, bool write)
 {
-    QIODevice *device = archive.openFile(fileName, QIODevice::WriteOnly);
+    QIODevice *device =
+        archive.openFile(fileName, write ? QIODevice::WriteOnly : QIODevice::ReadOnly);
     if (!device)
         return false;
-    device->write(content);
-    archive.closeFile(device);
-    ++writes;
-    if (!(flags & Copy)) {
-        name = fileName;
-        modified = false;
-    }
-    ProjectFile::toFile(archive, fileName, flags, stats);
-    return true;
-}
-
-bool TextFile::fromFile(Kenro::Archive &archive, QString const &fileName, unsigned int flags,
-                        Kenro::JobStats *stats)
-{
-    QIODevice *device = archive.openFile(fileName, QIODevice::ReadOnly);
-    if (!device)
-        return false;
-    content = device->readAll();
+    if (write && device->write(content) >= 0)
+        ++writes;
+    if (!write)
+        content = device->readAll();
     archive.closeFile(device);
     if (!(flags & Copy)) {
         name = fileName;
         modified = false;
     }
-    ProjectFile::fromFile(archive, fileName, flags, stats);
+    write ? ProjectFile::toFile(archive, fileName, flags, stats)
+          : ProjectFile::fromFile(archive, fileName, flags, stats);
     return true;
-}
-
-void TextFile::free()
-{
-    if (freed)
-        *freed = true;
-    delete this;
 }
 
 } // namespace KenroTest

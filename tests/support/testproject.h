@@ -36,9 +36,15 @@ public:
     QList<SearchResult> search(Kenro::RegExp const &, unsigned int) const override { return {}; }
     void replace(QList<SearchResult> const &, QString const &) override {}
     bool toFile(Kenro::Archive &archive, QString const &fileName, unsigned int flags,
-                Kenro::JobStats *stats) override;
+                Kenro::JobStats *stats) override
+    {
+        return transfer(archive, fileName, flags, stats, true);
+    }
     bool fromFile(Kenro::Archive &archive, QString const &fileName, unsigned int flags,
-                  Kenro::JobStats *stats) override;
+                  Kenro::JobStats *stats) override
+    {
+        return transfer(archive, fileName, flags, stats, false);
+    }
 
 protected:
     Kenro::Messages *fileMessages() const override
@@ -47,7 +53,14 @@ protected:
     }
 
 private:
-    void free() override;
+    bool transfer(Kenro::Archive &archive, QString const &fileName, unsigned int flags,
+                  Kenro::JobStats *stats, bool write);
+    void free() override
+    {
+        if (freed)
+            *freed = true;
+        delete this;
+    }
 };
 
 /// A project whose file list is set by the test.
