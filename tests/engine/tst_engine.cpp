@@ -161,20 +161,6 @@ private Q_SLOTS:
         engine.clear();
         QCOMPARE(removed.count(), 2);
         QCOMPARE(removed.last().at(2).toInt(), 2);
-
-        // Icons are the record's own, else the engine's.
-        QImage image(4, 4, QImage::Format_ARGB32);
-        image.fill(Qt::red);
-        QVERIFY(QDir().mkpath(host.resourceDirectory() + u"/engines/epsilon"_s));
-        QVERIFY(image.save(host.resourceDirectory() + u"/engines/epsilon/icon.png"_s));
-        image.fill(Qt::blue);
-        QVERIFY(image.save(host.settingsDirectory() + u"/own.png"_s));
-        engine.add(u"plain"_s, QString(), QString(), QString());
-        engine.add(u"own"_s, QString(), QString(), host.settingsDirectory() + u"/own.png"_s);
-        for (int row : {0, 1}) {
-            QIcon const icon = engine.index(row).data(Qt::DecorationRole).value<QIcon>();
-            QCOMPARE(icon.pixmap(4).toImage().pixelColor(1, 1), QColor(row ? Qt::blue : Qt::red));
-        }
     }
 
     void badConfigurations()
@@ -202,13 +188,6 @@ private Q_SLOTS:
         }
         QCOMPARE(TestEngine(u"theta"_s).at(0).name, u"first"_s); // ending it wrote a sound file
         QCOMPARE(answerer.seen.size(), 2);
-        // Without instances nothing is announced.
-        QVERIFY(KenroTest::writeFile(
-            config, "<configuration><config name=\"k\" value=\"v\"/></configuration>"));
-        TestEngine engine(u"theta"_s);
-        QSignalSpy inserted(&engine, &QAbstractItemModel::rowsInserted);
-        QVERIFY(engine.load() && inserted.isEmpty());
-        QCOMPARE(engine.option(u"k"_s), QVariant(u"v"_s));
         // A folder where the file should be can be neither read nor written.
         answerer.seen.clear();
         QString const folder = host.settingsDirectory() + u"/iota_config.xml"_s;

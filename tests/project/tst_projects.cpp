@@ -410,17 +410,14 @@ private Q_SLOTS:
         many.items.removeLast(); // results for items that went are skipped
         many.replace(results, u"%2_%1"_s);
         QCOMPARE(many.ids() + many.changes, "_alpha beta 2_alpha gamma()"_L1); // one change for all
-        // A walk over all matches; empty ones step one character, so the walk ends.
+        // A walk over all matches; an empty one steps one character, so the walk ends.
         RegExp::Match match;
         QString walked;
-        for (QString const pattern : {u"\\d+"_s, u"x*"_s}) {
-            RegExp const regExp(pattern);
-            for (bool ok = regExp.first(u"a1 b22"_s, match); ok && walked.size() < 20;
-                 ok = regExp.next(u"a1 b22"_s, match))
-                walked += QString::number(match.position);
-            QCOMPARE(match.position, -1);
-        }
-        QCOMPARE(walked, "140123456"_L1);
+        RegExp const empty(u"x*"_s);
+        for (bool ok = empty.first(u"ab"_s, match); ok && walked.size() < 9;
+             ok = empty.next(u"ab"_s, match))
+            walked += QString::number(match.position);
+        QCOMPARE(walked, "012"_L1);
     }
 };
 
