@@ -2,7 +2,6 @@
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QDialog>
 #include <QLineEdit>
 #include <QPushButton>
 
@@ -11,9 +10,8 @@ namespace KenroTest {
 DialogAnswerer::DialogAnswerer(QMessageBox::StandardButton answer, QObject *parent)
     : QObject(parent), answer(answer)
 {
-    m_timer.setInterval(10);
     connect(&m_timer, &QTimer::timeout, this, &DialogAnswerer::poll);
-    m_timer.start();
+    m_timer.start(10);
 }
 
 QStringList DialogAnswerer::titles() const
@@ -27,37 +25,23 @@ QStringList DialogAnswerer::titles() const
 void DialogAnswerer::poll()
 {
     QWidget *modal = QApplication::activeModalWidget();
-    if (!modal) {
-        // Offscreen windows are not always activated: look for any visible dialog.
-        for (QWidget *widget : QApplication::topLevelWidgets()) {
-            if (widget->isVisible() && qobject_cast<QDialog *>(widget)) {
-                modal = widget;
-                break;
-            }
-        }
+    // Offscreen windows are not always activated: look for any visible dialog.
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        if (!modal && widget->isVisible() && qobject_cast<QDialog *>(widget))
+            modal = widget;
     }
-    if (!modal)
-        return;
     if (auto *box = qobject_cast<QMessageBox *>(modal)) {
         seen.append({box->windowTitle(), box->text(), box->standardButtons()});
-        QAbstractButton *button = nullptr;
-        if (answer != QMessageBox::NoButton)
-            button = box->button(answer);
-        if (!button)
-            button = box->escapeButton();
-        if (!button)
-            button = box->defaultButton();
+        QAbstractButton *button = answer != QMessageBox::NoButton ? box->button(answer) : nullptr;
+        button = button ? button : box->escapeButton();
+        button = button ? button : box->defaultButton();
         if (!button && !box->buttons().isEmpty())
             button = box->buttons().first();
-        if (button) {
-            button->click();
-            return;
-        }
+        if (button)
+            return button->click();
     }
-    if (auto *fileDialog = qobject_cast<QFileDialog *>(modal)) {
-        answerFileDialog(fileDialog);
-        return;
-    }
+    if (auto *fileDialog = qobject_cast<QFileDialog *>(modal))
+        return answerFileDialog(fileDialog);
     if (auto *dialog = qobject_cast<QDialog *>(modal)) {
         seen.append({dialog->windowTitle(), QString(), {}});
         dialog->reject();
@@ -76,19 +60,13 @@ void DialogAnswerer::answerFileDialog(QFileDialog *dialog)
     QStringList const chosen = files.isEmpty() ? QStringList() : files.takeFirst();
     // The name field is filled directly: selectFile() leaves it alone while it has the focus.
     auto *nameEdit = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
-    if (chosen.isEmpty() || !nameEdit) {
-        dialog->reject();
-        return;
-    }
+    if (chosen.isEmpty() || !nameEdit)
+        return dialog->reject();
     // Absolute paths, as a user may type them; several are quoted one by one.
-    if (chosen.size() == 1) {
-        nameEdit->setText(chosen.first());
-    } else {
-        QStringList quoted;
-        for (QString const &path : chosen)
-            quoted.append(QLatin1Char('"') + path + QLatin1Char('"'));
-        nameEdit->setText(quoted.join(QLatin1Char(' ')));
-    }
+    QStringList quoted;
+    for (QString const &path : chosen)
+        quoted.append(QLatin1Char('"') + path + QLatin1Char('"'));
+    nameEdit->setText(chosen.size() == 1 ? chosen.first() : quoted.join(QLatin1Char(' ')));
     // QFileDialog's own accept() checks the answer; it is public only through QDialog.
     static_cast<QDialog *>(dialog)->accept();
     // A dialog that refused the answer (a missing file, say) must not stay open.

@@ -12,8 +12,9 @@ namespace KenroTest {
  * Answers every modal dialog that appears while it lives, so that no test can
  * block on one. Message boxes are answered with `answer` when they offer it,
  * else with their escape or default button. File dialogs (Qt's own, as on the
- * offscreen platform) take the next entry of `files` and are rejected when
- * none is left; any other dialog is rejected. What was shown is recorded.
+ * offscreen platform) take the next entry of `files`, the absolute paths
+ * chosen, and are rejected when it is empty or none is left; any other dialog
+ * is rejected. What was shown is recorded in `seen`.
  */
 class DialogAnswerer : public QObject
 {
@@ -37,8 +38,6 @@ public:
     };
 
     QMessageBox::StandardButton answer;
-    /// The answers of file dialogs in turn: the absolute path(s) chosen in
-    /// each. An empty entry cancels that dialog.
     QList<QStringList> files;
     QList<Seen> seen;
 

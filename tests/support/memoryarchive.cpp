@@ -9,35 +9,7 @@ namespace {
 
 char const nameProperty[] = "memoryArchiveName";
 
-QString directoryOf(QString const &name)
-{
-    int const slash = name.lastIndexOf(QLatin1Char('/'));
-    return slash < 0 ? QString() : name.left(slash);
-}
-
 } // namespace
-
-MemoryArchive::MemoryArchive(QString const &name) : m_name(name) {}
-
-QString MemoryArchive::name()
-{
-    return m_name;
-}
-
-QString MemoryArchive::path()
-{
-    return QStringLiteral("/memory/") + m_name;
-}
-
-QString MemoryArchive::absoluteFilePath(QString const &name)
-{
-    return directoryOf(name);
-}
-
-QString MemoryArchive::absoluteFileName(QString const &name)
-{
-    return name;
-}
 
 QStringList MemoryArchive::entries(QString const &path, QStringList nameFilters,
                                    QFlags<QDir::Filter> filter, QFlags<QDir::SortFlag>)
@@ -45,24 +17,22 @@ QStringList MemoryArchive::entries(QString const &path, QStringList nameFilters,
     QString prefix = path;
     if (!prefix.isEmpty() && !prefix.endsWith(QLatin1Char('/')))
         prefix += QLatin1Char('/');
+    QList<QRegularExpression> patterns;
+    for (QString const &pattern : nameFilters)
+        patterns.append(QRegularExpression(QRegularExpression::wildcardToRegularExpression(pattern),
+                                           QRegularExpression::CaseInsensitiveOption));
     QStringList result;
     for (auto it = files.constBegin(); it != files.constEnd(); ++it) {
         if (!it.key().startsWith(prefix))
             continue;
         QString const rest = it.key().mid(prefix.size());
-        int const slash = rest.indexOf(QLatin1Char('/'));
-        QString const entry = slash < 0 ? rest : rest.left(slash);
-        bool const isDirectory = slash >= 0;
-        if ((isDirectory && !(filter & QDir::Dirs)) || (!isDirectory && !(filter & QDir::Files)))
-            continue;
-        bool passes = nameFilters.isEmpty();
-        for (QString const &pattern : nameFilters) {
-            QRegularExpression const wildcard(
-                QRegularExpression::wildcardToRegularExpression(pattern),
-                QRegularExpression::CaseInsensitiveOption);
-            passes = passes || wildcard.match(entry).hasMatch();
-        }
-        if (passes && !result.contains(entry))
+        QString const entry = rest.section(QLatin1Char('/'), 0, 0);
+        bool const isDirectory = entry != rest;
+        bool passes = patterns.isEmpty();
+        for (QRegularExpression const &pattern : std::as_const(patterns))
+            passes = passes || pattern.match(entry).hasMatch();
+        if (passes && (filter & (isDirectory ? QDir::Dirs : QDir::Files)) &&
+            !result.contains(entry))
             result.append(entry);
     }
     return result;
@@ -71,9 +41,7 @@ QStringList MemoryArchive::entries(QString const &path, QStringList nameFilters,
 QIODevice *MemoryArchive::openFile(QString const &name, QFlags<QIODevice::OpenModeFlag> mode)
 {
     bool const writing = mode & QIODevice::WriteOnly;
-    if (writing && readOnly)
-        return nullptr;
-    if (!writing && !files.contains(name))
+    if (writing ? readOnly : !files.contains(name))
         return nullptr;
     auto *buffer = new QBuffer;
     if (!(mode & QIODevice::Truncate) && (mode & QIODevice::ReadOnly || !writing))
@@ -91,42 +59,12 @@ void MemoryArchive::closeFile(QIODevice *device)
     delete device;
 }
 
-void MemoryArchive::discardFile(QIODevice *device)
-{
-    delete device;
-}
-
-bool MemoryArchive::removeFile(QString const &name)
-{
-    return files.remove(name) > 0;
-}
-
 bool MemoryArchive::renameFile(QString const &from, QString const &to)
 {
     if (!files.contains(from) || files.contains(to))
         return false;
     files.insert(to, files.take(from));
     return true;
-}
-
-void MemoryArchive::flush()
-{
-    ++flushes;
-}
-
-bool MemoryArchive::isReadOnly() const
-{
-    return readOnly;
-}
-
-bool MemoryArchive::isWritable(QString const &) const
-{
-    return !readOnly;
-}
-
-bool MemoryArchive::fileExists(QString const &name) const
-{
-    return files.contains(name);
 }
 
 bool MemoryArchive::directoryExists(QString const &name) const
@@ -137,12 +75,6 @@ bool MemoryArchive::directoryExists(QString const &name) const
             return true;
     }
     return false;
-}
-
-void MemoryArchive::free()
-{
-    // Tests own the object; the end of the count is only recorded.
-    freed = true;
 }
 
 } // namespace KenroTest

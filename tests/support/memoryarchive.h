@@ -10,38 +10,39 @@ namespace KenroTest {
 /**
  * An archive held in memory: what a foreign store (a ZIP file, say) looks
  * like to the library. Written devices commit on closeFile() only. Counts
- * the calls that tests look at; `freed` turns true when the count ends.
+ * the flushes; `freed` turns true when the count of references ends.
  */
 class MemoryArchive : public Kenro::Archive
 {
 public:
-    explicit MemoryArchive(QString const &name = QStringLiteral("memory"));
+    explicit MemoryArchive(QString const &name = QStringLiteral("memory")) : m_name(name) {}
 
     QMap<QString, QByteArray> files;
     bool readOnly = false;
     bool freed = false;
     int flushes = 0;
 
-    QString name() override;
-    QString path() override;
-    QString absoluteFilePath(QString const &name) override;
-    QString absoluteFileName(QString const &name) override;
+    QString name() override { return m_name; }
+    QString path() override { return QStringLiteral("/memory/") + m_name; }
+    QString absoluteFilePath(QString const &name) override { return name.section(u'/', 0, -2); }
+    QString absoluteFileName(QString const &name) override { return name; }
     using Kenro::Archive::entries;
     QStringList entries(QString const &path, QStringList nameFilters, QFlags<QDir::Filter> filter,
                         QFlags<QDir::SortFlag> sort) override;
     QIODevice *openFile(QString const &name, QFlags<QIODevice::OpenModeFlag> mode) override;
     void closeFile(QIODevice *device) override;
-    void discardFile(QIODevice *device) override;
-    bool removeFile(QString const &name) override;
+    void discardFile(QIODevice *device) override { delete device; }
+    bool removeFile(QString const &name) override { return files.remove(name) > 0; }
     bool renameFile(QString const &from, QString const &to) override;
-    void flush() override;
-    bool isReadOnly() const override;
-    bool isWritable(QString const &name) const override;
-    bool fileExists(QString const &name) const override;
+    void flush() override { ++flushes; }
+    bool isReadOnly() const override { return readOnly; }
+    bool isWritable(QString const &) const override { return !readOnly; }
+    bool fileExists(QString const &name) const override { return files.contains(name); }
     bool directoryExists(QString const &name) const override;
 
 private:
-    void free() override;
+    // Tests own the object; the end of the count is only recorded.
+    void free() override { freed = true; }
 
     QString m_name;
 };

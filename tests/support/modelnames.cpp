@@ -39,12 +39,21 @@ QStringList childNames(QAbstractItemModel const &model, QModelIndex const &paren
 QModelIndex childIndex(QAbstractItemModel const &model, QModelIndex const &parent,
                        QString const &name)
 {
-    for (int row = 0; row < model.rowCount(parent); ++row) {
-        QModelIndex const index = model.index(row, 0, parent);
-        if (index.data().toString() == name)
-            return index;
-    }
-    return QModelIndex();
+    int const row = childNames(model, parent).indexOf(name);
+    return row < 0 ? QModelIndex() : model.index(row, 0, parent);
+}
+
+QModelIndex indexAt(QAbstractItemModel const &model, QString const &path)
+{
+    QModelIndex index;
+    for (QString const &name : path.split(QLatin1Char('/'), Qt::SkipEmptyParts))
+        index = childIndex(model, index, name);
+    return index;
+}
+
+QString rowNames(QAbstractItemModel const &model, QString const &path)
+{
+    return childNames(model, indexAt(model, path)).join(QLatin1Char(' '));
 }
 
 } // namespace KenroTest

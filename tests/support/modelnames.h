@@ -29,5 +29,9 @@ QStringList childNames(QAbstractItemModel const &model, QModelIndex const &paren
 /// The first row below \a parent that shows \a name; invalid for none.
 QModelIndex childIndex(QAbstractItemModel const &model, QModelIndex const &parent,
                        QString const &name);
+/// The row reached from the top through the names of \a path, such as "chars/kfm".
+QModelIndex indexAt(QAbstractItemModel const &model, QString const &path);
+/// The names of the rows below the row at \a path, separated by spaces.
+QString rowNames(QAbstractItemModel const &model, QString const &path);
 
 } // namespace KenroTest

@@ -4,15 +4,14 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QRandomGenerator>
 
 namespace KenroTest {
 
 QString testDataPath()
 {
     QString const path = qEnvironmentVariable("KENRO_TESTDATA");
-    if (path.isEmpty() || !QDir(path).exists())
-        return QString();
-    return QDir(path).absolutePath();
+    return path.isEmpty() || !QDir(path).exists() ? QString() : QDir(path).absolutePath();
 }
 
 QByteArray readFile(QString const &name)
@@ -39,6 +38,15 @@ bool copyTree(QString const &from, QString const &to)
         QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner);
     }
     return true;
+}
+
+QByteArray noise(qsizetype size, quint32 seed)
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    QRandomGenerator random(seed);
+    for (char &byte : bytes)
+        byte = char(random.bounded(256));
+    return bytes;
 }
 
 } // namespace KenroTest

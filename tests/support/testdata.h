@@ -2,6 +2,9 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QTest>
+
+#include <type_traits>
 
 namespace KenroTest {
 
@@ -20,6 +23,28 @@ bool writeFile(QString const &name, QByteArray const &data);
  * writable by the owner whatever they were; false on the first failure.
  */
 bool copyTree(QString const &from, QString const &to);
+/// \a size random bytes, the same for the same \a seed.
+QByteArray noise(qsizetype size, quint32 seed);
+
+/// A cell of a row of test data: C strings become QString, enums int.
+template<typename T>
+auto cell(T const &value)
+{
+    using Plain = std::decay_t<T>;
+    if constexpr (std::is_same_v<Plain, char const *> || std::is_same_v<Plain, char *>)
+        return QString::fromUtf8(value);
+    else if constexpr (std::is_enum_v<T>)
+        return int(value);
+    else
+        return value;
+}
+/// Adds the row \a tag to a test's data table; C strings go in as QString.
+template<typename... Cells>
+void addRow(char const *tag, Cells const &...cells)
+{
+    QTestData &row = QTest::newRow(tag);
+    ((row << cell(cells)), ...);
+}
 
 } // namespace KenroTest
 

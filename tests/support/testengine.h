@@ -15,7 +15,7 @@ class TestEngine : public Kenro::Engine
     Q_OBJECT
 
 public:
-    explicit TestEngine(QString const &name = QStringLiteral("testengine"));
+    explicit TestEngine(QString const &name = QStringLiteral("testengine")) : Kenro::Engine(name) {}
 
     QString identifier = QStringLiteral("kenro-test");
     QString gameMarker = QStringLiteral("data/system.def");
@@ -27,22 +27,55 @@ public:
     /// The arguments of each run(), as "index:arguments".
     QStringList runs;
 
-    bool run(unsigned int index, Kenro::Project *project, QString const &arguments) override;
-    QString displayName() const override;
-    Kenro::ParentProject *openRoot(QString const &path, Kenro::Archive &archive) override;
-    Kenro::Project *openProject(Kenro::ParentProject *parent, QString const &path) override;
-    Kenro::Project *newProject(Kenro::ParentProject *parent, int type,
-                               QString const &path) override;
-    unsigned int projectTypeCount() const override;
-    QString projectFilter() const override;
-    QStringList singleFileFilters() const override;
-    int fileTypeOf(QString const &path) const override;
-    QString fileTypeName(int type) const override;
-    Kenro::ProjectFile *openFile(QString const &path, int type) override;
-    QIcon icon() const override;
-    QString queryString(StringType type, unsigned int index) const override;
-    QMap<int, QString> fileFilters() const override;
-    Kenro::ProjectFile *createFile(int type, Kenro::Project *project) override;
+    bool run(unsigned int index, Kenro::Project *, QString const &arguments) override
+    {
+        if (index >= count())
+            return false;
+        runs.append(QStringLiteral("%1:%2").arg(index).arg(arguments));
+        return true;
+    }
+    QString displayName() const override { return QStringLiteral("Test engine"); }
+    Kenro::ParentProject *openRoot(QString const &, Kenro::Archive &) override { return nullptr; }
+    Kenro::Project *openProject(Kenro::ParentProject *, QString const &) override
+    {
+        return nullptr;
+    }
+    Kenro::Project *newProject(Kenro::ParentProject *, int, QString const &) override
+    {
+        return nullptr;
+    }
+    unsigned int projectTypeCount() const override { return unsigned(projectTypes.size()); }
+    QString projectFilter() const override { return QStringLiteral("Definitions (*.def)"); }
+    QStringList singleFileFilters() const override { return {QStringLiteral("Scripts (*.cns)")}; }
+    int fileTypeOf(QString const &path) const override
+    {
+        return path.endsWith(QLatin1String(".cns"), Qt::CaseInsensitive) ? 4 : -1;
+    }
+    QString fileTypeName(int type) const override
+    {
+        return type == 4 ? QStringLiteral("Script") : QString();
+    }
+    Kenro::ProjectFile *openFile(QString const &, int) override { return nullptr; }
+    QIcon icon() const override { return QIcon(); }
+    QString queryString(StringType type, unsigned int index) const override
+    {
+        switch (type) {
+        case CommentString:
+            return QStringLiteral(";");
+        case EngineIdentifier:
+            return identifier;
+        case GameMarkerFile:
+            return gameMarker;
+        case ProjectTypeName:
+            return projectTypes.value(int(index));
+        }
+        return QString();
+    }
+    QMap<int, QString> fileFilters() const override { return filters; }
+    Kenro::ProjectFile *createFile(int type, Kenro::Project *project) override
+    {
+        return fileFactory ? fileFactory(type, project) : nullptr;
+    }
 
     // The configuration's members, for checks.
     using Kenro::EnginePrivate::options;

@@ -13,19 +13,16 @@ namespace KenroTest {
 class TestJobs : public Kenro::ProgressProvider
 {
 public:
-    /// A job that records what it was told.
-    class Job : public Kenro::ProgressJob
+    /// A job that records what it was told; `detached` is -1 until set.
+    struct Job : Kenro::ProgressJob
     {
-    public:
         void error(QString const &) override {}
         void setMaximum(unsigned int value) override { maximum = value; }
         void setValue(unsigned int value) override { this->value = value; }
         void incrementValue() override { ++value; }
         bool wasCancelled() const override { return false; }
         void setDetached(int value) override { detached = value; }
-        unsigned int maximum = 0;
-        unsigned int value = 0;
-        /// -1 until setDetached() is called.
+        unsigned int maximum = 0, value = 0;
         int detached = -1;
     };
 

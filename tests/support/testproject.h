@@ -19,7 +19,7 @@ namespace KenroTest {
 class TextFile : public Kenro::ProjectFile
 {
 public:
-    TextFile();
+    TextFile() : diagnostics(this) {}
 
     QByteArray content;
     QString name;
@@ -29,22 +29,38 @@ public:
     int writes = 0;
     Kenro::SimpleMessages diagnostics;
 
-    bool canSave() const override;
-    bool isModified() const override;
-    bool isEmpty() const override;
-    QString fileName() const override;
-    QList<SearchResult> search(Kenro::RegExp const &, unsigned int) const override;
-    void replace(QList<SearchResult> const &, QString const &) override;
+    bool canSave() const override { return canSaveFile; }
+    bool isModified() const override { return modified; }
+    bool isEmpty() const override { return content.isEmpty(); }
+    QString fileName() const override { return name; }
+    QList<SearchResult> search(Kenro::RegExp const &, unsigned int) const override { return {}; }
+    void replace(QList<SearchResult> const &, QString const &) override {}
     bool toFile(Kenro::Archive &archive, QString const &fileName, unsigned int flags,
-                Kenro::JobStats *stats) override;
+                Kenro::JobStats *stats) override
+    {
+        return transfer(archive, fileName, flags, stats, true);
+    }
     bool fromFile(Kenro::Archive &archive, QString const &fileName, unsigned int flags,
-                  Kenro::JobStats *stats) override;
+                  Kenro::JobStats *stats) override
+    {
+        return transfer(archive, fileName, flags, stats, false);
+    }
 
 protected:
-    Kenro::Messages *fileMessages() const override;
+    Kenro::Messages *fileMessages() const override
+    {
+        return const_cast<Kenro::SimpleMessages *>(&diagnostics);
+    }
 
 private:
-    void free() override;
+    bool transfer(Kenro::Archive &archive, QString const &fileName, unsigned int flags,
+                  Kenro::JobStats *stats, bool write);
+    void free() override
+    {
+        if (freed)
+            *freed = true;
+        delete this;
+    }
 };
 
 /// A project whose file list is set by the test.
@@ -57,11 +73,11 @@ public:
 
     QList<FileEntry> entries;
 
-    QString name() const override;
-    QString version() const override;
-    QString author() const override;
-    QString comment() const override;
-    void fileList(QList<FileEntry> &list) const override;
+    QString name() const override { return QStringLiteral("test"); }
+    QString version() const override { return QStringLiteral("1.0"); }
+    QString author() const override { return QString(); }
+    QString comment() const override { return QString(); }
+    void fileList(QList<FileEntry> &list) const override { list.append(entries); }
 
     using Kenro::Project::addToParent;
     using Kenro::Project::fileHierarchyChanged;
