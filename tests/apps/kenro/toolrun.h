@@ -2,10 +2,12 @@
 
 // The kenro tool run as users meet it: the real executable, as a process.
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
-#include <QString>
 #include <QStringList>
 
 namespace KenroTest {
@@ -16,17 +18,22 @@ struct Result
     int code = -1;
     QString out;
     QString err;
+    /// stdout read as a JSON object; empty when it is none.
+    QJsonObject json() const { return QJsonDocument::fromJson(out.toUtf8()).object(); }
 };
 
-// Runs the tool with its own empty configuration folder, so that no user
-// settings reach it, and stdout and stderr apart (neither is a terminal).
-inline Result kenro(QStringList const &arguments, QString const &configHome)
+// Runs the tool in \a folder (when given) with its own empty configuration
+// folder, so that no user settings reach it, and stdout and stderr apart
+// (neither is a terminal).
+inline Result kenro(QStringList const &arguments, QString const &configHome,
+                    QString const &folder = QString())
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("KENRO_SETTINGS"));
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome);
     process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(folder);
     process.start(QStringLiteral(KENRO_EXECUTABLE), arguments);
     Result result;
     if (!process.waitForFinished(120000)) {
@@ -38,6 +45,18 @@ inline Result kenro(QStringList const &arguments, QString const &configHome)
     result.out = QString::fromUtf8(process.readAllStandardOutput());
     result.err = QString::fromUtf8(process.readAllStandardError());
     return result;
+}
+
+// The value at \a path below \a value: keys and indexes joined by '/', as
+// "facts/sprites" or "projects/0/name"; undefined where there is none.
+inline QJsonValue at(QJsonValue value, char const *path)
+{
+    for (QString const &step : QString::fromLatin1(path).split(QLatin1Char('/'))) {
+        bool index = false;
+        int const i = step.toInt(&index);
+        value = index ? value.toArray().at(i) : value.toObject().value(step);
+    }
+    return value;
 }
 
 // A failure is one line "kenro: <what>: <why>" on stderr and nothing on stdout.
