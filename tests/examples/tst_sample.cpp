@@ -1,5 +1,9 @@
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -92,6 +96,32 @@ private Q_SLOTS:
         Run const check = run(KENRO_EXECUTABLE, {u"check"_s, sample});
         QVERIFY2(check.code == 0, (check.out + check.err).constData());
         QVERIFY(!check.out.contains(": error:") && !check.out.contains(": warning:"));
+    }
+
+    void framesShowSpritesOfTheArchive()
+    {
+        QTemporaryDir out;
+        Run const exported = run(
+            KENRO_EXECUTABLE, {u"sprites"_s, u"export"_s, sample + u"/sample.sff"_s, out.path()});
+        QVERIFY2(exported.code == 0, exported.err.constData());
+        QFile manifest(out.filePath(u"sprites.json"_s)), air(sample + u"/sample.air"_s);
+        QVERIFY(manifest.open(QIODevice::ReadOnly) && air.open(QIODevice::ReadOnly));
+        QSet<QString> sprites;
+        for (QJsonValue const sprite :
+             QJsonDocument::fromJson(manifest.readAll())[u"sprites"_s].toArray())
+            sprites << u"%1,%2"_s.arg(sprite[u"group"_s].toInt()).arg(sprite[u"number"_s].toInt());
+        QRegularExpression const frame(u"^\\s*(\\d+)\\s*,\\s*(\\d+)\\s*,"_s,
+                                       QRegularExpression::MultilineOption);
+        int frames = 0;
+        for (QRegularExpressionMatch const &m :
+             frame.globalMatch(QString::fromUtf8(air.readAll()))) {
+            QString const id = m.captured(1) + u',' + m.captured(2);
+            QVERIFY2(
+                sprites.contains(id),
+                qPrintable(u"sample.air shows sprite "_s + id + u", which sample.sff lacks"_s));
+            ++frames;
+        }
+        QVERIFY(frames >= 8);
     }
 
 private:
