@@ -7,8 +7,7 @@
 
 namespace KenroTest {
 
-DialogAnswerer::DialogAnswerer(QMessageBox::StandardButton answer, QObject *parent)
-    : QObject(parent), answer(answer)
+DialogAnswerer::DialogAnswerer(QMessageBox::StandardButton answer) : answer(answer)
 {
     connect(&m_timer, &QTimer::timeout, this, &DialogAnswerer::poll);
     m_timer.start(10);
@@ -30,8 +29,13 @@ void DialogAnswerer::poll()
         if (!modal && widget->isVisible() && qobject_cast<QDialog *>(widget))
             modal = widget;
     }
-    if (auto *box = qobject_cast<QMessageBox *>(modal)) {
-        seen.append({box->windowTitle(), box->text(), box->standardButtons()});
+    auto *dialog = qobject_cast<QDialog *>(modal);
+    if (!dialog)
+        return;
+    seen.append({dialog->windowTitle(), QString(), {}, QString(), {}, {}});
+    if (auto *box = qobject_cast<QMessageBox *>(dialog)) {
+        seen.last().text = box->text();
+        seen.last().buttons = box->standardButtons();
         QAbstractButton *button = answer != QMessageBox::NoButton ? box->button(answer) : nullptr;
         button = button ? button : box->escapeButton();
         button = button ? button : box->defaultButton();
@@ -40,35 +44,21 @@ void DialogAnswerer::poll()
         if (button)
             return button->click();
     }
-    if (auto *fileDialog = qobject_cast<QFileDialog *>(modal))
-        return answerFileDialog(fileDialog);
-    if (auto *dialog = qobject_cast<QDialog *>(modal)) {
-        seen.append({dialog->windowTitle(), QString(), {}});
-        dialog->reject();
-    }
-}
-
-void DialogAnswerer::answerFileDialog(QFileDialog *dialog)
-{
-    Seen shown{dialog->windowTitle(), QString(), {}};
-    shown.fileDialog = true;
-    shown.directory = dialog->directory().absolutePath();
-    shown.nameFilters = dialog->nameFilters();
-    shown.options = dialog->options();
-    shown.acceptMode = dialog->acceptMode();
-    seen.append(shown);
-    QStringList const chosen = files.isEmpty() ? QStringList() : files.takeFirst();
+    auto *fileDialog = qobject_cast<QFileDialog *>(dialog);
+    QStringList const chosen = fileDialog && !files.isEmpty() ? files.takeFirst() : QStringList();
     // The name field is filled directly: selectFile() leaves it alone while it has the focus.
     auto *nameEdit = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+    if (fileDialog) {
+        seen.last().directory = fileDialog->directory().absolutePath();
+        seen.last().nameFilters = fileDialog->nameFilters();
+        seen.last().options = fileDialog->options();
+    }
     if (chosen.isEmpty() || !nameEdit)
         return dialog->reject();
-    // Absolute paths, as a user may type them; several are quoted one by one.
-    QStringList quoted;
-    for (QString const &path : chosen)
-        quoted.append(QLatin1Char('"') + path + QLatin1Char('"'));
-    nameEdit->setText(chosen.size() == 1 ? chosen.first() : quoted.join(QLatin1Char(' ')));
-    // QFileDialog's own accept() checks the answer; it is public only through QDialog.
-    static_cast<QDialog *>(dialog)->accept();
+    // Several paths are quoted one by one, as a user would type them.
+    nameEdit->setText(chosen.size() == 1 ? chosen.first()
+                                         : u'"' + chosen.join(QStringLiteral("\" \"")) + u'"');
+    dialog->accept(); // QFileDialog's own accept() checks the answer
     // A dialog that refused the answer (a missing file, say) must not stay open.
     if (dialog->isVisible() && dialog->result() != QDialog::Accepted)
         dialog->reject();

@@ -5,34 +5,23 @@
 
 namespace KenroTest {
 
-namespace {
-
-char const nameProperty[] = "memoryArchiveName";
-
-} // namespace
-
 QStringList MemoryArchive::entries(QString const &path, QStringList nameFilters,
                                    QFlags<QDir::Filter> filter, QFlags<QDir::SortFlag>)
 {
-    QString prefix = path;
-    if (!prefix.isEmpty() && !prefix.endsWith(QLatin1Char('/')))
-        prefix += QLatin1Char('/');
+    QString const prefix = path.isEmpty() || path.endsWith(u'/') ? path : path + u'/';
     QList<QRegularExpression> patterns;
     for (QString const &pattern : nameFilters)
         patterns.append(QRegularExpression(QRegularExpression::wildcardToRegularExpression(pattern),
                                            QRegularExpression::CaseInsensitiveOption));
     QStringList result;
-    for (auto it = files.constBegin(); it != files.constEnd(); ++it) {
-        if (!it.key().startsWith(prefix))
-            continue;
-        QString const rest = it.key().mid(prefix.size());
-        QString const entry = rest.section(QLatin1Char('/'), 0, 0);
-        bool const isDirectory = entry != rest;
+    for (QString const &key : files.keys()) {
+        QString const rest = key.mid(prefix.size());
+        QString const entry = rest.section(u'/', 0, 0);
         bool passes = patterns.isEmpty();
         for (QRegularExpression const &pattern : std::as_const(patterns))
             passes = passes || pattern.match(entry).hasMatch();
-        if (passes && (filter & (isDirectory ? QDir::Dirs : QDir::Files)) &&
-            !result.contains(entry))
+        if (key.startsWith(prefix) && passes &&
+            (filter & (entry != rest ? QDir::Dirs : QDir::Files)) && !result.contains(entry))
             result.append(entry);
     }
     return result;
@@ -46,35 +35,16 @@ QIODevice *MemoryArchive::openFile(QString const &name, QFlags<QIODevice::OpenMo
     auto *buffer = new QBuffer;
     if (!(mode & QIODevice::Truncate) && (mode & QIODevice::ReadOnly || !writing))
         buffer->setData(files.value(name));
-    buffer->setProperty(nameProperty, name);
+    buffer->setObjectName(name);
     buffer->open(mode);
     return buffer;
 }
 
 void MemoryArchive::closeFile(QIODevice *device)
 {
-    auto *buffer = qobject_cast<QBuffer *>(device);
-    if (buffer && (buffer->openMode() & QIODevice::WriteOnly))
-        files.insert(buffer->property(nameProperty).toString(), buffer->data());
+    if (device->openMode() & QIODevice::WriteOnly)
+        files.insert(device->objectName(), static_cast<QBuffer *>(device)->data());
     delete device;
-}
-
-bool MemoryArchive::renameFile(QString const &from, QString const &to)
-{
-    if (!files.contains(from) || files.contains(to))
-        return false;
-    files.insert(to, files.take(from));
-    return true;
-}
-
-bool MemoryArchive::directoryExists(QString const &name) const
-{
-    QString const prefix = name.endsWith(QLatin1Char('/')) ? name : name + QLatin1Char('/');
-    for (auto it = files.constBegin(); it != files.constEnd(); ++it) {
-        if (it.key().startsWith(prefix))
-            return true;
-    }
-    return false;
 }
 
 } // namespace KenroTest

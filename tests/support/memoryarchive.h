@@ -2,15 +2,12 @@
 
 #include <kenro/project/archive.h>
 
-#include <QByteArray>
-#include <QMap>
-
 namespace KenroTest {
 
 /**
- * An archive held in memory: what a foreign store (a ZIP file, say) looks
- * like to the library. Written devices commit on closeFile() only. Counts
- * the flushes; `freed` turns true when the count of references ends.
+ * An archive in memory, as a foreign store (a ZIP file, say) looks to the
+ * library. Written devices commit on closeFile() only; flushes are counted,
+ * and `freed` turns true when the count of references ends.
  */
 class MemoryArchive : public Kenro::Archive
 {
@@ -18,8 +15,7 @@ public:
     explicit MemoryArchive(QString const &name = QStringLiteral("memory")) : m_name(name) {}
 
     QMap<QString, QByteArray> files;
-    bool readOnly = false;
-    bool freed = false;
+    bool readOnly = false, freed = false;
     int flushes = 0;
 
     QString name() override { return m_name; }
@@ -33,16 +29,23 @@ public:
     void closeFile(QIODevice *device) override;
     void discardFile(QIODevice *device) override { delete device; }
     bool removeFile(QString const &name) override { return files.remove(name) > 0; }
-    bool renameFile(QString const &from, QString const &to) override;
+    bool renameFile(QString const &from, QString const &to) override
+    {
+        return files.contains(from) && !files.contains(to) && (files[to] = files.take(from), true);
+    }
     void flush() override { ++flushes; }
     bool isReadOnly() const override { return readOnly; }
     bool isWritable(QString const &) const override { return !readOnly; }
     bool fileExists(QString const &name) const override { return files.contains(name); }
-    bool directoryExists(QString const &name) const override;
+    bool directoryExists(QString const &name) const override
+    {
+        QString const prefix = name.endsWith(u'/') ? name : name + u'/';
+        auto const next = files.lowerBound(prefix); // keys are sorted: the first below is next
+        return next != files.cend() && next.key().startsWith(prefix);
+    }
 
 private:
-    // Tests own the object; the end of the count is only recorded.
-    void free() override { freed = true; }
+    void free() override { freed = true; } // the test owns the object
 
     QString m_name;
 };

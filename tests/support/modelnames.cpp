@@ -51,9 +51,4 @@ QModelIndex indexAt(QAbstractItemModel const &model, QString const &path)
     return index;
 }
 
-QString rowNames(QAbstractItemModel const &model, QString const &path)
-{
-    return childNames(model, indexAt(model, path)).join(QLatin1Char(' '));
-}
-
 } // namespace KenroTest

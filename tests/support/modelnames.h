@@ -3,11 +3,9 @@
 #include <kenro/project/messages.h>
 
 #include <QAbstractItemModel>
-#include <QStringList>
 
 namespace Kenro {
 class Project;
-class ProjectFile;
 } // namespace Kenro
 
 namespace KenroTest {
@@ -15,7 +13,7 @@ namespace KenroTest {
 /// The file list of \a project as "type:name", names without the leading "/".
 QStringList listedFiles(Kenro::Project const &project);
 
-/// A message of a project's list, with the file it is about (null for the project's own).
+/// A message of a project's list and the file it is about (null: the project).
 struct ListedMessage
 {
     Kenro::ProjectFile const *file;
@@ -32,6 +30,9 @@ QModelIndex childIndex(QAbstractItemModel const &model, QModelIndex const &paren
 /// The row reached from the top through the names of \a path, such as "chars/kfm".
 QModelIndex indexAt(QAbstractItemModel const &model, QString const &path);
 /// The names of the rows below the row at \a path, separated by spaces.
-QString rowNames(QAbstractItemModel const &model, QString const &path);
+inline QString rowNames(QAbstractItemModel const &model, QString const &path)
+{
+    return childNames(model, indexAt(model, path)).join(u' ');
+}
 
 } // namespace KenroTest

@@ -1,27 +1,18 @@
 #pragma once
 
-#include <QByteArray>
-#include <QString>
 #include <QTest>
 
 #include <type_traits>
 
 namespace KenroTest {
 
-/**
- * The real-content folder named by KENRO_TESTDATA. Empty when the variable
- * is unset; a set variable that names no folder fails the calling test.
- */
+/// The folder of real content that KENRO_TESTDATA names; empty when unset or missing.
 QString testDataPath();
-
 /// The whole content of file \a name, or "<missing>" when it cannot be read.
 QByteArray readFile(QString const &name);
-/// Writes \a data as file \a name, making its directory; false on failure.
+/// Writes \a data as file \a name, making its folder; false on failure.
 bool writeFile(QString const &name, QByteArray const &data);
-/**
- * Copies the files below folder \a from to the same places below \a to,
- * writable by the owner whatever they were; false on the first failure.
- */
+/// Copies the files below \a from to the same places below \a to, writable by the owner.
 bool copyTree(QString const &from, QString const &to);
 /// \a size random bytes, the same for the same \a seed.
 QByteArray noise(qsizetype size, quint32 seed);
@@ -38,7 +29,7 @@ auto cell(T const &value)
     else
         return value;
 }
-/// Adds the row \a tag to a test's data table; C strings go in as QString.
+/// Adds the row \a tag to a test's data table.
 template<typename... Cells>
 void addRow(char const *tag, Cells const &...cells)
 {
