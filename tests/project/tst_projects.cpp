@@ -98,39 +98,6 @@ class TestProjects : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void optionsFallBack()
-    {
-        KenroTest::TestInterface host;
-        host.options.insert(u"k"_s, u"host"_s);
-        auto *main = new TextFile;
-        main->setOption(u"parseCode"_s, false, false, false);
-        main->setOption(u"a"_s, 1, true, true); // no project yet: the file's own
-        // The main file hands its code options to its new project, and on to the host.
-        TestProject project(nullptr, 0, main, true);
-        QVERIFY(host.options.value(u"parseCode"_s) == false &&
-                project.option(u"parseCode"_s) == false);
-        QStringList seen;
-        auto k = [&] { seen << main->option(u"k"_s).toString(); };
-        project.setOption(u"k"_s, u"project"_s, false);
-        main->setOption(u"k"_s, u"own"_s, false, false);
-        k();
-        // A null value removes a key and the next level shows through.
-        main->setOption(u"k"_s, QVariant(), false, false);
-        k();
-        project.setOption(u"k"_s, QVariant(), false);
-        k();
-        QCOMPARE(seen.join(u' '), "own project host"_L1);
-        main->setOption(u"b"_s, 2, true, false); // to the project, and with global to the host
-        main->setOption(u"c"_s, 3, true, true);
-        QCOMPARE(project.option(u"b"_s).toInt() + main->option(u"a"_s).toInt(), 3);
-        QVERIFY(host.options.contains(u"c"_s) && !host.options.contains(u"b"_s));
-        QCOMPARE(main->option(u"none"_s, 5), QVariant(5));
-        project.setOption(u"parseCode"_s, QVariant(), false); // the file's own went to the project
-        host.options.clear();
-        QVERIFY(!main->option(u"parseCode"_s).isValid() && !main->option(u"k"_s).isValid());
-        project.release();
-    }
-
     void toFileAndFromFileSwapArchivesAndTellTheParent()
     {
         KenroTest::MemoryArchive root, other;
