@@ -134,28 +134,6 @@ private Q_SLOTS:
         QCOMPARE(lone.path(), QDir::currentPath() + u"/engines/gamma"_s);
     }
 
-    void instancesAsAModel()
-    {
-        TestInterface host;
-        TestEngine engine(u"epsilon"_s);
-        QAbstractItemModelTester tester(&engine,
-                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QSignalSpy removed(&engine, &QAbstractItemModel::rowsRemoved);
-        QSignalSpy changed(&engine, &QAbstractItemModel::dataChanged);
-        engine.clear(); // nothing to clear, nothing said
-        for (QString const &name : {u"a"_s, u"b"_s, u"c"_s, u"d"_s})
-            engine.add(name, QString(), QString(), QString());
-        engine.move(0, 2);
-        engine.move(3, 0);
-        engine.edit(1, u"B"_s, u"/bin/B"_s, u"-x"_s, QString());
-        QVERIFY(changed.count() == 1 && engine.index(1).data() == u"B"_s);
-        engine.remove(17); // out of range
-        engine.remove(1);
-        QCOMPARE(instances(engine), "d c a"_L1);
-        engine.clear();
-        QVERIFY(removed.count() == 2 && removed.last().at(2).toInt() == 2);
-    }
-
     void badConfigurations()
     {
         TestInterface host;

@@ -234,50 +234,6 @@ private Q_SLOTS:
         QCOMPARE(lone.disposed, 1);
     }
 
-    // Saving writes what was modified, through a job that an asynchronous
-    // file takes along; a backup lies beside the archive of its project.
-    void saveAndBackupPlaces()
-    {
-        struct AsyncFile : TextFile
-        {
-            Capabilities capabilities() const override { return AsyncSave; }
-        };
-        KenroTest::TestInterface host;
-        KenroTest::MemoryArchive archive;
-        archive.files = {{u"/root/p/p.def"_s, "old"}, {u"/root/p/p.air"_s, "old"}};
-        TestParentProject parent(u"/root/"_s, archive);
-        TestProject *project = open(parent, u"/root/p/p.def"_s);
-        auto *air = new AsyncFile, *gone = new AsyncFile; // gone: its file is not in the archive
-        air->fromFile(archive, u"/root/p/p.air"_s, 0, nullptr);
-        gone->name = u"/root/p/gone.cns"_s;
-        project->addFile(air, Project::Animations);
-        project->addFile(gone, Project::Scripts);
-        auto *main = static_cast<WatchedFile *>(project->mainFile());
-        main->content = "new";
-        air->content = "moved";
-        main->modified = air->modified = gone->modified = true;
-        KenroTest::TestJobs jobs;
-        parent.save(&jobs);
-        parent.save(nullptr); // nothing modified, nothing written
-        QCOMPARE(archive.files.keys().join(u' ') + u' ' +
-                     QString::fromUtf8(archive.files.values().join(' ')),
-                 "/root/p/p.air /root/p/p.def moved new"_L1);
-        QCOMPARE(u"%1 %2 %3 "_s.arg(jobs.jobs.front()->value)
-                         .arg(jobs.jobs.back()->detached)
-                         .arg(main->writes) +
-                     jobs.titles.join(u'|'),
-                 "1 1 1 Saving...|Saving p.air"_L1);
-        QString const place = parent.backupPath(u"first"_s);
-        QVERIFY2(place.startsWith(u"/memory/memory/backup/"_s) &&
-                     isStamped(place.section(u'/', -1), u"first"_s),
-                 qPrintable(place));
-        // A read-only archive cannot take a backup back: nothing is touched.
-        archive.readOnly = true;
-        QVERIFY(!parent.restoreBackup(u"/first"_s, nullptr));
-        QVERIFY(main->pauses.isEmpty() && host.refreshes == 0);
-        close(project);
-    }
-
     void gameTreeFollowsTheDisk()
     {
         KENRO_REQUIRE_TESTDATA(data);

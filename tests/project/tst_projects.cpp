@@ -42,31 +42,22 @@ QString column(QAbstractItemModel const &model, int column)
     return values.join(u'|');
 }
 
-// A file of items, searched and replaced through their "Identifier".
-class ItemFile : public SearchableProjectFile
+// A file of items, searched through their "Identifier".
+struct ItemFile : SearchableProjectFile
 {
-public:
     struct Item : PropertyItem
     {
+        explicit Item(QString const &id) : id(id) {}
         QString id;
         QStringList propertyNames() const override { return {u"Identifier"_s}; }
         QVariant property(QString const &key) const override
         {
             return key == "Identifier"_L1 ? QVariant(id) : QVariant();
         }
-        void setProperty(QString const &key, QVariant const &value) override
-        {
-            id = key == "Identifier"_L1 ? value.toString() : id;
-        }
+        void setProperty(QString const &, QVariant const &) override {}
     };
-    explicit ItemFile(QString const &names)
-    {
-        for (QString const &name : names.split(u' ', Qt::SkipEmptyParts))
-            items.append(Item()), items.last().id = name;
-    }
     QList<Item> items;
     int current = 0;
-    QString changes; // "(" for each beginChange(), ")" for each endChange()
     bool isEmpty() const override { return items.isEmpty(); }
     unsigned int itemCount() const override { return items.size(); }
     int currentItem() const override { return current; }
@@ -74,20 +65,7 @@ public:
     {
         return i < unsigned(items.size()) ? const_cast<Item *>(&items[i]) : nullptr;
     }
-    void beginChange() override { changes += u'('; }
-    void endChange() override { changes += u')'; }
-    QString ids() const
-    {
-        QString all;
-        for (Item const &item : items)
-            all += item.id + u' ';
-        return all + changes;
-    }
-
-protected:
     Messages *fileMessages() const override { return nullptr; }
-
-private:
     void free() override { delete this; }
 };
 
@@ -330,40 +308,16 @@ private Q_SLOTS:
     {
         QFETCH(QString, found);
         QStringList const in = QString::fromLatin1(QTest::currentDataTag()).split(u' ');
-        ItemFile file(in[1] == "-1"_L1 ? QString() : u"alpha beta alpha2 gamma alpha3"_s);
+        ItemFile file;
+        for (QString const &id :
+             (in[1] == "-1"_L1 ? QString() : u"alpha beta alpha2 gamma alpha3"_s)
+                 .split(u' ', Qt::SkipEmptyParts))
+            file.items.append(ItemFile::Item(id));
         file.current = in[1].toInt();
         QStringList items;
         for (ProjectFile::SearchResult const &result : file.search(RegExp(in[0]), in[2].toUInt()))
             items.append(QString::number(result.item));
         QCOMPARE(items.join(u' '), found);
-    }
-
-    void replaceWithCaptures()
-    {
-        ItemFile file(u"x my_alpha7"_s);
-        QList<ProjectFile::SearchResult> results = file.search(RegExp(u"(al)(pha)(\\d)"_s), 8);
-        QCOMPARE(results.size(), 1);
-        ProjectFile::SearchResult const &r = results[0];
-        QCOMPARE(
-            u"%1 %2 %3 %4 %5 "_s.arg(r.line).arg(r.item).arg(r.position).arg(r.length).arg(r.text) +
-                r.captures.join(u' '),
-            "0 1 3 6 my_alpha7 al pha 7"_L1);
-        // Fewer placeholders than captures: the rest stay unused; one result makes no change.
-        file.replace(results, u"<%2%1>"_s);
-        QCOMPARE(file.ids(), "x <phaal> "_L1);
-        ItemFile many(u"alpha beta alpha2 gamma alpha3"_s);
-        results = many.search(RegExp(u"(alpha)(\\d*)"_s), 8);
-        many.items.removeLast(); // results for items that went are skipped
-        many.replace(results, u"%2_%1"_s);
-        QCOMPARE(many.ids(), "_alpha beta 2_alpha gamma ()"_L1); // one change for all
-        // A walk over all matches; an empty one steps one character, so the walk ends.
-        RegExp::Match match;
-        QString walked;
-        RegExp const empty(u"x*"_s);
-        for (bool ok = empty.first(u"ab"_s, match); ok && walked.size() < 9;
-             ok = empty.next(u"ab"_s, match))
-            walked += QString::number(match.position);
-        QCOMPARE(walked, "012"_L1);
     }
 };
 
