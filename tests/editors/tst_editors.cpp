@@ -16,7 +16,6 @@
 #include <QSignalSpy>
 #include <QStringListModel>
 #include <QTemporaryDir>
-#include <QTest>
 
 using namespace Kenro;
 using namespace Qt::StringLiterals;
@@ -25,22 +24,18 @@ using KenroTest::readFile;
 
 namespace {
 
-// A file whose capabilities and failures the test steers, and whose write
-// flags and undo calls it sees.
+// A file whose capabilities and write failures the test steers; it records
+// undo, redo and the flags of each write.
 struct DocFile : KenroTest::TextFile
 {
     Capabilities caps;
-    bool failRead = false, failWrite = false;
+    bool failWrite = false;
     QString calls; // 'u' undo, 'r' redo, then the flags of each write
     Capabilities capabilities() const override { return caps; }
     bool toFile(Archive &archive, QString const &name, unsigned int flags, JobStats *job) override
     {
         calls += QString::number(flags);
         return !failWrite && TextFile::toFile(archive, name, flags, job);
-    }
-    bool fromFile(Archive &archive, QString const &name, unsigned int flags, JobStats *job) override
-    {
-        return !failRead && TextFile::fromFile(archive, name, flags, job);
     }
     void undo() override { calls += u'u'; }
     void redo() override { calls += u'r'; }
@@ -77,12 +72,7 @@ struct Workspace
     Workspace()
     {
         host.currentEngine = &engine;
-        engine.fileFactory = [this](int, Project *) {
-            auto *file = new DocFile;
-            file->failRead = failRead;
-            file->freed = &lastFreed;
-            return file;
-        };
+        engine.fileFactory = [](int, Project *) { return new DocFile; };
         QString const main = dir.filePath(u"obj/obj.def"_s);
         KenroTest::writeFile(main, "[Info]");
         project = new KenroTest::TestProject(&parent, 0, new KenroTest::TextFile, true);
@@ -111,10 +101,8 @@ struct Workspace
     DocFile *file = new DocFile;
     ScriptEditor editor;
     QSignalSpy modified{&editor, &FileEditor::modified};
-    bool lastFreed = false, failRead = false;
 };
 
-// The row's input: the parts of its string, split at '|'.
 QStringList row()
 {
     QFETCH(QString, row);
@@ -128,50 +116,6 @@ class TestEditors : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // Rows: the folder of the file chosen and the answer to "External file!".
-    void open_data()
-    {
-        QTest::addColumn<QString>("row");
-        QTest::newRow("inside the project") << u"obj/states/|%1"_s.arg(int(QMessageBox::No));
-        QTest::newRow("outside, as a copy") << u"outside/|%1"_s.arg(int(QMessageBox::Yes));
-        QTest::newRow("outside, taken over") << u"outside/|%1"_s.arg(int(QMessageBox::No));
-        QTest::newRow("unreadable") << u"obj/|%1"_s.arg(int(QMessageBox::No));
-    }
-
-    void open()
-    {
-        QStringList const in = row();
-        Workspace space;
-        space.failRead = in[0] == "obj/"_L1;
-        space.host.options.insert(u"project_path"_s, space.dir.path());
-        QString const path = space.dir.filePath(in[0] + u"common.cns"_s);
-        QVERIFY(KenroTest::writeFile(path, "[Statedef 0]"));
-        DialogAnswerer answerer{QMessageBox::StandardButton(in[1].toInt())};
-        answerer.files = {{path}};
-        space.editor.open();
-        DialogAnswerer::Seen const dialog = answerer.seen.first();
-        QCOMPARE(dialog.title + dialog.nameFilters.join(u'|') + u' ' + dialog.directory,
-                 u"Open scripts...Scripts (*.cns) "_s + space.dir.path());
-        QCOMPARE(answerer.titles().size(), in[0].startsWith("obj"_L1) ? 1 : 2);
-        if (space.failRead) { // the new file leaves the project again, and nothing is remembered
-            QVERIFY(space.lastFreed && space.scripts() == 1 && space.modified.isEmpty());
-            QVERIFY(!space.host.options.contains(u"scripts_path"_s));
-            return;
-        }
-        auto *file = static_cast<DocFile *>(space.project->file(Project::Scripts));
-        bool const copy = in[1].toInt() == QMessageBox::Yes; // a copy keeps no name
-        QVERIFY(file->content == "[Statedef 0]" && file->fileName() == (copy ? QString() : path));
-        QVERIFY(space.editor.isActive() && space.modified.count() == 1);
-        // The folder is remembered; the next dialog starts there.
-        QString const remembered = QFileInfo(path).absolutePath();
-        QCOMPARE(space.host.options.value(u"scripts_path"_s).toString(), remembered);
-        answerer.seen.clear();
-        space.editor.open(); // cancelled: nothing added
-        QVERIFY(answerer.seen.first().directory == remembered && space.scripts() == 2);
-        ScriptEditor(Project::Sounds).open(); // no filter for the type: no dialog at all
-        QCOMPARE(answerer.seen.size(), 1);
-    }
-
     void save()
     {
         Workspace space;
@@ -330,7 +274,6 @@ private Q_SLOTS:
             selected << rows;
             QVERIFY(dialog->windowTitle() == "Pick"_L1 &&
                     host.iconRequests.last() == "icon_file"_L1);
-            // A double click accepts.
             dialog->show();
             Q_EMIT view->doubleClicked(model.index(1, 0));
             QCOMPARE(dialog->result(), int(QDialog::Accepted));

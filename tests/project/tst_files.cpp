@@ -16,7 +16,6 @@
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QTextCodec>
 #include <QThread>
 
@@ -50,7 +49,6 @@ struct WatchedText : FileWatchObject
     void open(QString const &path) { fileLoaded(disk, path, false), name = path; }
 };
 
-// Appends to \a path as another program would.
 void touch(QString const &path)
 {
     QFile file(path);
@@ -112,7 +110,6 @@ private Q_SLOTS:
         QVERIFY(before.isEmpty() || readFile(path) == before);
         end == 0 ? disk.closeFile(device) : end == 1 ? disk.discardFile(device) : delete device;
         QCOMPARE(readFile(path), result == "-"_L1 ? "<missing>" : result.toUtf8());
-        // Nothing is left beside the file.
         QCOMPARE(QFileInfo(path).dir().entryList(QDir::Files).size(), result == "-"_L1 ? 0 : 1);
     }
 
@@ -194,7 +191,6 @@ private Q_SLOTS:
             QVERIFY(writeFile(source, content) && copyFile(disk, source, disk, target));
             QCOMPARE(readFile(target), content);
         }
-        // Refused: the same name, a missing source, a target below a file.
         QVERIFY(!copyFile(disk, source, disk, source));
         QVERIFY(!copyFile(disk, dir.filePath(u"none"_s), disk, dir.filePath(u"b"_s)));
         QVERIFY(!copyFile(disk, source, disk, source + u"/b"_s) &&
@@ -275,7 +271,6 @@ private Q_SLOTS:
         codec = 0; // the system's
         TextCodecs::stringFromData("x", &codec);
         QCOMPARE(codec, TextCodecs::index(QTextCodec::codecForLocale()->name()));
-        // Marks are detected, and written back with the text.
         compareRows({u"efbbbf3b61|UTF-8 ;a"_s, u"fffe3b006100|UTF-16LE ;a"_s,
                      u"feff003b0061|UTF-16BE ;a"_s, u"fffe61|UTF-16LE"_s},
                     [](QStringList const &in) {
@@ -320,7 +315,6 @@ private Q_SLOTS:
             QCOMPARE(QTextCodec::codecForName(TextCodecs::name(index).toLatin1())->name(),
                      QTextCodec::codecForName(in[2].toLatin1())->name());
             QVERIFY2(!text.contains(QChar::ReplacementCharacter), qPrintable(in[0]));
-            // Written back with the index it reported, the bytes are the same.
             QCOMPARE(TextCodecs::stringToData(text, index, mark), bytes);
             QCOMPARE(text,
                      TextCodecs::stringFromData(readFile(data + u"/text/"_s + in[1]), &other));

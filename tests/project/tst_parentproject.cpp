@@ -16,7 +16,6 @@
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <memory>
 
@@ -183,7 +182,6 @@ private Q_SLOTS:
         b->fileHierarchyChanged();
         QCOMPARE(rowNames(parent, u"stages"_s), "a.def b.def"_L1);
         close(b);
-        // An open project shows its files below its folder, with icons by kind and type.
         TestProject *x = open(parent, u"/root/chars/x/x.def"_s,
                               {{Project::Animations, u"/x.air"_s},
                                {Project::Scripts, u"/states/a.cns"_s},
@@ -290,7 +288,6 @@ private Q_SLOTS:
             QString const stamp = made.first().chopped(zip ? 4 : 0);
             QVERIFY(!zip || made.first().endsWith(".zip"_L1));
             QVERIFY2(isStamped(stamp, u"before"_s), qPrintable(stamp));
-            // Damage every project file, then restore.
             QStringList const names = filesOf(kfm, game.base) + filesOf(training, game.base);
             QVERIFY(names.size() >= 14);
             for (QString const &name : names)

@@ -12,7 +12,6 @@
 #include <QIcon>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <memory>
 

@@ -15,7 +15,7 @@
 int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
-    std::setvbuf(stdout, nullptr, _IONBF, 0); // each line reaches the test at once
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // each line reaches the test whole
     QStringList const args = app.arguments();
     if (args.size() < 4)
         return 2;

@@ -11,7 +11,6 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <zip.h>
 #include <zlib.h>
@@ -241,19 +240,15 @@ private Q_SLOTS:
         QVERIFY(!back->removeFile(u".hidden"_s) && !back->renameFile(u".hidden"_s, u"shown"_s));
         QVERIFY(!back->isWritable(u"chars/kfm/kfm.def"_s) &&
                 back->entries(QString(), writable, QDir::Name).isEmpty());
-        // Another reader sees the same members, with the times they were written.
-        int error = 0;
+        // Another reader sees every member, with the time it was written.
+        int error = 0, timely = 0;
         zip_t *other = zip_open(QFile::encodeName(path).constData(), ZIP_RDONLY, &error);
         QVERIFY(other);
-        QCOMPARE(zip_get_num_entries(other, 0), zip_int64_t(expected.size() + 1));
-        for (zip_int64_t i = 0; i < zip_get_num_entries(other, 0); ++i) {
-            zip_stat_t stat;
-            QCOMPARE(zip_stat_index(other, zip_uint64_t(i), 0, &stat), 0);
-            // DOS times count in steps of two seconds.
-            QVERIFY2(stat.mtime >= start - 2 && stat.mtime <= QDateTime::currentSecsSinceEpoch(),
-                     stat.name);
-        }
+        zip_stat_t stat; // DOS times count in steps of two seconds
+        for (zip_uint64_t i = 0; zip_stat_index(other, i, 0, &stat) == 0; ++i)
+            timely += stat.mtime >= start - 2 && stat.mtime <= QDateTime::currentSecsSinceEpoch();
         zip_discard(other);
+        QCOMPARE(timely, expected.size() + 1);
     }
 
     // A ZIP of a tree lists what QDir lists of the tree, for every filter and order.
