@@ -21,7 +21,6 @@
 
 using namespace Kenro;
 using namespace Qt::StringLiterals;
-using KenroTest::addRow;
 using KenroTest::readFile;
 using KenroTest::writeFile;
 
@@ -77,27 +76,26 @@ class TestFiles : public QObject
 private Q_SLOTS:
     // Writing over a file goes to a temporary sibling that replaces it only
     // when the device is closed; the old content is there until then.
+    // Rows: the old content ("-": no file), the open mode, the end (0 close,
+    // 1 discard, 2 delete) and the content after it ("-": no file).
     void devices_data()
     {
-        QTest::addColumn<QString>("old"); // "-": no file yet
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<int>("end"); // 0 close, 1 discard, 2 delete
-        QTest::addColumn<QString>("result"); // "-": no file
-        int const write = QIODevice::WriteOnly;
-        addRow("new file in new folders", "-", write, 0, "new");
-        addRow("replaced", "old", write, 0, "new");
-        addRow("deleting commits", "old", write, 2, "new");
-        addRow("discarded", "old", write, 1, "old");
-        addRow("new file discarded", "-", write, 1, "-");
-        addRow("read-write", "abc", QIODevice::ReadWrite, 0, "abcnew");
+        QTest::addColumn<QString>("row");
+        for (auto [tag, row] : {std::pair{"new file in new folders", "-|2|0|new"},
+                                {"replaced", "old|2|0|new"},
+                                {"deleting commits", "old|2|2|new"},
+                                {"discarded", "old|2|1|old"},
+                                {"new file discarded", "-|2|1|-"},
+                                {"read-write", "abc|3|0|abcnew"}})
+            QTest::newRow(tag) << QString::fromLatin1(row);
     }
 
     void devices()
     {
-        QFETCH(QString, old);
-        QFETCH(int, mode);
-        QFETCH(int, end);
-        QFETCH(QString, result);
+        QFETCH(QString, row);
+        QStringList const in = row.split(u'|');
+        QString const &old = in[0], &result = in[3];
+        int const mode = in[1].toInt(), end = in[2].toInt();
         QTemporaryDir dir;
         QString const path = dir.filePath(u"a/b/file.txt"_s);
         QByteArray const before = old == "-"_L1 ? QByteArray() : old.toUtf8();
@@ -136,20 +134,19 @@ private Q_SLOTS:
     // two seconds). A helper thread takes the obstacle away.
     void waitsForTheFileSystem_data()
     {
-        QTest::addColumn<bool>("discard");
-        QTest::addColumn<bool>("onTemporary");
-        QTest::addColumn<int>("delay");
-        addRow("target cannot be removed", false, false, 500);
-        addRow("temporary cannot be renamed", false, true, 500);
-        addRow("temporary cannot be removed", true, true, 500);
-        addRow("asked after ten failures", false, false, 2700);
+        QTest::addColumn<QString>("row"); // discard, on the temporary, delay
+        QTest::newRow("target cannot be removed") << u"0 0 500"_s;
+        QTest::newRow("temporary cannot be renamed") << u"0 1 500"_s;
+        QTest::newRow("temporary cannot be removed") << u"1 1 500"_s;
+        QTest::newRow("asked after ten failures") << u"0 0 2700"_s;
     }
 
     void waitsForTheFileSystem()
     {
-        QFETCH(bool, discard);
-        QFETCH(bool, onTemporary);
-        QFETCH(int, delay);
+        QFETCH(QString, row);
+        QStringList const in = row.split(u' ');
+        bool const discard = in[0] == u'1', onTemporary = in[1] == u'1';
+        int const delay = in[2].toInt();
         KenroTest::DialogAnswerer answerer(QMessageBox::No);
         QTemporaryDir dir;
         QString const name = dir.filePath(u"busy.txt"_s), away = dir.filePath(u"away"_s);

@@ -6,13 +6,10 @@
 
 namespace KenroTest {
 
-/**
- * Answers every modal dialog shown while it lives, so that no test blocks on
- * one. A message box gets `answer` when it offers it, else its escape or
- * default button. A file dialog takes the next entry of `files` (absolute
- * paths) and is rejected when none is left; other dialogs are rejected.
- * Everything shown is recorded in `seen`.
- */
+// Answers every modal dialog shown while it lives, so that no test blocks: a
+// message box with `answer` if offered (else its escape or default button), a
+// file dialog with the next paths of `files`; the rest are rejected. All that
+// was shown is in `seen`.
 class DialogAnswerer : public QObject
 {
     Q_OBJECT
@@ -24,7 +21,7 @@ public:
     {
         QString title, text;
         QMessageBox::StandardButtons buttons;
-        QString directory; ///< a file dialog's start, filters and options
+        QString directory; // of a file dialog
         QStringList nameFilters;
         QFileDialog::Options options;
     };

@@ -4,11 +4,8 @@
 
 namespace KenroTest {
 
-/**
- * An archive in memory, as a foreign store (a ZIP file, say) looks to the
- * library. Written devices commit on closeFile() only; flushes are counted,
- * and `freed` turns true when the count of references ends.
- */
+// An archive in memory, as a foreign store looks to the library: written
+// devices commit on closeFile(); `freed` tells that the references ended.
 class MemoryArchive : public Kenro::Archive
 {
 public:

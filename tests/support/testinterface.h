@@ -11,11 +11,8 @@
 
 namespace KenroTest {
 
-/**
- * The host of every suite: options in memory, a temporary settings folder,
- * icons drawn on the fly and no windows. It is the global interface while it
- * lives; its public members are what it answers and what it was told.
- */
+// The host of the suites while it lives: options in memory, a temporary settings
+// folder, icons drawn on the fly, no windows; it records what it was told.
 class TestInterface : public Kenro::Interface
 {
 public:

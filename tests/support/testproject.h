@@ -7,11 +7,8 @@
 
 namespace KenroTest {
 
-/**
- * A project file of one byte string, read and written whole, with a
- * SimpleMessages for diagnostics. `freed` turns true when it ends; a copy
- * keeps its name and its flag.
- */
+// A project file of one byte string, read and written whole. `freed` turns
+// true when it ends; a copy keeps its name and its flag.
 class TextFile : public Kenro::ProjectFile
 {
 public:
@@ -22,7 +19,7 @@ public:
     bool *freed = nullptr;
     bool canSaveFile = true, modified = false;
     int writes = 0;
-    Kenro::SimpleMessages diagnostics;
+    mutable Kenro::SimpleMessages diagnostics;
 
     bool canSave() const override { return canSaveFile; }
     bool isModified() const override { return modified; }
@@ -42,10 +39,7 @@ public:
     }
 
 protected:
-    Kenro::Messages *fileMessages() const override
-    {
-        return const_cast<Kenro::SimpleMessages *>(&diagnostics);
-    }
+    Kenro::Messages *fileMessages() const override { return &diagnostics; }
 
 private:
     bool transfer(Kenro::Archive &archive, QString const &fileName, unsigned int flags,
@@ -55,9 +49,9 @@ private:
             archive.openFile(fileName, write ? QIODevice::WriteOnly : QIODevice::ReadOnly);
         if (!device)
             return false;
-        if (write && device->write(content) >= 0)
-            ++writes;
-        if (!write)
+        if (write)
+            writes += device->write(content) >= 0;
+        else
             content = device->readAll();
         archive.closeFile(device);
         if (!(flags & Copy)) {
@@ -95,10 +89,7 @@ public:
     using Kenro::Project::takeFile;
 };
 
-/**
- * A root of projects on the test's engine. Files of projects that are not open
- * are listed from `projectFileLists` by relative path; dispose() only counts.
- */
+// A root of projects whose closed projects list `projectFileLists`; dispose() counts.
 class TestParentProject : public Kenro::ParentProject
 {
     Q_OBJECT
