@@ -86,19 +86,17 @@ private Q_SLOTS:
             QVERIFY2(text.indexOf(QLatin1String(part), at) > at, part);
             at = text.indexOf(QLatin1String(part), at);
         }
-        // A restart reads it all back: colours without alpha, rectangles, text.
+        // A restart reads it all back; colours lose their alpha, and text that
+        // looks like a colour is one.
         TestEngine engine(u"alpha"_s);
         QCOMPARE(instances(engine, true),
                  "Release,/opt/run,-windowed, Debug,,,/icons/debug.png"_L1);
-        QVariantMap read;
+        QVariantMap read, expected = options;
         for (QString const &key : options.keys())
             read.insert(key, engine.option(key));
-        QCOMPARE(read,
-                 QVariantMap({{u"colour"_s, QColor(10, 20, 30)},
-                              {u"area"_s, QRect(10, 20, 30, 40)},
-                              {u"looksLikeColour"_s, QColor(1, 2, 3)},
-                              {u"plain"_s, u"some & <text>"_s},
-                              {u"negative"_s, u"-1,2,3"_s}}));
+        expected[u"colour"_s] = QColor(10, 20, 30);
+        expected[u"looksLikeColour"_s] = QColor(1, 2, 3);
+        QCOMPARE(read, expected);
         QVERIFY(answerer.seen.isEmpty());
         // An option the engine lacks is the host's; a null value is the engine's own answer.
         host->options.insert(u"hostOnly"_s, 7);

@@ -154,12 +154,12 @@ private Q_SLOTS:
     {
         KenroTest::TestInterface host;
         KenroTest::MemoryArchive archive;
-        for (QString const &name : u"stages/a.def stages/a.sff stages/b.def chars/x/x.def "
-                                   u"data/system.def"_s.split(u' '))
+        for (QString const &name :
+             u"stages/a.def stages/a.sff stages/b.def chars/x/x.def"_s.split(u' '))
             archive.files.insert(u"/root/"_s + name, "");
         TestParentProject parent(u"/root/"_s, archive);
         Tester tester(&parent, reportToQtTest);
-        QVERIFY(!parent.addPath(QString(), 1) && !parent.isGame()); // no engine, no game
+        QVERIFY(!parent.addPath(QString(), 1));
         auto *stages = static_cast<ParentProject::DirectoryPath *>(
             parent.addPath(u"/stages/"_s, ParentProject::ProjectFiles, {u"*.def"_s}));
         parent.addPath(u"chars"_s, ParentProject::ProjectDirectories);
@@ -198,7 +198,6 @@ private Q_SLOTS:
             indexAt(parent, u"chars/x/"_s + name).data(Qt::DecorationRole);
         QCOMPARE(host.iconRequests.join(u' '),
                  "icon_code icon_animation icon_folder icon_sprite"_L1);
-        QCOMPARE(indexAt(parent, u"stages"_s).data(Qt::ToolTipRole).toString(), u"stages"_s);
         // The tree follows the file list: moved, dropped and new entries.
         QPersistentModelIndex const kept = indexAt(parent, u"chars/x/x.air"_s);
         x->entries = {{Project::Sprites, u"/art/x.sff"_s},
@@ -222,14 +221,6 @@ private Q_SLOTS:
         parent.removePath(u"chars/missing"_s); // nothing there, nothing done
         parent.removePath(u"/root/chars"_s);
         QCOMPARE(rowNames(parent, QString()), "stages"_L1);
-        // A root is a game when the engine's marker file is there.
-        KenroTest::TestEngine engine;
-        TestParentProject lone(u"/root/chars/"_s, archive);
-        parent.testEngine = lone.testEngine = &engine;
-        QVERIFY(parent.isGame() && !lone.isGame());
-        // A project whose folder is the root itself hangs its files on the root.
-        close(open(lone, u"/root/chars/x.def"_s, {{Project::Animations, u"/x.air"_s}}));
-        QCOMPARE(lone.disposed, 1);
     }
 
     void gameTreeFollowsTheDisk()

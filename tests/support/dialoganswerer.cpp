@@ -37,10 +37,9 @@ void DialogAnswerer::poll()
         seen.last().text = box->text();
         seen.last().buttons = box->standardButtons();
         QAbstractButton *button = answer != QMessageBox::NoButton ? box->button(answer) : nullptr;
-        button = button ? button : box->escapeButton();
-        button = button ? button : box->defaultButton();
-        if (!button && !box->buttons().isEmpty())
-            button = box->buttons().first();
+        for (QAbstractButton *next : std::initializer_list<QAbstractButton *>{
+                 box->escapeButton(), box->defaultButton(), box->buttons().value(0)})
+            button = button ? button : next;
         if (button)
             return button->click();
     }

@@ -270,14 +270,9 @@ private Q_SLOTS:
         QVERIFY(zip);
         int const all = QDir::Dirs | QDir::Files, files = QDir::Files, name = QDir::Name;
         QStringList const none, defs{u"*.def"_s}, dirs{u"a*"_s, u"?eta*"_s};
-        struct Row
-        {
-            char const *directory;
-            QStringList const &nameFilters;
-            int filter, sort;
-        };
         int count = 0;
-        for (Row const &row : std::initializer_list<Row>{
+        for (auto [directory, nameFilters, filter, sort] :
+             std::initializer_list<std::tuple<char const *, QStringList, int, int>>{
                  {"", none, all, name},
                  {"", none, files, name},
                  {"", none, QDir::Dirs, name | QDir::IgnoreCase},
@@ -295,13 +290,13 @@ private Q_SLOTS:
                  {"sub", none, all, name},
                  {"nothing", none, all, name},
                  {"noext", none, all, name}}) {
-            auto const filters = QDir::Filters::fromInt(row.filter);
-            auto const order = QDir::SortFlags::fromInt(row.sort);
-            QString const in = QLatin1String(row.directory), tag = QString::number(++count) + u':';
+            auto const filters = QDir::Filters::fromInt(filter);
+            auto const order = QDir::SortFlags::fromInt(sort);
+            QString const in = QLatin1String(directory), tag = QString::number(++count) + u':';
             // QDir gives "." and ".." for NoFilter; an archive never lists them.
-            QStringList const expected = disk.entries(root + in, row.nameFilters, filters, order)
+            QStringList const expected = disk.entries(root + in, nameFilters, filters, order)
                                              .filter(QRegularExpression(u"^(?!\\.\\.?$)"_s));
-            QCOMPARE(tag + zip->entries(in, row.nameFilters, filters, order).join(u' '),
+            QCOMPARE(tag + zip->entries(in, nameFilters, filters, order).join(u' '),
                      tag + expected.join(u' '));
         }
     }
@@ -312,16 +307,13 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         QString const path = dir.filePath(u"damaged.zip"_s);
-        QByteArray pastTheEnd = QByteArray("PK\x05\x06", 4) + QByteArray(18, '\0');
-        pastTheEnd[8] = pastTheEnd[10] = 1; // one entry
-        pastTheEnd[12] = 46; // a directory of 46 bytes
-        pastTheEnd[17] = 0x10; // at offset 4096
-        QByteArray noiseInside = pastTheEnd;
-        noiseInside[17] = 0;
-        noiseInside[16] = 100; // a directory of noise inside the file
+        // End records: cut, with one entry of 46 bytes at 4096 (past the end), and at 100
+        // (noise inside the file).
+        QByteArray const end = QByteArray::fromHex("504b0506 00000000 01000100 2e000000");
         for (QByteArray const &bytes :
              {QByteArray(), QByteArray("this is not a ZIP archive\n"), noise(4096, 3),
-              pastTheEnd.left(4) + QByteArray(10, '\0'), pastTheEnd, noise(200, 4) + noiseInside}) {
+              end.left(4) + QByteArray(10, '\0'), end + QByteArray::fromHex("00100000 0000"),
+              noise(200, 4) + end + QByteArray::fromHex("64000000 0000")}) {
             QVERIFY(writeFile(path, bytes) && !openZip(path, 1));
             QCOMPARE(readFile(path), bytes);
         }
