@@ -118,15 +118,13 @@ private Q_SLOTS:
         TestInterface host;
         DialogAnswerer answerer;
         // Broken halfway: what came before is kept, and the host's text tells where.
-        QVERIFY(KenroTest::writeFile(host.settingsDirectory() + u"/theta_config.xml"_s,
-                                     "<?xml version=\"1.0\"?>\n<configuration>\n"
-                                     " <engine name=\"first\">\n"
-                                     "  <param name=\"exe\" value=\"/bin/first\"/>\n"
-                                     "  <param name=\"other\" value=\"ignored\"/>\n"
-                                     " </engine>\n"
-                                     " <config name=\"early\" value=\"1,2,3,4\"/>\n"
-                                     " <engine name=\"second\">\n"
-                                     "  <param name=\"exe\" value=\"/bin/second\"\n"));
+        QVERIFY(KenroTest::writeFile(
+            host.settingsDirectory() + u"/theta_config.xml"_s,
+            "<?xml version=\"1.0\"?>\n<configuration>\n <engine name=\"first\">\n"
+            "  <param name=\"exe\" value=\"/bin/first\"/>\n  <param "
+            "name=\"other\" value=\"ignored\"/>\n </engine>\n <config "
+            "name=\"early\" value=\"1,2,3,4\"/>\n <engine name=\"second\">\n"
+            "  <param name=\"exe\" value=\"/bin/second\"\n"));
         {
             TestEngine engine(u"theta"_s);
             QCOMPARE(answerer.titles(), QStringList{u"XML error"_s});
