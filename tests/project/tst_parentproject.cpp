@@ -196,18 +196,12 @@ private Q_SLOTS:
         x->fileHierarchyChanged();
         QCOMPARE(rowNames(parent, u"chars/x"_s), "x.def art x.air x.snd"_L1);
         QCOMPARE(kept.data().toString(), u"x.air"_s);
-        // The first project node answers for what lies outside any project;
-        // a project node gives its first child that is a project itself.
-        QCOMPARE(parent.projectForFile(nullptr),
-                 parent.itemPath(indexAt(parent, u"chars/x/x.def"_s)));
-        QCOMPARE(parent.projectForFile(parent.itemPath(kept)), parent.projectForFile(nullptr));
         QSignalSpy closed(&parent, &ParentProject::fileClosed);
         close(x);
         QCOMPARE(closed.count(), 1); // the main file
         // A scanned project folder stays when its project closes, without its files.
         QCOMPARE(rowNames(parent, u"chars"_s) + u'|' + rowNames(parent, u"chars/x"_s), "x|"_L1);
         QCOMPARE(parent.disposed, 2); // each time the last project closes
-        QCOMPARE(parent.projectForFile(nullptr), nullptr);
         parent.removePath(u"chars/missing"_s); // nothing there, nothing done
         parent.removePath(u"/root/chars"_s);
         QCOMPARE(rowNames(parent, QString()), "stages"_L1);

@@ -85,8 +85,6 @@ private Q_SLOTS:
         QVERIFY(file->toFile(other, u"a/s.cns"_s, 0, nullptr));
         QVERIFY(&file->archive() == &other && other.refCount() == 2);
         QVERIFY(file->fileExists() && !file->isReadOnly() && file->displayName() == "s.cns"_L1);
-        other.readOnly = true;
-        QVERIFY(file->isReadOnly());
         // A copy keeps the present archive and tells nobody; reading one still
         // reports the opening.
         QVERIFY(file->toFile(root, u"copy.cns"_s, ProjectFile::Copy, nullptr));
@@ -136,9 +134,6 @@ private Q_SLOTS:
         QVERIFY(!project.isEmpty() && project.isModified());
         for (TextFile *file : {a, b, c})
             project.removeFile(file);
-        QCOMPARE(log.join(u','),
-                 "+a 1,+a,+b 1,+b,+b 31,+b,+c 1,+c,xa,-a 1,-a -1,xb,-b 1,-b 31,-b -1,xc,"
-                 "-c 1,-c -1"_L1);
         log.clear();
         bool freed = false;
         TextFile *shared = named(u"s"_s, &freed);

@@ -2,6 +2,9 @@
 
 #include <kenro/project/archive.h>
 
+#include <QBuffer>
+#include <QRegularExpression>
+
 namespace KenroTest {
 
 // An archive in memory, as a foreign store looks to the library: written
@@ -21,9 +24,45 @@ public:
     QString absoluteFileName(QString const &name) override { return name; }
     using Kenro::Archive::entries;
     QStringList entries(QString const &path, QStringList nameFilters, QFlags<QDir::Filter> filter,
-                        QFlags<QDir::SortFlag> sort) override;
-    QIODevice *openFile(QString const &name, QFlags<QIODevice::OpenModeFlag> mode) override;
-    void closeFile(QIODevice *device) override;
+                        QFlags<QDir::SortFlag>) override
+    {
+        QString const prefix = path.isEmpty() || path.endsWith(u'/') ? path : path + u'/';
+        QList<QRegularExpression> patterns;
+        for (QString const &pattern : nameFilters)
+            patterns.append(
+                QRegularExpression(QRegularExpression::wildcardToRegularExpression(pattern),
+                                   QRegularExpression::CaseInsensitiveOption));
+        QStringList result;
+        for (QString const &key : files.keys()) {
+            QString const rest = key.mid(prefix.size());
+            QString const entry = rest.section(u'/', 0, 0);
+            bool passes = patterns.isEmpty();
+            for (QRegularExpression const &pattern : std::as_const(patterns))
+                passes = passes || pattern.match(entry).hasMatch();
+            if (key.startsWith(prefix) && passes &&
+                (filter & (entry != rest ? QDir::Dirs : QDir::Files)) && !result.contains(entry))
+                result.append(entry);
+        }
+        return result;
+    }
+    QIODevice *openFile(QString const &name, QFlags<QIODevice::OpenModeFlag> mode) override
+    {
+        bool const writing = mode & QIODevice::WriteOnly;
+        if (writing ? readOnly : !files.contains(name))
+            return nullptr;
+        auto *buffer = new QBuffer;
+        if (!(mode & QIODevice::Truncate) && (mode & QIODevice::ReadOnly || !writing))
+            buffer->setData(files.value(name));
+        buffer->setObjectName(name);
+        buffer->open(mode);
+        return buffer;
+    }
+    void closeFile(QIODevice *device) override
+    {
+        if (device->openMode() & QIODevice::WriteOnly)
+            files.insert(device->objectName(), static_cast<QBuffer *>(device)->data());
+        delete device;
+    }
     void discardFile(QIODevice *device) override { delete device; }
     bool removeFile(QString const &name) override { return files.remove(name) > 0; }
     bool renameFile(QString const &from, QString const &to) override
