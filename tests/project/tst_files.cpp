@@ -44,7 +44,11 @@ struct WatchedText : FileWatchObject
     int reloads = 0;
     QString fileName() const override { return name; }
     void reload() override { ++reloads; }
-    void open(QString const &path) { fileLoaded(disk, path, false), name = path; }
+    void open(QString const &path)
+    {
+        fileLoaded(disk, path, false);
+        name = path;
+    }
 };
 
 void touch(QString const &path)

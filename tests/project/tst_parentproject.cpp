@@ -101,7 +101,8 @@ QStringList differing(QStringList const &names, QString const &from, QString con
 {
     QStringList out;
     for (QString const &name : names)
-        readFile(from + name) == readFile(to + name) ? void() : out.append(name);
+        if (readFile(from + name) != readFile(to + name))
+            out.append(name);
     return out;
 }
 

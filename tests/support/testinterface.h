@@ -102,7 +102,8 @@ public:
             return;
         if (currentEditorValue)
             currentEditorValue->deactivate();
-        if ((currentEditorValue = editor))
+        currentEditorValue = editor;
+        if (editor)
             editor->activate();
     }
     void setExtraEditor(Kenro::ExtraEditor *) override {}

@@ -41,8 +41,10 @@ ArchivePtr openZip(QString const &path, int mode)
 bool put(Archive &archive, QString const &name, QByteArray const &data)
 {
     QIODevice *device = archive.openFile(name, QIODevice::WriteOnly);
-    bool const written = device && device->write(data) == data.size();
-    device ? archive.closeFile(device) : void();
+    if (!device)
+        return false;
+    bool const written = device->write(data) == data.size();
+    archive.closeFile(device);
     return written;
 }
 
