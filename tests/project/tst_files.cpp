@@ -6,7 +6,6 @@
 
 #include "dialoganswerer.h"
 #include "memoryarchive.h"
-#include "sequentialdevice.h"
 #include "testdata.h"
 #include "testinterface.h"
 
@@ -16,22 +15,17 @@
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QTextCodec>
 #include <QThread>
 
 using namespace Kenro;
 using namespace Qt::StringLiterals;
-using KenroTest::addRow;
 using KenroTest::readFile;
 using KenroTest::writeFile;
 
 namespace {
 
-FileSystemArchive &disk()
-{
-    return FileSystemArchive::instance();
-}
+FileSystemArchive &disk = FileSystemArchive::instance();
 
 // The temporary sibling ("name" and six characters) that a replacing device writes to.
 QString temporaryOf(QString const &target)
@@ -44,7 +38,6 @@ QString temporaryOf(QString const &target)
     return QString();
 }
 
-// A document of the file-watch tests: counts its reloads.
 struct WatchedText : FileWatchObject
 {
     QString name;
@@ -53,22 +46,28 @@ struct WatchedText : FileWatchObject
     void reload() override { ++reloads; }
     void open(QString const &path)
     {
-        fileLoaded(disk(), path, false);
+        fileLoaded(disk, path, false);
         name = path;
     }
 };
 
-// Appends to \a path as another program would.
 void touch(QString const &path)
 {
     QFile file(path);
     QVERIFY(file.open(QIODevice::Append) && file.write("\n;"));
 }
 
-// The parts of the current row's name, which holds the row's input.
-QStringList tagParts()
+// Each row of \a rows split at '|', given to \a actual, against the row's last part.
+template<typename Function>
+void compareRows(QStringList const &rows, Function actual)
 {
-    return QString::fromUtf8(QTest::currentDataTag()).split(u'|');
+    QStringList got, expected;
+    for (QString const &row : rows) {
+        QString const in = row.section(u'|', 0, -2) + u" -> "_s;
+        got << in + actual(row.split(u'|'));
+        expected << in + row.section(u'|', -1);
+    }
+    QCOMPARE(got, expected);
 }
 
 } // namespace
@@ -78,8 +77,121 @@ class TestFiles : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void referenceCounts()
+    // Writing over a file goes to a temporary sibling that replaces it only
+    // when the device is closed; the old content is there until then.
+    // Rows: the old content ("-": no file), the open mode, the end (0 close,
+    // 1 discard, 2 delete) and the content after it ("-": no file).
+    void devices_data()
     {
+        QTest::addColumn<QString>("row");
+        for (auto [tag, row] : {std::pair{"new file in new folders", "-|2|0|new"},
+                                {"replaced", "old|2|0|new"},
+                                {"deleting commits", "old|2|2|new"},
+                                {"discarded", "old|2|1|old"},
+                                {"new file discarded", "-|2|1|-"},
+                                {"read-write", "abc|3|0|abcnew"}})
+            QTest::newRow(tag) << QString::fromLatin1(row);
+    }
+
+    void devices()
+    {
+        QFETCH(QString, row);
+        QStringList const in = row.split(u'|');
+        QString const &old = in[0], &result = in[3];
+        int const mode = in[1].toInt(), end = in[2].toInt();
+        QTemporaryDir dir;
+        QString const path = dir.filePath(u"a/b/file.txt"_s);
+        QByteArray const before = old == "-"_L1 ? QByteArray() : old.toUtf8();
+        QVERIFY(before.isEmpty() || writeFile(path, before));
+        QIODevice *device = disk.openFile(path, QIODevice::OpenMode(mode));
+        QVERIFY(device);
+        QCOMPARE(device->readAll(), mode & QIODevice::ReadOnly ? before : QByteArray());
+        device->write("new");
+        static_cast<QFile *>(device)->flush();
+        QVERIFY(before.isEmpty() || readFile(path) == before);
+        end == 0 ? disk.closeFile(device) : end == 1 ? disk.discardFile(device) : delete device;
+        QCOMPARE(readFile(path), result == "-"_L1 ? "<missing>" : result.toUtf8());
+        QCOMPARE(QFileInfo(path).dir().entryList(QDir::Files).size(), result == "-"_L1 ? 0 : 1);
+    }
+
+    void killedWriterLeavesOldContent()
+    {
+        for (QString const &mode : {u"write"_s, u"readwrite"_s}) {
+            QTemporaryDir dir;
+            QString const name = dir.filePath(u"victim.cns"_s);
+            QVERIFY(writeFile(name, QByteArray(100000, 'o')));
+            QProcess writer;
+            writer.start(QStringLiteral(KENRO_TEST_WRITER), {u"file"_s, name, mode});
+            QVERIFY(writer.waitForReadyRead(20000));
+            QCOMPARE(writer.readLine(), QByteArray("writing\n"));
+            writer.kill(); // SIGKILL: no destructor runs
+            QVERIFY(writer.waitForFinished(10000));
+            QCOMPARE(readFile(name), QByteArray(100000, 'o'));
+            // What was being written survives as the temporary sibling, not under the name.
+            QVERIFY(readFile(temporaryOf(name)).contains("nnnn"));
+        }
+    }
+
+    // The file system refuses for a while: commit and discard keep trying
+    // rather than lose data, and ask the user every tenth failure (every
+    // two seconds). A helper thread takes the obstacle away.
+    void waitsForTheFileSystem_data()
+    {
+        QTest::addColumn<QString>("row"); // discard, on the temporary, delay
+        QTest::newRow("target cannot be removed") << u"0 0 500"_s;
+        QTest::newRow("temporary cannot be renamed") << u"0 1 500"_s;
+        QTest::newRow("temporary cannot be removed") << u"1 1 500"_s;
+        QTest::newRow("asked after ten failures") << u"0 0 2700"_s;
+    }
+
+    void waitsForTheFileSystem()
+    {
+        QFETCH(QString, row);
+        QStringList const in = row.split(u' ');
+        bool const discard = in[0] == u'1', onTemporary = in[1] == u'1';
+        int const delay = in[2].toInt();
+        KenroTest::DialogAnswerer answerer(QMessageBox::No);
+        QTemporaryDir dir;
+        QString const name = dir.filePath(u"busy.txt"_s), away = dir.filePath(u"away"_s);
+        QVERIFY(writeFile(name, "old"));
+        QIODevice *device = disk.openFile(name, QIODevice::WriteOnly);
+        QVERIFY(device && device->write("new"));
+        static_cast<QFile *>(device)->flush();
+        // A non-empty folder under the name can be neither removed nor renamed over.
+        QString const blocked = onTemporary ? temporaryOf(name) : name;
+        bool const folder = !onTemporary || discard;
+        QVERIFY(QFile::rename(blocked, away) && (!folder || QDir().mkpath(blocked + u"/in"_s)));
+        std::unique_ptr<QThread> helper(QThread::create([=] {
+            QThread::msleep(delay);
+            folder ? QDir(blocked).removeRecursively() : QFile::rename(away, blocked);
+        }));
+        helper->start();
+        QElapsedTimer clock;
+        clock.start();
+        discard ? disk.discardFile(device) : disk.closeFile(device);
+        QVERIFY2(clock.elapsed() >= delay - 100, qPrintable(QString::number(clock.elapsed())));
+        helper->wait();
+        QCOMPARE(readFile(name), discard ? QByteArray("old") : QByteArray("new"));
+        QCOMPARE(answerer.titles(), QStringList(delay / 2000, u"File error!"_s));
+        // Only Ok is offered, so even a user who wants out keeps the data.
+        for (KenroTest::DialogAnswerer::Seen const &box : std::as_const(answerer.seen))
+            QVERIFY(box.text.contains(name) && box.buttons == QMessageBox::Ok);
+    }
+
+    void copyFileAndReferences()
+    {
+        QTemporaryDir dir;
+        QByteArray const data = KenroTest::noise(3 * 0x20000 + 17, 7); // chunks and a short rest
+        QString const source = dir.filePath(u"big"_s), target = dir.filePath(u"out/copy"_s);
+        for (QByteArray const &content : {data, QByteArray("short")}) {
+            QVERIFY(writeFile(source, content) && copyFile(disk, source, disk, target));
+            QCOMPARE(readFile(target), content);
+        }
+        QVERIFY(!copyFile(disk, source, disk, source));
+        QVERIFY(!copyFile(disk, dir.filePath(u"none"_s), disk, dir.filePath(u"b"_s)));
+        QVERIFY(!copyFile(disk, source, disk, source + u"/b"_s) &&
+                !QFile::exists(dir.filePath(u"b"_s)));
+        // An archive goes when its last reference does.
         KenroTest::MemoryArchive archive;
         archive.addRef();
         archive.release();
@@ -88,153 +200,35 @@ private Q_SLOTS:
         QVERIFY(archive.freed);
     }
 
-    // Writing over a file goes to a temporary sibling that replaces it only
-    // when the device is closed; the old content is there until then.
-    void devices_data()
+    void pathHelpers()
     {
-        QTest::addColumn<QString>("old"); // "-": no file yet
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<int>("end"); // 0 close, 1 discard, 2 delete
-        QTest::addColumn<QString>("result"); // "-": no file
-        int const write = QIODevice::WriteOnly;
-        addRow("new file in new folders", "-", write, 0, "new");
-        addRow("replaced", "old", write, 0, "new");
-        addRow("deleting commits", "old", write, 2, "new");
-        addRow("discarded", "old", write, 1, "old");
-        addRow("new file discarded", "-", write, 1, "-");
-        addRow("read-write", "abc", QIODevice::ReadWrite, 0, "abcnew");
-    }
-
-    void devices()
-    {
-        QFETCH(QString, old);
-        QFETCH(int, mode);
-        QFETCH(int, end);
-        QFETCH(QString, result);
-        QTemporaryDir dir;
-        QString const path = dir.filePath(u"a/b/file.txt"_s);
-        QVERIFY(old == "-"_L1 || writeFile(path, old.toUtf8()));
-        QIODevice *device = disk().openFile(path, QIODevice::OpenMode(mode));
-        QVERIFY(device);
-        QByteArray const before = old == "-"_L1 ? QByteArray() : old.toUtf8();
-        QCOMPARE(device->readAll(), mode & QIODevice::ReadOnly ? before : QByteArray());
-        device->write("new");
-        static_cast<QFile *>(device)->flush();
-        QVERIFY(old == "-"_L1 || readFile(path) == before);
-        end == 0 ? disk().closeFile(device) : end == 1 ? disk().discardFile(device) : delete device;
-        QCOMPARE(readFile(path), result == "-"_L1 ? "<missing>" : result.toUtf8());
-        // Nothing is left beside the file.
-        QCOMPARE(QFileInfo(path).dir().entryList(QDir::Files).size(), result == "-"_L1 ? 0 : 1);
-    }
-
-    void killedWriterLeavesOldContent_data()
-    {
-        QTest::addColumn<QString>("mode");
-        addRow("write", "write");
-        addRow("readwrite", "readwrite");
-    }
-
-    void killedWriterLeavesOldContent()
-    {
-        QFETCH(QString, mode);
-        QTemporaryDir dir;
-        QString const name = dir.filePath(u"victim.cns"_s);
-        QVERIFY(writeFile(name, QByteArray(100000, 'o')));
-        QProcess writer;
-        writer.start(QStringLiteral(KENRO_TEST_WRITER), {u"file"_s, name, mode});
-        QVERIFY(writer.waitForReadyRead(20000));
-        QCOMPARE(writer.readLine(), QByteArray("writing\n"));
-        writer.kill(); // SIGKILL: no destructor runs
-        QVERIFY(writer.waitForFinished(10000));
-        QCOMPARE(readFile(name), QByteArray(100000, 'o'));
-        // What was being written survives as the temporary sibling, not under the name.
-        QVERIFY(readFile(temporaryOf(name)).contains("nnnn"));
-    }
-
-    // The file system refuses for a while: commit and discard keep trying
-    // rather than lose data, and ask the user every tenth failure (every
-    // two seconds). A helper thread takes the obstacle away.
-    void waitsForTheFileSystem_data()
-    {
-        QTest::addColumn<bool>("discard");
-        QTest::addColumn<bool>("onTemporary");
-        QTest::addColumn<int>("delay");
-        addRow("target cannot be removed", false, false, 500);
-        addRow("temporary cannot be renamed", false, true, 500);
-        addRow("temporary cannot be removed", true, true, 500);
-        addRow("asked after ten failures", false, false, 2700);
-    }
-
-    void waitsForTheFileSystem()
-    {
-        QFETCH(bool, discard);
-        QFETCH(bool, onTemporary);
-        QFETCH(int, delay);
-        KenroTest::DialogAnswerer answerer(QMessageBox::No);
-        QTemporaryDir dir;
-        QString const name = dir.filePath(u"busy.txt"_s), away = dir.filePath(u"away"_s);
-        QVERIFY(writeFile(name, "old"));
-        QIODevice *device = disk().openFile(name, QIODevice::WriteOnly);
-        QVERIFY(device && device->write("new"));
-        static_cast<QFile *>(device)->flush();
-        // A non-empty folder under the name can be neither removed nor renamed over.
-        QString const blocked = onTemporary ? temporaryOf(name) : name;
-        bool const folder = !onTemporary || discard;
-        QVERIFY(QFile::rename(blocked, away) && (!folder || QDir().mkpath(blocked + u"/in"_s)));
-        QThread *helper = QThread::create([=] {
-            QThread::msleep(delay);
-            folder ? QDir(blocked).removeRecursively() : QFile::rename(away, blocked);
-        });
-        helper->start();
-        QElapsedTimer clock;
-        clock.start();
-        discard ? disk().discardFile(device) : disk().closeFile(device);
-        QVERIFY2(clock.elapsed() >= delay - 100, qPrintable(QString::number(clock.elapsed())));
-        helper->wait();
-        delete helper;
-        QCOMPARE(readFile(name), discard ? QByteArray("old") : QByteArray("new"));
-        QCOMPARE(answerer.titles(), QStringList(delay / 2000, u"File error!"_s));
-        // Only Ok is offered, so even a user who wants out keeps the data.
-        for (KenroTest::DialogAnswerer::Seen const &box : std::as_const(answerer.seen))
-            QVERIFY(box.text.contains(name) && box.buttons == QMessageBox::Ok);
-    }
-
-    void skipReadAndCopyFile()
-    {
-        KenroTest::SequentialDevice device(QByteArray(1000, 'x') + 'z', QIODevice::Unbuffered);
-        skipRead(&device, 1000);
-        QCOMPARE(device.read(1), QByteArray("z"));
-        skipRead(&device, 300); // ends at the end
-        QTemporaryDir dir;
-        QByteArray const data = KenroTest::noise(3 * 0x20000 + 17, 7); // chunks and a short rest
-        QString const source = dir.filePath(u"big"_s), target = dir.filePath(u"out/copy"_s);
-        for (QByteArray const &content : {data, QByteArray("short")}) {
-            QVERIFY(writeFile(source, content) && copyFile(disk(), source, disk(), target));
-            QCOMPARE(readFile(target), content);
-        }
-        // Refused: the same name, a missing source, a target below a file.
-        QVERIFY(!copyFile(disk(), source, disk(), source));
-        QVERIFY(!copyFile(disk(), dir.filePath(u"none"_s), disk(), dir.filePath(u"b"_s)));
-        QVERIFY(!copyFile(disk(), source, disk(), source + u"/b"_s) &&
-                !QFile::exists(dir.filePath(u"b"_s)));
-    }
-
-    void fixFileCase_data()
-    {
-        QTest::addColumn<QString>("fixed"); // of the name in the row's name
-        addRow("Chars/KFM/kfm.SFF", "Chars/KFM/kfm.SFF");
-        addRow("chars/kfm/KFM.sff", "Chars/KFM/kfm.SFF");
-        // A component that matches nothing keeps its spelling, and so do the later ones.
-        addRow("chars/none/KFM.sff", "Chars/none/KFM.sff");
-        addRow("CHARS", "CHARS"); // the last component names a file, not a folder
-    }
-
-    void fixFileCase()
-    {
-        QFETCH(QString, fixed);
         QTemporaryDir dir;
         QVERIFY(writeFile(dir.filePath(u"Chars/KFM/kfm.SFF"_s), "s"));
-        QCOMPARE(Kenro::fixFileCase(dir.path() + u'/', disk(), tagParts()[0]), dir.filePath(fixed));
+        // A component that matches nothing keeps its spelling, and so do the
+        // later ones; the last component names a file, not a folder.
+        compareRows(
+            {u"Chars/KFM/kfm.SFF|Chars/KFM/kfm.SFF"_s, u"chars/kfm/KFM.sff|Chars/KFM/kfm.SFF"_s,
+             u"chars/none/KFM.sff|Chars/none/KFM.sff"_s, u"CHARS|CHARS"_s},
+            [&](QStringList const &in) {
+                return fixFileCase(dir.path() + u'/', disk, in[0]).mid(dir.path().size() + 1);
+            });
+        compareRows({u"C:/a/b/c.txt|C:/a/d|../b/c.txt"_s, u"C:/a/b.txt||C:/a/b.txt"_s,
+                     u"/game/chars/kfm.def|/game/|chars/kfm.def"_s,
+                     u"C:\\a\\b\\c.txt|C:\\a|b/c.txt"_s, u"/x/y.txt|/x/p/q|../../y.txt"_s,
+                     u"D:/x/y.txt|C:/a|../../:/x/y.txt"_s, u"/Game/a.txt|/game|../Game/a.txt"_s},
+                    [](QStringList const &in) { return absolutePathToRelative(in[0], in[1]); });
+        // Parsed, first and second, from a pair that starts as 0 and 99.
+        compareRows({u"1, 2|1 1 2"_s, u" -5 ,7 |1 -5 7"_s, u"1,2,3|0 0 99"_s, u"1|0 0 99"_s,
+                     u"4,|0 4 0"_s, u"x,2|0 0 99"_s, u"0x10,1|0 0 99"_s},
+                    [](QStringList const &in) {
+                        SubItem item;
+                        item.second = 99;
+                        bool const ok = SubItem::parse(in[0], item);
+                        return u"%1 %2 %3"_s.arg(ok).arg(item.first).arg(item.second);
+                    });
+        QVERIFY(randomString(0).isEmpty() && randomString(-3).isEmpty());
+        QVERIFY(QRegularExpression(u"^[A-Za-z0-9]{500}$"_s).match(randomString(500)).hasMatch());
+        QVERIFY(randomString(12) != randomString(12));
     }
 
     void realGameFolder()
@@ -246,70 +240,22 @@ private Q_SLOTS:
         for (QDirIterator it(game, QDir::Files, QDirIterator::Subdirectories); it.hasNext();
              ++files) {
             QString const path = it.next();
-            QString const relative = Kenro::absolutePathToRelative(path, game);
+            QString const relative = absolutePathToRelative(path, game);
             // Written on a case-blind system, found on this one.
-            QCOMPARE(Kenro::fixFileCase(game, disk(), relative.toUpper()), path);
-            QVERIFY(copyFile(disk(), path, disk(), dir.filePath(relative)));
+            QCOMPARE(fixFileCase(game, disk, relative.toUpper()), path);
+            QVERIFY(copyFile(disk, path, disk, dir.filePath(relative)));
             QVERIFY2(readFile(dir.filePath(relative)) == readFile(path), qPrintable(relative));
         }
         QVERIFY2(files >= 20, qPrintable(QString::number(files)));
     }
 
-    void absolutePathToRelative_data()
-    {
-        QTest::addColumn<QString>("relative"); // of the path from the base in the row's name
-        addRow("C:/a/b/c.txt|C:/a/d", "../b/c.txt");
-        addRow("C:/a/b.txt|", "C:/a/b.txt");
-        addRow("/game/chars/kfm.def|/game/", "chars/kfm.def");
-        addRow("C:\\a\\b\\c.txt|C:\\a", "b/c.txt");
-        addRow("/x/y.txt|/x/p/q", "../../y.txt");
-        addRow("D:/x/y.txt|C:/a", "../../:/x/y.txt"); // no drive logic
-        addRow("/Game/a.txt|/game", "../Game/a.txt"); // case counts
-    }
-
-    void absolutePathToRelative()
-    {
-        QFETCH(QString, relative);
-        QCOMPARE(Kenro::absolutePathToRelative(tagParts()[0], tagParts()[1]), relative);
-    }
-
-    void randomString()
-    {
-        QVERIFY(Kenro::randomString(0).isEmpty() && Kenro::randomString(-3).isEmpty());
-        QVERIFY(
-            QRegularExpression(u"^[A-Za-z0-9]{500}$"_s).match(Kenro::randomString(500)).hasMatch());
-        QVERIFY(Kenro::randomString(12) != Kenro::randomString(12));
-    }
-
-    void subItemParse_data()
-    {
-        QTest::addColumn<QString>("result"); // parsed, first and second of the row's name
-        for (auto [text, result] : {std::pair{"1, 2", "1 1 2"},
-                                    {" -5 ,7 ", "1 -5 7"},
-                                    {"1,2,3", "0 0 99"},
-                                    {"1", "0 0 99"},
-                                    {"4,", "0 4 0"},
-                                    {"x,2", "0 0 99"},
-                                    {"0x10,1", "0 0 99"}})
-            addRow(text, result);
-    }
-
-    void subItemParse()
-    {
-        QFETCH(QString, result);
-        SubItem item;
-        item.second = 99;
-        bool const ok = SubItem::parse(tagParts()[0], item);
-        QCOMPARE(u"%1 %2 %3"_s.arg(ok).arg(item.first).arg(item.second), result);
-    }
-
-    void codecList()
+    void codecs()
     {
         QCOMPARE(TextCodecs::index("SYSTEM") + TextCodecs::index("none") +
                      TextCodecs::index(nullptr),
                  0);
-        for (int i = 1; i < TextCodecs::count();
-             ++i) // a codec named twice answers at its first place
+        // A codec named twice answers at its first place.
+        for (int i = 1; i < TextCodecs::count(); ++i)
             QCOMPARE(TextCodecs::name(TextCodecs::index(TextCodecs::name(i).toLatin1())),
                      TextCodecs::name(i));
         // Latin-1 bytes that look like a mark are not one.
@@ -321,73 +267,53 @@ private Q_SLOTS:
         codec = 0; // the system's
         TextCodecs::stringFromData("x", &codec);
         QCOMPARE(codec, TextCodecs::index(QTextCodec::codecForLocale()->name()));
-    }
-
-    void codecDetection_data()
-    {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<QString>("text"); // null: not checked; the codec is the row's name
-        addRow("UTF-8", QByteArray("\xef\xbb\xbf;a"), ";a");
-        addRow("UTF-16LE", QByteArray::fromHex("fffe3b006100"), ";a");
-        addRow("UTF-16BE", QByteArray::fromHex("feff003b0061"), ";a");
-        addRow("UTF-16LE|cut", QByteArray::fromHex("fffe61"), QString());
-    }
-
-    void codecDetection()
-    {
-        QFETCH(QByteArray, bytes);
-        QFETCH(QString, text);
-        int index = -1;
-        bool mark = false;
-        QString const decoded = TextCodecs::stringFromData(bytes, &index, &mark);
-        QVERIFY(mark);
-        QCOMPARE(TextCodecs::name(index), tagParts()[0]);
-        QVERIFY(text.isNull() ||
-                (decoded == text && TextCodecs::stringToData(text, index, mark) == bytes));
-    }
-
-    void realTexts_data()
-    {
-        QTest::addColumn<QString>(
-            "codec"); // the file, and one of the same text, are the row's name
-        addRow("sjis_constants.cns|utf8_constants.cns", "Shift_JIS");
-        addRow("eucjp_constants.cns|utf8_constants.cns", "EUC-JP");
-        addRow("utf8_constants.cns|utf8_constants.cns", "UTF-8");
-        addRow("latin1_info.def|utf16le_bom_info.def", "ISO-8859-1");
-        addRow("utf16le_bom_info.def|latin1_info.def", "UTF-16LE");
-    }
-
-    void realTexts()
-    {
-        QFETCH(QString, codec);
-        KENRO_REQUIRE_TESTDATA(data);
-        QByteArray const bytes = readFile(data + u"/text/"_s + tagParts()[0]);
-        int index = -1;
-        bool mark = false;
-        QString const text = TextCodecs::stringFromData(bytes, &index, &mark);
-        QCOMPARE(mark, bytes.startsWith("\xff\xfe"));
-        QCOMPARE(QTextCodec::codecForName(TextCodecs::name(index).toLatin1())->name(),
-                 QTextCodec::codecForName(codec.toLatin1())->name());
-        QVERIFY(!text.contains(QChar::ReplacementCharacter));
-        // Written back with the index it reported, the bytes are the same.
-        QCOMPARE(TextCodecs::stringToData(text, index, mark), bytes);
-        index = -1;
-        QCOMPARE(text,
-                 TextCodecs::stringFromData(readFile(data + u"/text/"_s + tagParts()[1]), &index));
-    }
-
-    void garbageAndCutBytes()
-    {
+        compareRows({u"efbbbf3b61|UTF-8 ;a"_s, u"fffe3b006100|UTF-16LE ;a"_s,
+                     u"feff003b0061|UTF-16BE ;a"_s, u"fffe61|UTF-16LE"_s},
+                    [](QStringList const &in) {
+                        QByteArray const bytes = QByteArray::fromHex(in[0].toLatin1());
+                        int index = -1;
+                        bool mark = false;
+                        QString const text = TextCodecs::stringFromData(bytes, &index, &mark);
+                        bool const back = TextCodecs::stringToData(text, index, mark) == bytes;
+                        return TextCodecs::name(index) + (mark ? QString() : u" unmarked"_s) +
+                            (bytes.size() > 3 ? u' ' + (back ? text : u"not written back"_s)
+                                              : QString());
+                    });
+        // Garbage and cut characters never give an index out of range.
         QRandomGenerator random(1122);
         QByteArray const japanese =
             QTextCodec::codecForName("Shift_JIS")->fromUnicode(u"\u3042\u3044"_s);
         for (int round = 0; round < 200; ++round) {
-            int codec = round < 100 ? -1 : TextCodecs::index("Shift_JIS");
-            QByteArray const bytes = round % 2
-                ? KenroTest::noise(random.bounded(2048), random.generate())
-                : japanese.left(round % japanese.size());
-            TextCodecs::stringFromData(bytes, &codec);
+            codec = round < 100 ? -1 : TextCodecs::index("Shift_JIS");
+            TextCodecs::stringFromData(
+                round % 2 ? KenroTest::noise(random.bounded(2048), random.generate())
+                          : japanese.left(round % japanese.size()),
+                &codec);
             QVERIFY(codec >= 0 && codec < TextCodecs::count());
+        }
+    }
+
+    void realTexts()
+    {
+        KENRO_REQUIRE_TESTDATA(data);
+        // The file, one of the same text, and the codec.
+        for (QString const &row : {u"sjis_constants.cns|utf8_constants.cns|Shift_JIS"_s,
+                                   u"eucjp_constants.cns|utf8_constants.cns|EUC-JP"_s,
+                                   u"utf8_constants.cns|utf8_constants.cns|UTF-8"_s,
+                                   u"latin1_info.def|utf16le_bom_info.def|ISO-8859-1"_s,
+                                   u"utf16le_bom_info.def|latin1_info.def|UTF-16LE"_s}) {
+            QStringList const in = row.split(u'|');
+            QByteArray const bytes = readFile(data + u"/text/"_s + in[0]);
+            int index = -1, other = -1;
+            bool mark = false;
+            QString const text = TextCodecs::stringFromData(bytes, &index, &mark);
+            QCOMPARE(mark, bytes.startsWith("\xff\xfe"));
+            QCOMPARE(QTextCodec::codecForName(TextCodecs::name(index).toLatin1())->name(),
+                     QTextCodec::codecForName(in[2].toLatin1())->name());
+            QVERIFY2(!text.contains(QChar::ReplacementCharacter), qPrintable(in[0]));
+            QCOMPARE(TextCodecs::stringToData(text, index, mark), bytes);
+            QCOMPARE(text,
+                     TextCodecs::stringFromData(readFile(data + u"/text/"_s + in[1]), &other));
         }
     }
 
@@ -404,7 +330,7 @@ private Q_SLOTS:
         third.open(other); // moving leaves the old file
         KenroTest::MemoryArchive memory;
         third.fileLoaded(memory, path, false); // a file of another archive, or a copy: nothing
-        third.fileLoaded(disk(), path, true);
+        third.fileLoaded(disk, path, true);
         QCOMPARE(FileWatchObject::watchedFiles().size(), 2);
         third.open(QString());
         QCOMPARE(FileWatchObject::watchedFiles(), QStringList{path});
@@ -418,9 +344,9 @@ private Q_SLOTS:
         QCOMPARE(first.reloads, 1);
         // A save through the archive replaces the file: its notice is
         // swallowed, and the new file is watched.
-        first.fileSaved(disk(), path, false);
-        second.fileSaved(disk(), path, false);
-        disk().closeFile(disk().openFile(path, QIODevice::WriteOnly));
+        first.fileSaved(disk, path, false);
+        second.fileSaved(disk, path, false);
+        disk.closeFile(disk.openFile(path, QIODevice::WriteOnly));
         QTRY_VERIFY(!first.isWatchPaused() && !second.isWatchPaused());
         answerer.answer = QMessageBox::Yes;
         touch(path);

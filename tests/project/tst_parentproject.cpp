@@ -1,7 +1,6 @@
 #include <kenro/engine/extension.h>
 #include <kenro/project/filesystemarchive.h>
 #include <kenro/project/filewatchobject.h>
-#include <kenro/project/parentproject.h>
 
 #include "memoryarchive.h"
 #include "modelnames.h"
@@ -16,7 +15,6 @@
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <memory>
 
@@ -98,6 +96,16 @@ QStringList filesOf(TestProject const *project, QString const &game)
     return names;
 }
 
+// The names of \a names whose files below \a to differ from those below \a from.
+QStringList differing(QStringList const &names, QString const &from, QString const &to)
+{
+    QStringList out;
+    for (QString const &name : names)
+        if (readFile(from + name) != readFile(to + name))
+            out.append(name);
+    return out;
+}
+
 // A copy of the game of the test data, opened as an engine would: characters
 // are folders, stages are definition files.
 struct Game
@@ -133,173 +141,71 @@ class TestParentProjects : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void pathsAndModel()
+    void projectTree()
     {
         KenroTest::TestInterface host;
         KenroTest::MemoryArchive archive;
-        for (char const *name :
-             {"stages/a.def", "stages/b.sff", "chars/x/x.def", "data/system.def"})
-            archive.files.insert(u"/root/"_s + QLatin1String(name), "");
+        for (QString const &name :
+             u"stages/a.def stages/a.sff stages/b.def chars/x/x.def"_s.split(u' '))
+            archive.files.insert(u"/root/"_s + name, "");
         TestParentProject parent(u"/root/"_s, archive);
         Tester tester(&parent, reportToQtTest);
-        QVERIFY(parent.addPath(QString(), 1) == nullptr);
-        ParentProject::Path *stages =
-            parent.addPath(u"/stages/"_s, ParentProject::ProjectFiles, {u"*.def"_s});
-        QVERIFY(stages->isDirectory() && !stages->isProject() &&
-                stages->fullPath() == "/root/stages/"_L1);
-        QCOMPARE(rowNames(parent, u"stages"_s), "a.def"_L1);
-        ParentProject::Path *stage = parent.itemPath(indexAt(parent, u"stages/a.def"_s));
-        QVERIFY(stage->isProject() && !stage->isDirectory() && !stage->isFile());
-        QCOMPARE(stage->fullPath(), u"/root/stages/a.def"_s); // no trailing "/"
-        // Filters that pass nothing give no children; folders made on the way share the flags.
-        ParentProject::Path *deep =
-            parent.addPath(u"chars/x"_s, ParentProject::ProjectFiles, {u"*.none"_s});
-        QCOMPARE(rowNames(parent, u"chars"_s) + u'|' + rowNames(parent, u"chars/x"_s), "x|"_L1);
-        QCOMPARE(parent.filePath(u"/root/chars/x/"_s), deep);
-        QCOMPARE(parent.filePath(u"/root/"_s), parent.itemPath(QModelIndex()));
-        QVERIFY(!parent.filePath(u"/elsewhere/chars/"_s) && !parent.filePath(u"/root/chars/y/"_s));
-        QCOMPARE(indexAt(parent, u"stages"_s).data(Qt::ToolTipRole).toString(), u"stages"_s);
-        parent.removePath(u"/root/chars/x"_s);
-        QCOMPARE(rowNames(parent, u"chars"_s), QString());
-        parent.removePath(u"chars/missing"_s); // nothing there, nothing done
-        parent.removePath(u"chars"_s);
-        QCOMPARE(rowNames(parent, QString()), "stages"_L1);
-        // A root is a game when the engine's marker file is there.
-        QVERIFY(!parent.isGame()); // no engine
-        KenroTest::TestEngine engine;
-        parent.testEngine = &engine;
-        TestParentProject lone(u"/root/chars/"_s, archive);
-        lone.testEngine = &engine;
-        QVERIFY(parent.isGame() && !lone.isGame());
-        // A project whose folder is the root itself hangs its files on the root.
-        close(open(lone, u"/root/chars/x.def"_s, {{Project::Animations, u"/x.air"_s}}));
-        QCOMPARE(lone.disposed, 1);
-    }
-
-    void projectSubtreesAndIcons()
-    {
-        KenroTest::TestInterface host;
-        KenroTest::MemoryArchive archive;
-        TestParentProject parent(u"/root/"_s, archive);
-        Tester tester(&parent, reportToQtTest);
-        TestProject *project = open(parent, u"/root/chars/hero/hero.def"_s,
-                                    {{Project::Animations, u"/hero.air"_s},
-                                     {Project::Scripts, u"/states/a.cns"_s},
-                                     {Project::Scripts, u"/states/b.cns"_s},
-                                     {Project::Sprites, u"/art/hero.sff"_s}});
-        QCOMPARE(parent.openedProjects(), QList<Project *>{project});
-        QCOMPARE(rowNames(parent, u"chars/hero"_s), "hero.def hero.air states art"_L1);
-        QCOMPARE(rowNames(parent, u"chars/hero/states"_s), "a.cns b.cns"_L1);
-        ParentProject::Path *air = parent.itemPath(indexAt(parent, u"chars/hero/hero.air"_s));
-        QVERIFY(air->isFile() && !air->isProject() && air->fileType() == Project::Animations);
-        QCOMPARE(air->fullPath(), u"/root/chars/hero/hero.air"_s);
-        host.iconRequests.clear(); // icons by kind and file type, from the host
-        for (char const *name : {"hero.def", "hero.air", "art", "art/hero.sff"})
-            indexAt(parent, u"chars/hero/"_s + QLatin1String(name)).data(Qt::DecorationRole);
-        QCOMPARE(host.iconRequests.join(u' '),
-                 "icon_code icon_animation icon_folder icon_sprite"_L1);
-        // The tree follows the file list: moved, dropped and new entries.
-        QPersistentModelIndex const kept = indexAt(parent, u"chars/hero/hero.air"_s);
-        project->entries = {{Project::Sprites, u"/art/hero.sff"_s},
-                            {Project::Animations, u"/hero.air"_s},
-                            {Project::Sounds, u"/hero.snd"_s}};
-        project->fileHierarchyChanged();
-        QCOMPARE(rowNames(parent, u"chars/hero"_s), "hero.def art hero.air hero.snd"_L1);
-        QCOMPARE(kept.data().toString(), u"hero.air"_s);
-        // The first project node answers for what lies outside any project;
-        // a project node gives its first child that is a project itself.
-        QCOMPARE(parent.projectForFile(nullptr),
-                 parent.itemPath(indexAt(parent, u"chars/hero/hero.def"_s)));
-        QCOMPARE(parent.projectForFile(parent.itemPath(kept)), parent.projectForFile(nullptr));
-        QSignalSpy closed(&parent, &ParentProject::fileClosed);
-        close(project);
-        QCOMPARE(closed.count(), 1); // the main file
-        QCOMPARE(rowNames(parent, u"chars"_s), QString());
-        QCOMPARE(parent.disposed, 1);
-        QVERIFY(parent.projectForFile(nullptr) == nullptr);
-    }
-
-    void sharedFoldersOutliveTheirProjects()
-    {
-        KenroTest::TestInterface host;
-        KenroTest::MemoryArchive archive;
-        for (char const *name : {"stages/a.def", "stages/a.sff", "stages/b.def", "chars/x/x.def"})
-            archive.files.insert(u"/root/"_s + QLatin1String(name), "");
-        TestParentProject parent(u"/root/"_s, archive);
-        Tester tester(&parent, reportToQtTest);
+        QVERIFY(!parent.addPath(QString(), 1));
         auto *stages = static_cast<ParentProject::DirectoryPath *>(
-            parent.addPath(u"stages"_s, ParentProject::ProjectFiles, {u"*.def"_s}));
+            parent.addPath(u"/stages/"_s, ParentProject::ProjectFiles, {u"*.def"_s}));
         parent.addPath(u"chars"_s, ParentProject::ProjectDirectories);
+        ParentProject::Path *stage = parent.itemPath(indexAt(parent, u"stages/a.def"_s));
+        QVERIFY(stages->isDirectory() && !stages->isProject() && stage->isProject() &&
+                !stage->isDirectory() && !stage->isFile());
+        QCOMPARE(stages->fullPath() + u' ' + stage->fullPath(),
+                 "/root/stages/ /root/stages/a.def"_L1);
+        QVERIFY(parent.filePath(u"/root/"_s) == parent.itemPath(QModelIndex()) &&
+                !parent.filePath(u"/elsewhere/chars/"_s) && !parent.filePath(u"/root/chars/y/"_s));
         // Two projects of one scanned folder: its entries stay, each adds its files.
         TestProject *a = open(parent, u"/root/stages/a.def"_s, {{Project::Sprites, u"/a.sff"_s}});
         TestProject *b = open(parent, u"/root/stages/b.def"_s, {{Project::Sprites, u"/b.sff"_s}});
-        QCOMPARE(rowNames(parent, u"stages"_s), "a.def b.def a.sff b.sff"_L1);
-        QCOMPARE(parent.filePath(u"/root/stages/b.sff"_s)->fileType(), int(Project::Sprites));
         stages->scan(); // as when the folder changes on disk
         QCOMPARE(rowNames(parent, u"stages"_s), "a.def b.def a.sff b.sff"_L1);
+        QCOMPARE(parent.filePath(u"/root/stages/b.sff"_s)->fileType(), int(Project::Sprites));
         close(a);
         QCOMPARE(rowNames(parent, u"stages"_s), "a.def b.def b.sff"_L1);
         b->entries.clear();
         b->fileHierarchyChanged();
         QCOMPARE(rowNames(parent, u"stages"_s), "a.def b.def"_L1);
         close(b);
-        QCOMPARE(rowNames(parent, u"stages"_s), "a.def b.def"_L1);
-        // A scanned project folder stays when its project closes, without its files.
-        TestProject *x =
-            open(parent, u"/root/chars/x/x.def"_s, {{Project::Animations, u"/x.air"_s}});
-        QCOMPARE(rowNames(parent, u"chars/x"_s), "x.def x.air"_L1);
+        TestProject *x = open(parent, u"/root/chars/x/x.def"_s,
+                              {{Project::Animations, u"/x.air"_s},
+                               {Project::Scripts, u"/states/a.cns"_s},
+                               {Project::Scripts, u"/states/b.cns"_s},
+                               {Project::Sprites, u"/art/x.sff"_s}});
+        QCOMPARE(parent.openedProjects(), QList<Project *>{x});
+        QCOMPARE(rowNames(parent, u"chars/x"_s) + u'|' + rowNames(parent, u"chars/x/states"_s),
+                 "x.def x.air states art|a.cns b.cns"_L1);
+        ParentProject::Path *air = parent.itemPath(indexAt(parent, u"chars/x/x.air"_s));
+        QVERIFY(air->isFile() && !air->isProject() && air->fileType() == Project::Animations);
+        QCOMPARE(air->fullPath(), u"/root/chars/x/x.air"_s);
+        host.iconRequests.clear();
+        for (QString const &name : u"x.def x.air art art/x.sff"_s.split(u' '))
+            indexAt(parent, u"chars/x/"_s + name).data(Qt::DecorationRole);
+        QCOMPARE(host.iconRequests.join(u' '),
+                 "icon_code icon_animation icon_folder icon_sprite"_L1);
+        // The tree follows the file list: moved, dropped and new entries.
+        QPersistentModelIndex const kept = indexAt(parent, u"chars/x/x.air"_s);
+        x->entries = {{Project::Sprites, u"/art/x.sff"_s},
+                      {Project::Animations, u"/x.air"_s},
+                      {Project::Sounds, u"/x.snd"_s}};
+        x->fileHierarchyChanged();
+        QCOMPARE(rowNames(parent, u"chars/x"_s), "x.def art x.air x.snd"_L1);
+        QCOMPARE(kept.data().toString(), u"x.air"_s);
+        QSignalSpy closed(&parent, &ParentProject::fileClosed);
         close(x);
+        QCOMPARE(closed.count(), 1); // the main file
+        // A scanned project folder stays when its project closes, without its files.
         QCOMPARE(rowNames(parent, u"chars"_s) + u'|' + rowNames(parent, u"chars/x"_s), "x|"_L1);
-        QCOMPARE(parent.disposed, 2);
-    }
-
-    void saveAndBackupPlaces()
-    {
-        class AsyncFile : public TextFile
-        {
-            Capabilities capabilities() const override { return AsyncSave; }
-        };
-        KenroTest::TestInterface host;
-        KenroTest::MemoryArchive archive;
-        archive.files.insert(u"/root/p/p.def"_s, "old");
-        archive.files.insert(u"/root/p/p.air"_s, "old");
-        TestParentProject parent(u"/root/"_s, archive);
-        TestProject *project = open(parent, u"/root/p/p.def"_s);
-        auto *air = new AsyncFile;
-        air->fromFile(archive, u"/root/p/p.air"_s, 0, nullptr);
-        project->addFile(air, Project::Animations);
-        auto *gone = new TextFile; // its file is not in the archive
-        gone->name = u"/root/p/gone.cns"_s;
-        project->addFile(gone, Project::Scripts);
-        auto *main = static_cast<WatchedFile *>(project->mainFile());
-        main->content = "new";
-        air->content = "moved";
-        main->modified = air->modified = gone->modified = true;
-        KenroTest::TestJobs jobs;
-        parent.save(&jobs);
-        QCOMPARE(archive.files.keys().join(u' '), "/root/p/p.air /root/p/p.def"_L1);
-        QCOMPARE(archive.files.value(u"/root/p/p.def"_s) + archive.files.value(u"/root/p/p.air"_s),
-                 QByteArray("newmoved"));
-        QCOMPARE(jobs.titles.join(u'|'), "Saving...|Saving p.air"_L1);
-        QCOMPARE(jobs.jobs.front()->value, 1u);
-        QCOMPARE(jobs.jobs.back()->detached, 1);
-        parent.save(nullptr); // nothing modified, nothing written
-        QCOMPARE(main->writes, 1);
-        // Backups of a project inside an archive lie beside the archive.
-        QString const place = parent.backupPath(u"first"_s);
-        QVERIFY2(
-            QRegularExpression(
-                u"^/memory/memory/backup/\\d\\d\\.\\d\\d\\.\\d{4}_\\d+\\.\\d+\\.\\d+_(am|pm)_first$"_s)
-                .match(place)
-                .hasMatch(),
-            qPrintable(place));
-        TestParentProject onDisk(u"/disk/game/"_s, FileSystemArchive::instance());
-        QVERIFY(onDisk.backupPath(QString()).startsWith(u"/disk/game/backup/"_s));
-        // A read-only archive cannot take a backup back: nothing is touched.
-        archive.readOnly = true;
-        QVERIFY(!parent.restoreBackup(u"/first"_s, nullptr));
-        QVERIFY(main->pauses.isEmpty() && host.refreshes == 0);
-        close(project);
+        QCOMPARE(parent.disposed, 2); // each time the last project closes
+        parent.removePath(u"chars/missing"_s); // nothing there, nothing done
+        parent.removePath(u"/root/chars"_s);
+        QCOMPARE(rowNames(parent, QString()), "stages"_L1);
     }
 
     void gameTreeFollowsTheDisk()
@@ -326,62 +232,50 @@ private Q_SLOTS:
         QTRY_COMPARE(rowNames(root, u"stages"_s), "arena.def stage0.def"_L1);
         // An open character shows its files under its folder, each once.
         TestProject *kfm = game.character(u"kfm/kfm.def"_s);
-        QStringList const files = rowNames(root, u"chars/kfm"_s).split(u' ');
-        QCOMPARE(files.first(), u"kfm.def"_s);
-        for (char const *name : {"kfm.cmd", "kfm.cns", "kfm.sff", "kfm.air", "kfm.snd", "kfm.ai"})
-            QVERIFY2(files.count(QLatin1String(name)) == 1, name);
+        QCOMPARE(rowNames(root, u"chars/kfm"_s),
+                 "kfm.def kfm.cmd kfm.cns kfm.sff kfm.air kfm.snd kfm.ai"_L1);
         QCOMPARE(root.filePath(game.base + u"chars/kfm/kfm.air"_s)->fileType(),
                  int(Project::Animations));
         close(kfm);
         QCOMPARE(root.disposed, 1);
     }
 
-    void backupAndRestore_data()
-    {
-        QTest::addColumn<bool>("zip");
-        KenroTest::addRow("as a tree", false);
-        KenroTest::addRow("through the ZIP plug-in", true);
-    }
-
     void backupAndRestore()
     {
-        QFETCH(bool, zip);
         KENRO_REQUIRE_TESTDATA(data);
-        Game game(data);
-        std::unique_ptr<ExtensionManager> extensions;
-        if (zip)
-            extensions = std::make_unique<ExtensionManager>(QStringLiteral(KENRO_PLUGIN_DIR));
-        QCOMPARE(ExtensionManager::byFormat(Extension::ArchiveFormat, "ZIP").size(), zip ? 1 : 0);
-        game.open();
-        TestProject *kfm = game.character(u"kfm/kfm.def"_s);
-        TestProject *training = game.character(u"training/Training.def"_s);
-        KenroTest::TestJobs jobs;
-        QVERIFY(game.root->backup(u"before"_s, jobs.newJob(QString(), 0)));
-        QCOMPARE(jobs.jobs.front()->value, 2u);
-        QStringList const made =
-            QDir(game.base + u"backup"_s).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
-        QCOMPARE(made.size(), 1); // no plain tree beside a ZIP
-        QString const stamp = made.first().chopped(zip ? 4 : 0);
-        QVERIFY(!zip || made.first().endsWith(".zip"_L1));
-        QVERIFY2(
-            QRegularExpression(u"^\\d\\d\\.\\d\\d\\.\\d{4}_\\d+\\.\\d+\\.\\d+_(am|pm)_before$"_s)
-                .match(stamp)
-                .hasMatch(),
-            qPrintable(stamp));
-        // Damage every project file, then restore.
-        QStringList const names = filesOf(kfm, game.base) + filesOf(training, game.base);
-        QVERIFY(names.size() >= 14);
-        for (QString const &name : names)
-            QVERIFY(KenroTest::writeFile(game.base + name, "damaged"));
-        QVERIFY(game.root->restoreBackup(u'/' + stamp, nullptr));
-        for (QString const &name : names)
-            QVERIFY2(readFile(game.base + name) == readFile(data + u"/game/"_s + name),
-                     qPrintable(name));
-        // The watch was paused over the copy and resumed after it.
-        QCOMPARE(static_cast<WatchedFile *>(training->mainFile())->pauses, u"pr"_s);
-        QCOMPARE(game.host.refreshes, 1);
-        close(kfm);
-        close(training);
+        for (bool const zip : {false, true}) {
+            Game game(data);
+            std::unique_ptr<ExtensionManager> extensions;
+            if (zip)
+                extensions = std::make_unique<ExtensionManager>(QStringLiteral(KENRO_PLUGIN_DIR));
+            QCOMPARE(ExtensionManager::byFormat(Extension::ArchiveFormat, "ZIP").size(),
+                     zip ? 1 : 0);
+            game.open();
+            TestProject *kfm = game.character(u"kfm/kfm.def"_s);
+            TestProject *training = game.character(u"training/Training.def"_s);
+            KenroTest::TestJobs jobs;
+            QVERIFY(game.root->backup(u"before"_s, jobs.newJob(QString(), 0)));
+            QCOMPARE(jobs.jobs.front()->value, 2u);
+            QStringList const made =
+                QDir(game.base + u"backup"_s).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+            QCOMPARE(made.size(), 1); // no plain tree beside a ZIP
+            QString const stamp = made.first().chopped(zip ? 4 : 0);
+            QVERIFY(!zip || made.first().endsWith(".zip"_L1));
+            QRegularExpression const stamped(
+                u"^\\d\\d\\.\\d\\d\\.\\d{4}_\\d+\\.\\d+\\.\\d+_(am|pm)_before$"_s);
+            QVERIFY2(stamped.match(stamp).hasMatch(), qPrintable(stamp));
+            QStringList const names = filesOf(kfm, game.base) + filesOf(training, game.base);
+            QVERIFY(names.size() >= 14);
+            for (QString const &name : names)
+                QVERIFY(KenroTest::writeFile(game.base + name, "damaged"));
+            QVERIFY(game.root->restoreBackup(u'/' + stamp, nullptr));
+            QCOMPARE(differing(names, game.base, data + u"/game/"_s), QStringList());
+            // The watch was paused over the copy and resumed after it.
+            QCOMPARE(static_cast<WatchedFile *>(training->mainFile())->pauses, u"pr"_s);
+            QCOMPARE(game.host.refreshes, 1);
+            close(kfm);
+            close(training);
+        }
     }
 
     void saveAsLoneProjectAndGame()
@@ -402,10 +296,9 @@ private Q_SLOTS:
             QCOMPARE(kfm->fileName(), target);
             QVERIFY(kfm->entries.size() >= 6);
             QCOMPARE(definitionFiles(target), kfm->entries);
-            for (QString const &name : filesOf(kfm, game.dir.path() + u"/lone/"_s))
-                QVERIFY2(readFile(game.dir.path() + u"/lone/"_s + name) ==
-                             readFile(source + u"chars/kfm/"_s + name),
-                         qPrintable(name));
+            QCOMPARE(differing(filesOf(kfm, game.dir.path() + u"/lone/"_s),
+                               game.dir.path() + u"/lone/"_s, source + u"chars/kfm/"_s),
+                     QStringList());
             close(kfm);
         }
         // The whole game: open and closed projects, copied into a new folder.
@@ -423,8 +316,7 @@ private Q_SLOTS:
         game.root->saveAs(target, jobs.newJob(QString(), 0));
         QCOMPARE(game.root->basePath(), target);
         QCOMPARE(jobs.jobs.front()->value, unsigned(training.size() + stage.size() + 1));
-        for (QString const &name : files)
-            QVERIFY2(readFile(target + name) == readFile(source + name), qPrintable(name));
+        QCOMPARE(differing(files, target, source), QStringList());
         close(kfm);
     }
 };

@@ -1,5 +1,8 @@
-// The writer that the kill tests kill, run as "file TARGET write|readwrite"
-// or as "zip TARGET PLUGINDIR".
+// The writer that the kill tests kill. "file TARGET write|readwrite" opens the
+// file through the file-system archive, writes a first part of a new content,
+// says "writing" and goes on writing slowly. "zip TARGET PLUGINDIR" puts 96 MiB
+// that do not compress into a new ZIP through the plug-in, says "closing" and
+// writes the ZIP out.
 #include <kenro/engine/extension.h>
 #include <kenro/project/filesystemarchive.h>
 
@@ -9,38 +12,29 @@
 
 #include <cstdio>
 
-namespace {
-
-void say(char const *what)
+int main(int argc, char **argv)
 {
-    std::printf("%s\n", what);
-    std::fflush(stdout);
-}
-
-// Opens the file through the file-system archive, writes a first part of a
-// new content, says "writing", and goes on writing slowly until it is killed.
-int writeFile(QString const &target, bool readWrite)
-{
-    auto const mode = readWrite ? QIODevice::ReadWrite : QIODevice::WriteOnly;
-    QIODevice *device = Kenro::FileSystemArchive::instance().openFile(target, mode);
-    if (!device || !device->seek(device->size()))
-        return 1;
-    QByteArray const chunk(4096, 'n');
-    for (bool first = true;; first = false) {
-        device->write(chunk);
-        static_cast<QFileDevice *>(device)->flush();
-        if (first)
-            say("writing");
-        QThread::msleep(5);
+    QCoreApplication app(argc, argv);
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ); // each line reaches the test whole
+    QStringList const args = app.arguments();
+    if (args.size() < 4)
+        return 2;
+    if (args[1] == QLatin1String("file")) {
+        auto const mode =
+            args[3] == QLatin1String("readwrite") ? QIODevice::ReadWrite : QIODevice::WriteOnly;
+        QIODevice *device = Kenro::FileSystemArchive::instance().openFile(args[2], mode);
+        if (!device || !device->seek(device->size()))
+            return 1;
+        for (bool first = true;; first = false) {
+            device->write(QByteArray(4096, 'n'));
+            static_cast<QFileDevice *>(device)->flush();
+            if (first)
+                std::printf("writing\n");
+            QThread::msleep(5);
+        }
     }
-}
-
-// Puts 96 MiB that do not compress into a new ZIP through the plug-in, says
-// "closing", and writes the ZIP out.
-int writeZip(QString const &target, QString const &plugins)
-{
-    Kenro::ExtensionManager manager(plugins);
-    Kenro::Archive *archive = Kenro::ExtensionManager::archiveFor(target, 0);
+    Kenro::ExtensionManager manager(args[3]);
+    Kenro::Archive *archive = Kenro::ExtensionManager::archiveFor(args[2], 0);
     if (!archive || archive == &Kenro::FileSystemArchive::instance())
         return 1;
     QRandomGenerator random(42);
@@ -54,20 +48,7 @@ int writeZip(QString const &target, QString const &plugins)
         device->write(chunk);
         archive->closeFile(device);
     }
-    say("closing");
+    std::printf("closing\n");
     archive->release();
     return 0;
-}
-
-} // namespace
-
-int main(int argc, char **argv)
-{
-    QCoreApplication app(argc, argv);
-    QStringList const args = app.arguments();
-    if (args.size() < 4)
-        return 2;
-    if (args.at(1) == QLatin1String("zip"))
-        return writeZip(args.at(2), args.at(3));
-    return writeFile(args.at(2), args.at(3) == QLatin1String("readwrite"));
 }

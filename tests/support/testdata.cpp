@@ -1,9 +1,6 @@
 #include "testdata.h"
 
-#include <QDir>
 #include <QDirIterator>
-#include <QFile>
-#include <QFileInfo>
 #include <QRandomGenerator>
 
 namespace KenroTest {
@@ -29,10 +26,9 @@ bool writeFile(QString const &name, QByteArray const &data)
 
 bool copyTree(QString const &from, QString const &to)
 {
-    QDirIterator it(from, QDir::Files | QDir::NoSymLinks, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        QString const path = it.next();
-        QString const target = to + path.mid(from.length());
+    for (QDirIterator it(from, QDir::Files | QDir::NoSymLinks, QDirIterator::Subdirectories);
+         it.hasNext();) {
+        QString const path = it.next(), target = to + path.mid(from.length());
         if (!QDir().mkpath(QFileInfo(target).absolutePath()) || !QFile::copy(path, target))
             return false;
         QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner);

@@ -1,30 +1,16 @@
 #pragma once
 
-#include <QByteArray>
-#include <QString>
 #include <QTest>
 
 #include <type_traits>
 
 namespace KenroTest {
 
-/**
- * The real-content folder named by KENRO_TESTDATA. Empty when the variable
- * is unset; a set variable that names no folder fails the calling test.
- */
-QString testDataPath();
-
-/// The whole content of file \a name, or "<missing>" when it cannot be read.
-QByteArray readFile(QString const &name);
-/// Writes \a data as file \a name, making its directory; false on failure.
-bool writeFile(QString const &name, QByteArray const &data);
-/**
- * Copies the files below folder \a from to the same places below \a to,
- * writable by the owner whatever they were; false on the first failure.
- */
-bool copyTree(QString const &from, QString const &to);
-/// \a size random bytes, the same for the same \a seed.
-QByteArray noise(qsizetype size, quint32 seed);
+QString testDataPath(); // KENRO_TESTDATA's folder; empty when unset or missing
+QByteArray readFile(QString const &name); // "<missing>" when it cannot be read
+bool writeFile(QString const &name, QByteArray const &data); // makes the folder
+bool copyTree(QString const &from, QString const &to); // the copies writable by the owner
+QByteArray noise(qsizetype size, quint32 seed); // the same bytes for the same seed
 
 /// A cell of a row of test data: C strings become QString, enums int.
 template<typename T>
@@ -38,7 +24,6 @@ auto cell(T const &value)
     else
         return value;
 }
-/// Adds the row \a tag to a test's data table; C strings go in as QString.
 template<typename... Cells>
 void addRow(char const *tag, Cells const &...cells)
 {

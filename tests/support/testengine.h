@@ -6,10 +6,7 @@
 
 namespace KenroTest {
 
-/**
- * An engine with nothing of its own: its identifier, its game marker file
- * and its project type names are what the test sets.
- */
+/// An engine with nothing of its own: what it answers is set by the test.
 class TestEngine : public Kenro::Engine
 {
     Q_OBJECT
@@ -18,21 +15,12 @@ public:
     explicit TestEngine(QString const &name = QStringLiteral("testengine")) : Kenro::Engine(name) {}
 
     QString identifier = QStringLiteral("kenro-test");
-    QString gameMarker = QStringLiteral("data/system.def");
-    QStringList projectTypes{QStringLiteral("Character"), QStringLiteral("Stage")};
-    /// What fileFilters() answers.
     QMap<int, QString> filters{{3, QStringLiteral("*.air")}, {4, QStringLiteral("*.cns")}};
-    /// What createFile() answers; null files without one.
     std::function<Kenro::ProjectFile *(int type, Kenro::Project *project)> fileFactory;
-    /// The arguments of each run(), as "index:arguments".
-    QStringList runs;
 
-    bool run(unsigned int index, Kenro::Project *, QString const &arguments) override
+    bool run(unsigned int index, Kenro::Project *, QString const &) override
     {
-        if (index >= count())
-            return false;
-        runs.append(QStringLiteral("%1:%2").arg(index).arg(arguments));
-        return true;
+        return index < count();
     }
     QString displayName() const override { return QStringLiteral("Test engine"); }
     Kenro::ParentProject *openRoot(QString const &, Kenro::Archive &) override { return nullptr; }
@@ -44,7 +32,7 @@ public:
     {
         return nullptr;
     }
-    unsigned int projectTypeCount() const override { return unsigned(projectTypes.size()); }
+    unsigned int projectTypeCount() const override { return 2; }
     QString projectFilter() const override { return QStringLiteral("Definitions (*.def)"); }
     QStringList singleFileFilters() const override { return {QStringLiteral("Scripts (*.cns)")}; }
     int fileTypeOf(QString const &path) const override
@@ -65,9 +53,9 @@ public:
         case EngineIdentifier:
             return identifier;
         case GameMarkerFile:
-            return gameMarker;
+            return QStringLiteral("data/system.def");
         case ProjectTypeName:
-            return projectTypes.value(int(index));
+            return QStringList{QStringLiteral("Character"), QStringLiteral("Stage")}.value(index);
         }
         return QString();
     }
@@ -76,9 +64,6 @@ public:
     {
         return fileFactory ? fileFactory(type, project) : nullptr;
     }
-
-    // The configuration's members, for checks.
-    using Kenro::EnginePrivate::options;
 };
 
 } // namespace KenroTest

@@ -7,21 +7,12 @@
 #include <QCoreApplication>
 #include <QIcon>
 #include <QPixmap>
-
-#include <QList>
-#include <QMap>
-#include <QStringList>
 #include <QTemporaryDir>
-#include <QVariant>
 
 namespace KenroTest {
 
-/**
- * The host that every suite uses: options in memory, a temporary settings
- * directory, named icons drawn on the fly, and no windows at all.
- * Constructing one makes it the global interface; destroying it clears that.
- * The public members are what the host answers and what it was told.
- */
+// The host of the suites while it lives: options in memory, a temporary settings
+// folder, icons drawn on the fly, no windows; it records what it was told.
 class TestInterface : public Kenro::Interface
 {
 public:
@@ -33,17 +24,13 @@ public:
     }
 
     QMap<QString, QVariant> options;
-    QStringList iconRequests; ///< every icon name asked for, in order
-    int dpiFactor = 1; ///< the factor of scaleToDPI(int)
+    QStringList iconRequests;
     Kenro::Project *current = nullptr;
-    /// The editor that switchToEditor() made current: the previous one is
-    /// deactivated and this one activated, as a host does.
     Kenro::Editor *currentEditorValue = nullptr;
-    QList<Kenro::Editor *> switches; ///< every editor passed to switchToEditor()
-    /// What editorForFile() answers, and the types it was asked for.
-    Kenro::FileEditor *fileEditor = nullptr;
-    QList<int> editorRequests;
-    int refreshes = 0;
+    QList<Kenro::Editor *> switches;
+    Kenro::FileEditor *fileEditor = nullptr; ///< what editorForFile() answers
+    QList<int> editorRequests; ///< the file types editorForFile() was asked for
+    int refreshes = 0, dpiFactor = 1;
     Kenro::ProgressProvider *provider = nullptr;
     Kenro::Engine *currentEngine = nullptr;
 
@@ -51,14 +38,14 @@ public:
     QString toolTip(int id) override { return Kenro::KTranslator::instance()->toolTip(id); }
     QString messageText(int id) override
     {
-        return id == 0 ? QStringLiteral("XML error")
-                       : (id == 1 ? QStringLiteral("%1 at line %2, column %3") : QString());
+        return QStringList{QStringLiteral("XML error"), QStringLiteral("%1 at line %2, column %3")}
+            .value(id);
     }
     QWidget *mainWindow() override { return nullptr; }
     QString applicationDirectory() override { return QCoreApplication::applicationDirPath(); }
     QString resourceDirectory() override
     {
-        return m_settings.path() + QStringLiteral("/resources");
+        return m_settings.filePath(QStringLiteral("resources"));
     }
     QString settingsDirectory() override { return m_settings.path(); }
     Kenro::ProgressProvider *progressProvider() override { return provider; }
@@ -94,10 +81,7 @@ public:
     {
         return options.value(key, value);
     }
-    void setOption(QString const &key, QVariant const &value) override
-    {
-        options.insert(key, value);
-    }
+    void setOption(QString const &key, QVariant const &value) override { options[key] = value; }
     void setStatusText(int, QString const &) override {}
     QWidget *registerAction(QString const &, Kenro::ActionInfo const &) override { return nullptr; }
     void unregisterAction(QString const &) override {}
@@ -110,6 +94,7 @@ public:
     void clearStatusMessage() override {}
     QObject *timeSlider(int) override { return nullptr; }
     void refreshAll() override { ++refreshes; }
+    // As a host does: the previous editor is deactivated, the new one activated.
     void switchToEditor(Kenro::Editor *editor) override
     {
         switches.append(editor);

@@ -9,11 +9,9 @@
 
 namespace KenroTest {
 
-/// A progress provider that keeps every job it hands out, with its title.
-class TestJobs : public Kenro::ProgressProvider
+/// A progress provider that keeps every job it hands out, and its title.
+struct TestJobs : Kenro::ProgressProvider
 {
-public:
-    /// A job that records what it was told; `detached` is -1 until set.
     struct Job : Kenro::ProgressJob
     {
         void error(QString const &) override {}
@@ -25,14 +23,11 @@ public:
         unsigned int maximum = 0, value = 0;
         int detached = -1;
     };
-
     Kenro::ProgressJob *newJob(QString const &title, int) override
     {
         titles.append(title);
-        jobs.push_back(std::make_unique<Job>());
-        return jobs.back().get();
+        return jobs.emplace_back(std::make_unique<Job>()).get();
     }
-
     QStringList titles;
     std::vector<std::unique_ptr<Job>> jobs;
 };

@@ -1,7 +1,7 @@
-// A test plug-in, built twice as "alpha" and "beta" (KENRO_TEST_PLUGIN names
-// it): an image reader that only beta's succeeds with, an animation format
-// (alpha's for one engine, beta's for all) and an archive format. What it
-// does is appended, a line an event, to the file that KENRO_PLUGIN_LOG names.
+// A test plug-in, built as "alpha" and "beta" (KENRO_TEST_PLUGIN): an image
+// reader that only beta's succeeds with, an animation format (alpha's for one
+// engine, beta's for all) and an archive format. It appends each event as a
+// line to the file that KENRO_PLUGIN_LOG names.
 #include <kenro/engine/extension.h>
 
 #include <QFile>
@@ -28,9 +28,8 @@ struct UnloadRecorder
 } unloadRecorder;
 
 template<class Base>
-class Recorded : public Base
+struct Recorded : Base
 {
-public:
     void release() override
     {
         record(QStringLiteral("release %1 %2").arg(name, QLatin1String(this->format())));
@@ -38,9 +37,8 @@ public:
     }
 };
 
-class Reader : public Recorded<ImageReaderExtension>
+struct Reader : Recorded<ImageReaderExtension>
 {
-public:
     char const *format() const override { return "TST"; }
     char const *description() const override { return "Test images"; }
     bool read(QIODevice *, QImage &image) override
@@ -51,18 +49,16 @@ public:
     }
 };
 
-class Animations : public Recorded<EngineExtension>
+struct Animations : Recorded<EngineExtension>
 {
-public:
     Type type() const override { return AnimationReader; }
     char const *format() const override { return isAlpha ? "AIR" : "XAN"; }
     char const *description() const override { return isAlpha ? "Test animations" : "Any"; }
     char const *engine() const override { return isAlpha ? "kenro-test" : nullptr; }
 };
 
-class Archives : public Recorded<ArchiveExtension>
+struct Archives : Recorded<ArchiveExtension>
 {
-public:
     char const *format() const override { return "PAK"; }
     char const *description() const override { return "Test packs"; }
     Archive *create(QString const &fileName, int mode) override
