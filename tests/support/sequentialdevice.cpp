@@ -18,7 +18,6 @@ qint64 SequentialDevice::bytesAvailable() const
 
 qint64 SequentialDevice::readData(char *data, qint64 maxSize)
 {
-    ++reads;
     qint64 count = std::min<qint64>(maxSize, m_data.size() - m_offset);
     if (m_piece > 0)
         count = std::min(count, m_piece);

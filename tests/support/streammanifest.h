@@ -18,11 +18,7 @@ struct StreamEntry
     QByteArray paletteSha1; // empty when the file has no palette
 };
 
-/**
- * The streams listed in the manifest of the streams folder below the test
- * data folder \a root, in its order; only those of \a format when it is not
- * empty. Empty when the manifest cannot be read.
- */
-QList<StreamEntry> streamManifest(QString const &root, QString const &format = QString());
+/// The streams of the manifest below test data folder \a root, in its order; empty when unreadable.
+QList<StreamEntry> streamManifest(QString const &root);
 
 } // namespace KenroTest
