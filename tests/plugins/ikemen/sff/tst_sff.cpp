@@ -73,21 +73,22 @@ QString game(QString const &root, char const *path)
     return root + QStringLiteral("/game/") + QLatin1String(path);
 }
 
-QByteArray sha1(QByteArray const &bytes)
-{
+auto const sha1 = [](QByteArray const &bytes) {
     return QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex();
-}
+};
 
-// The pixels as the manifest hashes them: indices, or R, G, B, A bytes.
-QByteArray sha1(QImage image)
+// Size, format and pixels, as the manifest hashes them: indices, or R, G, B, A bytes.
+QString summary(QImage const &image)
 {
-    if (image.format() != QImage::Format_Indexed8)
-        image = image.convertToFormat(QImage::Format_RGBA8888);
-    QByteArray bytes;
-    for (int y = 0; y < image.height(); ++y)
-        bytes.append(reinterpret_cast<char const *>(image.constScanLine(y)),
-                     image.width() * image.depth() / 8);
-    return sha1(bytes);
+    QImage const bytes = image.format() == QImage::Format_Indexed8
+        ? image
+        : image.convertToFormat(QImage::Format_RGBA8888);
+    QByteArray pixels;
+    for (int y = 0; y < bytes.height(); ++y)
+        pixels.append(reinterpret_cast<char const *>(bytes.constScanLine(y)),
+                      bytes.width() * bytes.depth() / 8);
+    return QString::asprintf("%dx%d %d %s", image.width(), image.height(), int(image.format()),
+                             sha1(pixels).constData());
 }
 
 // The colours of \a palette, alpha included or not; empty for none.
@@ -106,10 +107,10 @@ QStringList describe(SffSprites const &sprites)
     QStringList lines;
     for (unsigned int i = 0; i < sprites.count(); ++i) {
         SffSprite const *x = sprites.sprite(i);
-        lines << QString::asprintf(
-            "%s at %d,%d: %dx%d %s %s%s", qPrintable(x->label()), x->axis().x(), x->axis().y(),
-            x->pixels().width(), x->pixels().height(), sha1(x->pixels()).constData(),
-            sha1(colorBytes(x->palette())).constData(), x->imageIsShared() ? " shared" : "");
+        lines << QString::asprintf("%s at %d,%d: %s %s%s", qPrintable(x->label()), x->axis().x(),
+                                   x->axis().y(), qPrintable(summary(x->pixels())),
+                                   sha1(colorBytes(x->palette())).constData(),
+                                   x->imageIsShared() ? " shared" : "");
     }
     return lines;
 }
@@ -253,20 +254,12 @@ private Q_SLOTS:
             int const index = parts.value(1).toInt();
             SffSprite const *sprite = sprites->sprite(unsigned(index));
             QVERIFY2(sprite, qPrintable(stream.file));
-            QImage const pixels = sprite->pixels();
-            QCOMPARE(QStringLiteral("%1 %2x%3 %4 %5")
-                         .arg(sprite->label())
-                         .arg(pixels.width())
-                         .arg(pixels.height())
-                         .arg(pixels.format())
-                         .arg(sha1(pixels)),
-                     QStringLiteral("%1, %2 %3x%4 %5 %6")
-                         .arg(parts.value(2), parts.value(3))
-                         .arg(stream.width)
-                         .arg(stream.height)
-                         .arg(stream.format == QLatin1String("png32") ? QImage::Format_ARGB32
-                                                                      : QImage::Format_Indexed8)
-                         .arg(stream.pixelsSha1));
+            bool const png = stream.format == QLatin1String("png32");
+            QCOMPARE(sprite->label() + u' ' + summary(sprite->pixels()),
+                     QString::asprintf("%s, %s %dx%d %d %s", qPrintable(parts.value(2)),
+                                       qPrintable(parts.value(3)), stream.width, stream.height,
+                                       png ? QImage::Format_ARGB32 : QImage::Format_Indexed8,
+                                       stream.pixelsSha1.constData()));
             // A sprite on the previous sprite's palette stores none.
             if (!stream.paletteSha1.isEmpty() &&
                 (index == 0 || sprite->palette() != sprites->sprite(index - 1)->palette()))
@@ -544,18 +537,14 @@ private Q_SLOTS:
         SffReader reader;
         SffContent read;
         QVERIFY2(reader.read(bytes, read), qPrintable(reader.errorString()));
-        QCOMPARE(read.sprites.size(), 2);
-        QCOMPARE(read.sprites.at(1).image, read.sprites.at(0).image);
+        QVERIFY(read.sprites.size() == 2 && read.sprites.at(1).image == read.sprites.at(0).image);
         QCOMPARE(read.sprites.at(0).image->storedFormat, quint8(format));
-        QImage const decoded = read.sprites.at(0).image->image;
-        QCOMPARE(decoded.format(), expected.format());
-        QCOMPARE(decoded.size(), expected.size());
-        QCOMPARE(sha1(decoded), sha1(expected));
+        QCOMPARE(summary(read.sprites.at(0).image->image), summary(expected));
         // Encoded anew (the stored stream dropped), the pixels stay.
         read.sprites[0].image->storedFormat = FormatNone;
         SffContent again;
         QVERIFY(reader.read(writer.write(read, SffVersion::V201), again));
-        QCOMPARE(sha1(again.sprites.at(1).image->image), sha1(expected));
+        QCOMPARE(summary(again.sprites.at(1).image->image), summary(expected));
     }
 
     // Damaged archives are refused, each with what is wrong and where.
@@ -663,19 +652,18 @@ private Q_SLOTS:
         put32(bad, SpriteCount, 77777);
         archive.files.insert(QStringLiteral("chars/bad.sff"), bad);
         SpritesPointer const sprites = open(QStringLiteral("good.sff"), archive);
-        QVERIFY(sprites);
-        QVERIFY(!sprites->fromFile(archive, QStringLiteral("chars/bad.sff"), 0, nullptr));
-        QCOMPARE(sprites->count(), 3u);
-        QCOMPARE(sprites->fileName(), QStringLiteral("good.sff"));
-        QCOMPARE(sprites->messages()->count(Message::Error), 1u);
-        QString const text = sprites->messages()->at(0, Message::Error).text;
+        QVERIFY(sprites &&
+                !sprites->fromFile(archive, QStringLiteral("chars/bad.sff"), 0, nullptr));
+        QString text = sprites->messages()->at(0, Message::Error).text;
+        QCOMPARE(QString::asprintf("%u %s %u", sprites->count(), qPrintable(sprites->fileName()),
+                                   sprites->messages()->count(Message::Error)),
+                 QStringLiteral("3 good.sff 1"));
         QVERIFY2(text.startsWith(QLatin1String("bad.sff: ")) &&
                      text.contains(QLatin1String("77777 sprites")),
                  qPrintable(text));
         QVERIFY(!sprites->fromFile(archive, QStringLiteral("missing.sff"), 0, nullptr));
-        QVERIFY(sprites->messages()
-                    ->at(0, Message::Error)
-                    .text.contains(QLatin1String("cannot be opened")));
+        text = sprites->messages()->at(0, Message::Error).text;
+        QVERIFY2(text.contains(QLatin1String("cannot be opened")), qPrintable(text));
     }
 
     // Cut, flipped and spoilt archives, from a fixed seed: refused, or written again.
@@ -704,27 +692,20 @@ private Q_SLOTS:
         for (int round = 0; round < rounds; ++round) {
             QByteArray data = archive;
             int const size = int(data.size());
-            switch (random.bounded(5)) {
-            case 0:
+            int const kind = random.bounded(5);
+            if (kind == 0)
                 data.truncate(random.bounded(size));
-                break;
-            case 1:
-                for (int i = 0, n = 1 + random.bounded(8); i < n; ++i)
-                    data[random.bounded(size)] = char(random.bounded(256));
-                break;
-            case 2: // a header count or offset
+            for (int i = 0, n = kind == 1 ? 1 + random.bounded(8) : 0; i < n; ++i)
+                data[random.bounded(size)] = char(random.bounded(256));
+            if (kind == 2) // a header count or offset
                 put32(data, 16 + 4 * random.bounded(14),
                       random.bounded(2) ? random.generate() : quint32(random.bounded(size + 64)));
-                break;
-            case 3: // sizes, links, palette indices
+            else if (kind == 3) // sizes, links, palette indices
                 put16(data, 512 + 2 * random.bounded(qMin(size - 514, 400) / 2),
                       quint16(random.generate()));
-                break;
-            default: // offsets, lengths
+            else if (kind == 4) // offsets, lengths
                 put32(data, 512 + random.bounded(qMin(size - 516, 800)),
                       random.generate() % quint32(size * 2));
-                break;
-            }
             SffReader reader;
             SffContent content;
             if (!reader.read(data, content)) {
