@@ -76,20 +76,20 @@ public:
     int changeSteps = 0;
     int compares = 0;
 
-    int rowCount(QModelIndex const &parent = QModelIndex()) const override
+    int rowCount(QModelIndex const &parent = {}) const override
     {
-        return parent.isValid() ? 0 : static_cast<int>(words.size());
+        return parent.isValid() ? 0 : int(words.size());
     }
     QVariant data(QModelIndex const &index, int role) const override
     {
-        if (!checkIndex(index, CheckIndexOption::IndexIsValid) || role != Qt::DisplayRole)
-            return QVariant();
-        return words.at(index.row());
+        return checkIndex(index, CheckIndexOption::IndexIsValid) && role == Qt::DisplayRole
+            ? words.at(index.row())
+            : QVariant();
     }
     void move(unsigned int from, unsigned int to) override
     {
-        int const f = static_cast<int>(from);
-        int const t = static_cast<int>(to);
+        int const f = int(from);
+        int const t = int(to);
         moves.append({f, t});
         movesFromDrag.append(isMoveFromDrag());
         QVERIFY(f != t && f < words.size() && t < words.size() && changeDepth > 0);
@@ -176,7 +176,6 @@ private Q_SLOTS:
         p.c[9] = ninth;
         QCOMPARE(int(PaletteObject(&p.c).index(wanted)), expected);
     }
-
     void edits_data()
     {
         QTest::addColumn<Colors>("before");
@@ -360,7 +359,6 @@ private Q_SLOTS:
         QCOMPARE(changed, brackets);
         QCOMPARE(difference(p.c, after.c), QByteArray());
     }
-
     void dropsMoveRowsInTheirOrder_data()
     {
         QTest::addColumn<QList<int>>("rows");
@@ -396,7 +394,6 @@ private Q_SLOTS:
         QCOMPARE(list.changeDepth, 0);
         QCOMPARE(list.changeSteps, 1);
     }
-
     // Foreign, cut, out-of-range and noisy drag data moves what it names, or nothing.
     void badDropsFailCleanly()
     {
@@ -430,7 +427,6 @@ private Q_SLOTS:
             noisy.dropBytes(bytes, 2);
         }
     }
-
     // Stable, through move(), as one change, in about n log n compares.
     void autoOrganizeSortsStablyThroughMove()
     {
@@ -456,7 +452,6 @@ private Q_SLOTS:
         list.autoOrganize(); // sorted already
         QCOMPARE(list.moves.size(), moves);
     }
-
     // The image on a canvas, its axis moved to the new place, the rest zero.
     void aligned_data()
     {
@@ -496,13 +491,10 @@ private Q_SLOTS:
         QFETCH(QPoint, oldAxis);
         QFETCH(QPoint, newAxis);
         QFETCH(QPoint, extent);
-        auto *sprites = new KenroTest::MemorySprites;
-        QImage const result = sprites->add(QStringLiteral("0, 0"), source, NoShare)
-                                  ->aligned(oldAxis, newAxis, extent);
-        sprites->release();
+        KenroTest::MemorySprite const sprite(nullptr, QStringLiteral("0, 0"), source);
         // What a copy of the image gives, with zeros where it has no pixels.
         QSize const size(newAxis.x() + extent.x(), newAxis.y() + extent.y());
-        QCOMPARE(result,
+        QCOMPARE(sprite.aligned(oldAxis, newAxis, extent),
                  source.isNull() || size.isEmpty() ? QImage()
                                                    : source.copy(QRect(oldAxis - newAxis, size)));
     }

@@ -26,10 +26,10 @@ void MemorySprite::setImage(QImage const &image, bool notify)
 
 QVariant MemorySprites::data(QModelIndex const &index, int role) const
 {
-    if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid) ||
-        role != Qt::DisplayRole)
-        return QVariant();
-    return items.at(index.row())->identifier.toString();
+    bool const valid =
+        checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid);
+    return valid && role == Qt::DisplayRole ? items.at(index.row())->identifier.toString()
+                                            : QVariant();
 }
 
 void MemorySprites::move(unsigned int from, unsigned int to)
@@ -46,13 +46,12 @@ void MemorySprites::move(unsigned int from, unsigned int to)
 
 int MemorySprites::compare(unsigned int a, unsigned int b) const
 {
-    SubItem first;
-    SubItem second;
-    SubItem::parse(items.at(int(a))->identifier.toString(), first);
-    SubItem::parse(items.at(int(b))->identifier.toString(), second);
-    if (first.first != second.first)
-        return first.first < second.first ? -1 : 1;
-    return first.second < second.second ? -1 : (first.second > second.second ? 1 : 0);
+    auto key = [this](unsigned int i) {
+        SubItem item;
+        SubItem::parse(items.at(int(i))->identifier.toString(), item);
+        return std::pair(item.first, item.second);
+    };
+    return key(a) < key(b) ? -1 : (key(b) < key(a) ? 1 : 0);
 }
 
 void MemorySprites::remove(unsigned int index)

@@ -71,10 +71,7 @@ public:
     void remove(unsigned int index) override;
     Kenro::Palettes *palettes() const override { return nullptr; }
     unsigned int count() const override { return static_cast<unsigned int>(items.size()); }
-    Kenro::Sprite *at(unsigned int index) const override
-    {
-        return index < count() ? items.at(int(index)) : nullptr;
-    }
+    Kenro::Sprite *at(unsigned int index) const override { return items.value(int(index)); }
     Kenro::Sprite *insert(unsigned int index, QVariant const &identifier, QImage const &image,
                           Kenro::ShareMode) override;
     Kenro::Sprite *add(QVariant const &identifier, QImage const &image,

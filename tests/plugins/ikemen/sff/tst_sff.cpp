@@ -314,7 +314,6 @@ private Q_SLOTS:
         rewritten[13] = bytes[13];
         QVERIFY(archive.version == SffVersion::V101 || rewritten == bytes);
     }
-
     // A palette file holds the last colour first. Shown over the archive's
     // palette of its identifier, it is not an edit; of an identifier no palette
     // has, it is one more. Edits of a palette that sprites show are edits of
@@ -376,7 +375,6 @@ private Q_SLOTS:
         palettes->clearUnused();
         QVERIFY(palettes->find(0, fresh) >= 0);
     }
-
     // Sprites added, shared, copied, cropped and removed; saved in each version.
     void editing()
     {
@@ -442,7 +440,6 @@ private Q_SLOTS:
         QCOMPARE(sprites->count(), 2u);
         QVERIFY(!second->imageIsShared());
     }
-
     // A new image of the ramp shifted by 100 (its colour 1 is 101) in each mode:
     // the palettes, the red of entry 1 of the sprite's palette, the pixel at 0, 0.
     void setImageDealsWithThePalette_data()
@@ -471,7 +468,6 @@ private Q_SLOTS:
         QVERIFY(sprite->isEmpty());
         QCOMPARE(rows.size(), 1);
     }
-
     // A sprite stored in each pixel format and a link to it, read and written anew.
     void everyPixelFormat_data()
     {
@@ -546,7 +542,6 @@ private Q_SLOTS:
         QVERIFY(reader.read(writer.write(read, SffVersion::V201), again));
         QCOMPARE(summary(again.sprites.at(1).image->image), summary(expected));
     }
-
     // Damaged archives are refused, each with what is wrong and where.
     void refused_data()
     {
@@ -643,7 +638,6 @@ private Q_SLOTS:
         QVERIFY2(!reader.read(data, content), "a damaged archive was taken");
         QVERIFY2(reader.errorString().contains(fault), qPrintable(reader.errorString()));
     }
-
     void refusedFileKeepsTheModel()
     {
         MemoryArchive archive;
@@ -665,7 +659,6 @@ private Q_SLOTS:
         text = sprites->messages()->at(0, Message::Error).text;
         QVERIFY2(text.contains(QLatin1String("cannot be opened")), qPrintable(text));
     }
-
     // Cut, flipped and spoilt archives, from a fixed seed: refused, or written again.
     void randomMutations_data()
     {
