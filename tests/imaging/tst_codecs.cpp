@@ -728,40 +728,6 @@ private Q_SLOTS:
             QCOMPARE(nothing.bytesAvailable(), qint64(2));
         }
     }
-    // The palette behind the pixels, else the 16 header colours and black.
-    void pcxFindsThePalette_data()
-    {
-        QTest::addColumn<int>("bits");
-        QTest::addColumn<QByteArray>("tail");
-        QTest::addColumn<bool>("expectPalette");
-        QTest::newRow("marker right behind") << 8 << pcxPalette() << true;
-        // One stray byte: the skip lands on the first palette byte.
-        QTest::newRow("stray byte") << 8 << '\0' + pcxPalette() << false;
-        QTest::newRow("many stray bytes") << 8 << QByteArray(40, 'x') + pcxPalette() << false;
-        QTest::newRow("other marker") << 8 << pcxPalette().replace(0, 1, "\x0D") << false;
-        QTest::newRow("palette cut short") << 8 << pcxPalette().left(768) << false;
-        QTest::newRow("no palette") << 8 << QByteArray() << false;
-        QTest::newRow("5 bits") << 5 << pcxPalette() << true;
-    }
-    void pcxFindsThePalette()
-    {
-        QFETCH(int, bits);
-        QFETCH(QByteArray, tail);
-        QFETCH(bool, expectPalette);
-        bool ok = false;
-        bool hasPalette = bits == 5 || !expectPalette; // 5 bits leave it as it was
-        QImage const image =
-            loadedPcx(pcxHeader(2, 1, 2, 1, bits) + hex("01c1f0") + tail, &ok, &hasPalette);
-        QVERIFY(ok);
-        QCOMPARE(hasPalette, expectPalette);
-        QCOMPARE(pixels(image), hex("01f0"));
-        QList<QRgb> colors;
-        for (int i = 0; i < (bits == 8 ? 256 : 0); ++i)
-            colors << (expectPalette ? qRgb(255 - i, i, 7)
-                           : i < 16  ? qRgb(i, 2 * i, 3 * i)
-                                     : qRgb(0, 0, 0));
-        QCOMPARE(image.colorTable(), colors);
-    }
     // Saved and read back from a pipe; RGB32 comes back with a fourth byte of 0,
     // premultiplied bytes as they were, as plain ARGB32.
     void pcxRoundTrips_data()
@@ -795,37 +761,50 @@ private Q_SLOTS:
     }
     // Under a limit of a megabyte: bad headers leave the image untouched; data
     // cut short and images past the limit give a null image; lines shorter than
-    // their pixels leave the rest 0.
+    // their pixels leave the rest 0. The palette is the one right behind the
+    // pixels, else the 16 header colours and black.
     void pcxLoads_data()
     {
         QTest::addColumn<QByteArray>("file");
-        QTest::addColumn<QByteArray>("result"); // the pixels, "null" or "untouched"
-        auto sized = [](char const *name, int width, int height, int bytesPerLine, bool ok) {
+        QTest::addColumn<QByteArray>("result"); // pixels and palette, "null" or "untouched"
+        auto row = [](char const *name, QByteArray const &file, QByteArray const &result) {
+            QTest::newRow(name) << file << result;
+        };
+        auto sized = [&](char const *name, int width, int height, int bytesPerLine, bool ok) {
             QByteArray line;
             for (int left = bytesPerLine; left > 0; left -= 63)
                 line += QByteArray(1, char(0xC0 | std::min(left, 63))) + char(7);
             int const stored = std::min(width, bytesPerLine);
-            QByteArray const file = pcxHeader(width, height, bytesPerLine) + line.repeated(height);
-            QTest::newRow(name)
-                << file + QByteArray(1000, 1)
-                << (ok ? (QByteArray(stored, 7) + QByteArray(width - stored, 0)).repeated(height)
-                       : QByteArray("null"));
+            QByteArray const pixels = QByteArray(stored, 7) + QByteArray(width - stored, 0);
+            row(name,
+                pcxHeader(width, height, bytesPerLine) + line.repeated(height) +
+                    QByteArray(1000, 1),
+                ok ? pixels.repeated(height).toHex() + ", header colours" : "null");
         };
         sized("huge, one byte a line", 65535, 65535, 1, false);
         sized("a megabyte", 1024, 1024, 1024, true);
         sized("a line more", 1024, 1025, 1024, false);
         sized("lines a byte short", 10, 2, 9, true);
         sized("lines a byte long", 3, 2, 4, true);
+        QByteArray const two = pcxHeader(2, 1, 2) + hex("01c1f0");
+        row("palette right behind", two + pcxPalette(), "01f0, file palette, found");
+        // One stray byte: the skip lands on the first palette byte.
+        row("stray byte", two + '\0' + pcxPalette(), "01f0, header colours");
+        row("many stray bytes", two + QByteArray(40, 'x') + pcxPalette(), "01f0, header colours");
+        row("other marker", two + pcxPalette().replace(0, 1, "\x0D"), "01f0, header colours");
+        row("palette cut short", two + pcxPalette().left(768), "01f0, header colours");
+        row("no palette", two, "01f0, header colours");
+        // Five bits have no palette and leave the answer as it was.
+        row("5 bits", pcxHeader(2, 1, 2, 1, 5) + hex("01c1f0") + pcxPalette(),
+            "01f0, 0 colours, found");
         QByteArray const good = pcxHeader(2, 1) + hex("0102");
-        QByteArray const untouched("untouched");
-        QTest::newRow("manufacturer") << QByteArray(good).replace(0, 1, "\x0B") << untouched;
-        QTest::newRow("version") << QByteArray(good).replace(1, 1, "\x03") << untouched;
-        QTest::newRow("16 bits") << pcxHeader(2, 1, 2, 2) + hex("0102") << untouched;
-        QTest::newRow("4 bits") << pcxHeader(2, 1, 2, 1, 4) + hex("0102") << untouched;
-        QTest::newRow("empty") << QByteArray() << untouched;
-        QTest::newRow("half a header") << good.left(2) << untouched;
-        QTest::newRow("30000 x 30000")
-            << pcxHeader(30000, 30000) + hex("ff01") << QByteArray("null");
+        row("manufacturer", QByteArray(good).replace(0, 1, "\x0B"), "untouched");
+        row("version", QByteArray(good).replace(1, 1, "\x03"), "untouched");
+        row("16 bits", pcxHeader(2, 1, 2, 2) + hex("0102"), "untouched");
+        row("4 bits", pcxHeader(2, 1, 2, 1, 4) + hex("0102"), "untouched");
+        row("empty", QByteArray(), "untouched");
+        row("half a header", good.left(2), "untouched");
+        row("30000 x 30000", pcxHeader(30000, 30000) + hex("ff01"), "null");
         QByteArray const file = saved(
             [](QIODevice *d) { return savePCX(noiseImage(31, 17, QImage::Format_ARGB32, 9), d); });
         for (int length = 129; length < file.size(); length += 7)
@@ -835,15 +814,25 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, file);
         QFETCH(QByteArray, result);
+        QList<QRgb> palette;
+        QList<QRgb> header;
+        for (int i = 0; i < 256; ++i) {
+            palette << qRgb(255 - i, i, 7);
+            header << (i < 16 ? qRgb(i, 2 * i, 3 * i) : qRgb(0, 0, 0));
+        }
         int const limit = QImageReader::allocationLimit();
         QImageReader::setAllocationLimit(1); // megabytes
         QImage image(3, 3, QImage::Format_RGB32);
         image.fill(Qt::red);
         QImage const before = image;
         Source device(file);
-        bool const ok = loadPCX(image, &device, nullptr);
+        bool hasPalette = true;
+        bool const ok = loadPCX(image, &device, &hasPalette);
         QImageReader::setAllocationLimit(limit);
-        QCOMPARE(ok                    ? pixels(image)
+        QByteArray const colours = image.colorTable() == palette ? "file palette"
+            : image.colorTable() == header                       ? "header colours"
+                                           : QByteArray::number(image.colorCount()) + " colours";
+        QCOMPARE(ok ? pixels(image).toHex() + ", " + colours + (hasPalette ? ", found" : "")
                      : image.isNull()  ? QByteArray("null")
                      : image == before ? QByteArray("untouched")
                                        : QByteArray("changed"),
