@@ -34,14 +34,12 @@ Colors distinct()
         p.c[i] = RGBA{uchar(i), uchar(255 - i), uchar(i * 7), uchar(i ^ 0x55)};
     return p;
 }
-
 Colors with(Colors p, std::initializer_list<std::pair<int, RGBA>> entries)
 {
     for (auto [i, color] : entries)
         p.c[i] = color;
     return p;
 }
-
 Mask maskOf(QList<int> const &entries)
 {
     Mask mask{};
@@ -68,14 +66,12 @@ class WordList : public OrganizableObject
 {
 public:
     explicit WordList(QStringList words) : words(std::move(words)) {}
-
     QStringList words;
     Moves moves;
     QList<bool> movesFromDrag;
     int changeDepth = 0;
     int changeSteps = 0;
     int compares = 0;
-
     int rowCount(QModelIndex const &parent = {}) const override
     {
         return parent.isValid() ? 0 : int(words.size());
@@ -126,7 +122,6 @@ public:
         QCOMPARE(sorted.join(QString()), QStringLiteral("abcde"));
     }
 };
-
 QStringList const five = {QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"),
                           QStringLiteral("d"), QStringLiteral("e")};
 

@@ -54,7 +54,6 @@ struct ArchiveFile
     {"data/fight.sff", "", SffVersion::V101, 43, -1, 0},
     {"screenpack/num72.sff", "num72", SffVersion::V201, 22, 0, 0},
 };
-
 struct Releaser
 {
     void operator()(SffSprites *sprites) const { sprites->release(); }
@@ -67,12 +66,10 @@ SpritesPointer open(QString const &path, Archive &archive = FileSystemArchive::i
     SpritesPointer sprites(new SffSprites);
     return sprites->fromFile(archive, path, 0, nullptr) ? std::move(sprites) : nullptr;
 }
-
 QString game(QString const &root, char const *path)
 {
     return root + QStringLiteral("/game/") + QLatin1String(path);
 }
-
 auto const sha1 = [](QByteArray const &bytes) {
     return QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex();
 };
@@ -149,7 +146,6 @@ struct Field
     int bits;
     qint64 value;
 };
-
 qint64 place(QByteArray const &d, In in, int k)
 {
     qint64 at = in == In::File ? 0 : get32(d, 24);
@@ -161,7 +157,6 @@ qint64 place(QByteArray const &d, In in, int k)
         : in == In::Palette ? get32(d, PaletteListOffset) + PaletteNodeSize * k
                             : at;
 }
-
 void damage(QByteArray &d, Field const &f)
 {
     qint64 const p = place(d, f.in, f.k) + f.at;
