@@ -12,7 +12,6 @@
 #include "testdata.h"
 
 #include <QBuffer>
-#include <QCryptographicHash>
 #include <QFile>
 #include <QImageReader>
 #include <QRandomGenerator>
@@ -56,18 +55,6 @@ QByteArray pixels(QImage const &image)
         packed.append(reinterpret_cast<char const *>(image.constScanLine(y)),
                       qsizetype(image.width()) * image.depth() / 8);
     return packed;
-}
-auto const sha1 = [](QByteArray const &data) {
-    return QCryptographicHash::hash(data, QCryptographicHash::Sha1).toHex();
-};
-
-// Size and pixels as the stream manifest gives them: indices, or R, G, B, A bytes.
-QString summary(QImage image)
-{
-    if (image.format() != QImage::Format_Indexed8)
-        image = image.convertToFormat(QImage::Format_RGBA8888);
-    return QString::asprintf("%dx%d %s", image.width(), image.height(),
-                             sha1(pixels(image)).constData());
 }
 
 // An image whose every byte, padding included, is \a value.
@@ -865,12 +852,11 @@ private Q_SLOTS:
         QFETCH(StreamEntry, entry);
         QByteArray const data = KenroTest::readFile(entry.path);
         QVERIFY2(data != "<missing>", qPrintable(entry.path));
-        QString const want =
-            QStringLiteral("%1x%2 %3").arg(entry.width).arg(entry.height).arg(entry.pixelsSha1);
+        QString const want = entry.summary();
         QImage image(entry.width, entry.height, QImage::Format_Indexed8);
         auto decode = [&image](Load const &load, QByteArray const &stream) {
             Source device(stream);
-            return load(image, &device) ? summary(image) : QStringLiteral("failed");
+            return load(image, &device) ? KenroTest::imageSummary(image) : QStringLiteral("failed");
         };
         if (entry.format == QLatin1String("png32")) {
             QCOMPARE(decode(loadPNG, data), want);
@@ -878,16 +864,14 @@ private Q_SLOTS:
             bool hasPalette = false;
             Source device(data);
             QVERIFY(loadPCX(image, &device, &hasPalette) && device.atEnd());
-            QCOMPARE(summary(image), want);
-            QByteArray rgb;
-            for (QRgb color : image.colorTable())
-                rgb += QByteArray(1, char(qRed(color))) + char(qGreen(color)) + char(qBlue(color));
+            QCOMPARE(KenroTest::imageSummary(image), want);
             QCOMPARE(image.colorCount(), 256);
-            QCOMPARE(hasPalette ? sha1(rgb) : QByteArray(), entry.paletteSha1);
+            QCOMPARE(hasPalette ? KenroTest::paletteSha1(image.colorTable()) : QByteArray(),
+                     entry.paletteSha1);
             QImage again;
             Source copy(saved([&](QIODevice *d) { return savePCX(image, d); }));
             QVERIFY(loadPCX(again, &copy, &hasPalette) && hasPalette); // ours carry their palette
-            QCOMPARE(summary(again), want);
+            QCOMPARE(KenroTest::imageSummary(again), want);
             QCOMPARE(again.colorTable(), image.colorTable());
         } else if (entry.format == QLatin1String("lz5")) {
             QCOMPARE(decode(loadLZ5, data), want);
