@@ -448,28 +448,26 @@ private Q_SLOTS:
         QTest::addColumn<int>("format");
         QTest::addColumn<QByteArray>("stored");
         QTest::addColumn<QImage>("expected");
-        QImage indexed(7, 5, QImage::Format_Indexed8);
-        for (int i = 0; i < 35; ++i)
-            indexed.scanLine(i / 7)[i % 7] = uchar((i % 7 / 3 + i / 7) % 4 + (i % 7 == 6 ? 28 : 0));
+        QImage indexed(8, 5, QImage::Format_Indexed8); // lines without padding
+        for (int i = 0; i < 40; ++i)
+            indexed.bits()[i] = uchar((i % 8 / 3 + i / 8) % 4 + (i % 8 == 6 ? 28 : 0));
         QImage grey = indexed;
         for (int i = 0; i < 256; ++i) {
             indexed.setColor(i, qRgb(i, 255 - i, i / 2));
             grey.setColor(i, qRgb(i, i, i)); // Qt writes a grey ramp as a grey PNG
         }
-        QByteArray pixels;
-        for (int y = 0; y < 5; ++y)
-            pixels.append(reinterpret_cast<char const *>(indexed.constScanLine(y)), 7);
+        QByteArray const pixels(reinterpret_cast<char const *>(indexed.constBits()), 40);
         QTest::newRow("raw") << int(FormatRaw) << pixels << indexed;
         QTest::newRow("raw with a length")
-            << int(FormatRaw) << QByteArray::fromHex("23000000") + pixels << indexed;
+            << int(FormatRaw) << QByteArray::fromHex("28000000") + pixels << indexed;
         // RLE5, written out: 6 of colour 5, 2 of 1 and 27 of 9.
         QImage five(7, 5, QImage::Format_Indexed8);
         for (int i = 0; i < 35; ++i)
             five.scanLine(i / 7)[i % 7] = uchar(i < 6 ? 5 : i < 8 ? 1 : 9);
         QTest::newRow("RLE5") << int(FormatRLE5)
                               << QByteArray::fromHex("23000000 05 85 05 21 e9 e9 e9 69") << five;
-        QTest::newRow("PNG8") << int(FormatPNG8) << stored(indexed, savePNG, 35) << indexed;
-        QTest::newRow("PNG8 grey") << int(FormatPNG8) << stored(grey, savePNG, 35) << indexed;
+        QTest::newRow("PNG8") << int(FormatPNG8) << stored(indexed, savePNG, 40) << indexed;
+        QTest::newRow("PNG8 grey") << int(FormatPNG8) << stored(grey, savePNG, 40) << indexed;
         QImage mono(9, 2, QImage::Format_Mono);
         mono.setColorTable({qRgb(0, 0, 0), qRgb(255, 0, 0)});
         mono.fill(0);
@@ -491,12 +489,12 @@ private Q_SLOTS:
         // Indexed streams in the translate block, as stages keep them.
         SffContent content;
         content.palettes.append(SffPaletteData());
-        auto image = std::make_shared<SffImage>();
-        image->image = expected;
-        image->stored = stored;
-        image->storedFormat = quint8(format);
-        image->storedDepth = format == FormatPNG24 ? 24 : format == FormatPNG32 ? 32 : 8;
-        image->storedInTranslateBlock = expected.format() == QImage::Format_Indexed8;
+        auto image =
+            std::make_shared<SffImage>(SffImage{expected, stored, quint8(format),
+                                                quint8(format == FormatPNG24       ? 24
+                                                           : format == FormatPNG32 ? 32
+                                                                                   : 8),
+                                                expected.format() == QImage::Format_Indexed8});
         content.sprites = {{3, 4, 1, -1, image, 0}, {3, 5, 0, 0, image, 0}};
         SffWriter writer;
         QByteArray const bytes = writer.write(content, SffVersion::V201);
