@@ -46,7 +46,6 @@ QImage indexed(int width, int height, QByteArray const &pixels)
         memcpy(image.scanLine(y), pixels.constData() + y * width, size_t(width));
     return image;
 }
-
 // The pixel bytes of \a image, lines packed without padding.
 QByteArray pixels(QImage const &image)
 {
@@ -56,7 +55,6 @@ QByteArray pixels(QImage const &image)
                       qsizetype(image.width()) * image.depth() / 8);
     return packed;
 }
-
 // An image whose every byte, padding included, is \a value.
 QImage filled(QSize size, QImage::Format format, uchar value = 0xEE)
 {
@@ -64,8 +62,6 @@ QImage filled(QSize size, QImage::Format format, uchar value = 0xEE)
     memset(image.bits(), value, size_t(image.sizeInBytes()));
     return image;
 }
-
-// What \a save writes, or "<failed>".
 template<typename Function>
 QByteArray saved(Function save)
 {
@@ -73,7 +69,6 @@ QByteArray saved(Function save)
     QBuffer out(&stream);
     return save(&out) ? stream : QByteArray("<failed>");
 }
-
 // A buffer, but not a QBuffer as such, open for reading.
 struct Source : QBuffer
 {
@@ -83,8 +78,6 @@ struct Source : QBuffer
         open(QIODevice::ReadOnly);
     }
 };
-
-// The RLE8 decoding paths this processor can take, the default last.
 QList<QPair<Rle8Path, char const *>> rle8Paths()
 {
     QList<QPair<Rle8Path, char const *>> paths{{Rle8Path::Portable, "portable"}};
@@ -102,7 +95,6 @@ auto const loadPcx = [](QImage &image, QIODevice *device) {
 auto const saveLz5 = [](QImage const &image, QIODevice *device) {
     return saveLZ5(image, device, true);
 };
-
 // A PCX header for an image at 0, 0; the 16 header colours are (i, 2i, 3i).
 QByteArray pcxHeader(int width, int height, int bytesPerLine = -1, int planes = 1, int bits = 8)
 {
@@ -116,7 +108,6 @@ QByteArray pcxHeader(int width, int height, int bytesPerLine = -1, int planes = 
         data[16 + i] = char(i / 3 * (i % 3 + 1));
     return data;
 }
-
 // The marker and a palette of 256 colours (255 - i, i, 7).
 QByteArray pcxPalette()
 {
@@ -125,7 +116,6 @@ QByteArray pcxPalette()
         data += QByteArray(1, char(255 - i)) + char(i) + char(7);
     return data;
 }
-
 // Noise of every byte value; RGB32 pixels opaque, as the format reads them back.
 QImage noiseImage(int width, int height, QImage::Format format, quint32 seed)
 {
@@ -136,7 +126,6 @@ QImage noiseImage(int width, int height, QImage::Format format, quint32 seed)
         ? image.convertToFormat(QImage::Format_ARGB32).convertToFormat(format)
         : image;
 }
-
 // A small indexed image with a palette, that every format can carry.
 QImage sample()
 {
@@ -145,7 +134,6 @@ QImage sample()
         image.setColor(i, qRgb(i, 255 - i, i / 2));
     return image;
 }
-
 // A trickling pipe gives five bytes a read, so that chunks end anywhere in a packet.
 char const *const deviceNames[] = {"buffer", "buffer at an offset", "buffer subclass", "pipe",
                                    "trickling pipe"};
@@ -162,7 +150,6 @@ std::unique_ptr<QIODevice> makeDevice(int kind, QByteArray const &data)
         buffer->seek(6);
     return buffer;
 }
-
 // Reads a stream as a data stream does: zeros past the end, remembering it.
 struct Bytes
 {
@@ -172,7 +159,6 @@ struct Bytes
     bool atEnd() const { return taken >= data.size(); }
     uint next() { return (past = past || atEnd()) ? 0 : uchar(data[taken++]); }
 };
-
 // Writes bytes into the lines of an image, skipping the padding behind each line.
 struct Lines
 {
@@ -275,7 +261,6 @@ Outcome referenceLz5(QImage &image, QByteArray const &stream)
         memcpy(image.scanLine(y), pixels.constData() + qint64(y) * image.width(), size_t(taken));
     return {ok && !in.past, in.taken};
 }
-
 // PCX up to the palette, which the codec tests look after.
 Outcome referencePcx(QImage &image, QByteArray const &file)
 {
@@ -324,7 +309,6 @@ Outcome referencePcx(QImage &image, QByteArray const &file)
     }
     return {!in.past, in.taken};
 }
-
 // An image whose bytes, padding included, are pixels with runs, repeats of
 // earlier pixels near and far, and noise.
 QImage structuredImage(QSize size, QImage::Format format, QRandomGenerator &random,
@@ -345,7 +329,6 @@ QImage structuredImage(QSize size, QImage::Format format, QRandomGenerator &rand
     memcpy(image.bits(), pixels.constData(), size_t(image.sizeInBytes()));
     return image;
 }
-
 // Bytes of which a share of about one in \a oneIn are from 0x40 to 0x7F.
 QByteArray biasedNoise(int count, QRandomGenerator &random, int oneIn)
 {
@@ -356,15 +339,12 @@ QByteArray biasedNoise(int count, QRandomGenerator &random, int oneIn)
     }
     return data;
 }
-
-// Mostly small, sometimes with many pixels.
 QSize caseSize(QRandomGenerator &random)
 {
     if (random.bounded(5) == 0)
         return QSize(random.bounded(100, 400), random.bounded(10, 40));
     return QSize(random.bounded(1, 70), random.bounded(1, 40));
 }
-
 // Cuts a stream somewhere, spoils a few of its bytes, or leaves it.
 QByteArray mutated(QByteArray stream, QRandomGenerator &random)
 {
@@ -377,7 +357,6 @@ QByteArray mutated(QByteArray stream, QRandomGenerator &random)
 }
 using Loader = bool (*)(QImage &, QIODevice *);
 using Reference = Outcome (*)(QImage &, QByteArray const &);
-
 // What differs between \a load and \a reference on \a stream and a tail from
 // device \a kind; empty for nothing.
 QString disagreement(Loader load, Reference reference, QImage const &image,
@@ -404,14 +383,11 @@ QString disagreement(Loader load, Reference reference, QImage const &image,
                                  qint64(data.size() - outcome.taken));
     return QString();
 }
-
-// The random cases of each decoder: an image to decode into and a stream.
 struct Case
 {
     QImage image;
     QByteArray stream;
 };
-
 // RLE8 packets that encoders seldom write: runs of 0 to 3, run values that
 // are run bytes, rows of up to 2,000 single pixels; images filled or not.
 Case rle8Mixed(QRandomGenerator &random)
@@ -498,7 +474,6 @@ Case pcxCase(QRandomGenerator &random, int)
     return {filled(random.bounded(2) ? size : QSize(3, 2), QImage::Format_Indexed8),
             mutated(file, random)};
 }
-
 // Noise behind a header that gets past the checks, into no image.
 Case pcxNoiseCase(QRandomGenerator &random, int)
 {
@@ -508,7 +483,6 @@ Case pcxNoiseCase(QRandomGenerator &random, int)
             pcxHeader(size.width(), size.height(), random.bounded(45), planes) +
                 noise(random.bounded(900), random.generate())};
 }
-
 // Streams against the blocks of 64 bytes read at once, into images that end
 // before, inside and after their pixels: 13 streams in 15 sizes.
 Case rle8EdgeCase(QRandomGenerator &, int round)
@@ -565,7 +539,6 @@ class TestCodecs : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // The bytes an encoder writes, where given, and the pixels they decode to.
     void encodes_data()
     {
         QTest::addColumn<Save>("save");
@@ -909,7 +882,6 @@ private Q_SLOTS:
             QCOMPARE(runTagsPortable(bytes), expected);
         }
     }
-    // Random streams of each decoder, each RLE8 path, each kind of device.
     void randomStreams_data()
     {
         QTest::addColumn<int>("codec");

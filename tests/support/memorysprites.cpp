@@ -10,12 +10,10 @@ unsigned int MemorySprite::index() const
 {
     return static_cast<unsigned int>(owner->items.indexOf(const_cast<MemorySprite *>(this)));
 }
-
 Sprites *MemorySprite::parent() const
 {
     return owner;
 }
-
 void MemorySprite::setImage(QImage const &image, bool notify)
 {
     picture = image;
@@ -23,7 +21,6 @@ void MemorySprite::setImage(QImage const &image, bool notify)
     if (notify)
         Q_EMIT owner->dataChanged(owner->index(int(index())), owner->index(int(index())));
 }
-
 QVariant MemorySprites::data(QModelIndex const &index, int role) const
 {
     bool const valid =
@@ -31,7 +28,6 @@ QVariant MemorySprites::data(QModelIndex const &index, int role) const
     return valid && role == Qt::DisplayRole ? items.at(index.row())->identifier.toString()
                                             : QVariant();
 }
-
 void MemorySprites::move(unsigned int from, unsigned int to)
 {
     int const f = static_cast<int>(from);
@@ -43,7 +39,6 @@ void MemorySprites::move(unsigned int from, unsigned int to)
     endMoveRows();
     dirty = true;
 }
-
 int MemorySprites::compare(unsigned int a, unsigned int b) const
 {
     auto key = [this](unsigned int i) {
@@ -53,7 +48,6 @@ int MemorySprites::compare(unsigned int a, unsigned int b) const
     };
     return key(a) < key(b) ? -1 : (key(b) < key(a) ? 1 : 0);
 }
-
 void MemorySprites::remove(unsigned int index)
 {
     if (index >= count())
@@ -63,7 +57,6 @@ void MemorySprites::remove(unsigned int index)
     endRemoveRows();
     dirty = true;
 }
-
 Sprite *MemorySprites::insert(unsigned int index, QVariant const &identifier, QImage const &image,
                               ShareMode)
 {
@@ -76,7 +69,6 @@ Sprite *MemorySprites::insert(unsigned int index, QVariant const &identifier, QI
     dirty = true;
     return items.at(at);
 }
-
 int MemorySprites::find(unsigned int from, QVariant const &identifier) const
 {
     for (int i = static_cast<int>(from); i < items.size(); ++i) {
@@ -85,7 +77,6 @@ int MemorySprites::find(unsigned int from, QVariant const &identifier) const
     }
     return -1;
 }
-
 void MemorySprites::clear()
 {
     beginResetModel();

@@ -10,12 +10,10 @@ SequentialDevice::SequentialDevice(QByteArray data, OpenMode extra, qint64 piece
 {
     open(ReadOnly | extra);
 }
-
 qint64 SequentialDevice::bytesAvailable() const
 {
     return m_data.size() - m_offset + QIODevice::bytesAvailable();
 }
-
 qint64 SequentialDevice::readData(char *data, qint64 maxSize)
 {
     qint64 count = std::min<qint64>(maxSize, m_data.size() - m_offset);

@@ -15,7 +15,6 @@ QString StreamEntry::summary() const
         format == QLatin1String("png32") ? QImage::Format_ARGB32 : QImage::Format_Indexed8;
     return QString::asprintf("%dx%d %d %s", width, height, qtFormat, pixelsSha1.constData());
 }
-
 QList<StreamEntry> streamManifest(QString const &root)
 {
     QString const folder = root + QStringLiteral("/streams/");
@@ -31,7 +30,6 @@ QList<StreamEntry> streamManifest(QString const &root)
     }
     return entries;
 }
-
 QString imageSummary(QImage const &image)
 {
     QImage const bytes = image.format() == QImage::Format_Indexed8
@@ -44,7 +42,6 @@ QString imageSummary(QImage const &image)
     return QString::asprintf("%dx%d %d %s", image.width(), image.height(), int(image.format()),
                              hash.result().toHex().constData());
 }
-
 QByteArray paletteSha1(QList<QRgb> const &colors)
 {
     QByteArray rgb;

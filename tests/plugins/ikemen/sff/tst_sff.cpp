@@ -60,8 +60,6 @@ struct Releaser
     void operator()(SffSprites *sprites) const { sprites->release(); }
 };
 using SpritesPointer = std::unique_ptr<SffSprites, Releaser>;
-
-// Opens \a path of \a archive as a sprite file; null on failure.
 SpritesPointer open(QString const &path, Archive &archive = FileSystemArchive::instance())
 {
     SpritesPointer sprites(new SffSprites);
@@ -74,7 +72,6 @@ QString game(QString const &root, char const *path)
 auto const sha1 = [](QByteArray const &bytes) {
     return QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex();
 };
-
 // The colours of \a palette; empty for none.
 QByteArray colorBytes(Palette const *palette)
 {
@@ -83,8 +80,6 @@ QByteArray colorBytes(Palette const *palette)
         ? QByteArray(reinterpret_cast<char const *>(colors), sizeof colors)
         : QByteArray();
 }
-
-// The sprites of a file, one line each.
 QStringList describe(SffSprites const &sprites)
 {
     QStringList lines;
@@ -97,7 +92,6 @@ QStringList describe(SffSprites const &sprites)
     }
     return lines;
 }
-
 // Two palettes; sprites 0 and 1 with images (1 in true colour in 2.01), 2 a link to 0.
 QByteArray smallArchive(SffVersion version)
 {
@@ -120,7 +114,6 @@ QByteArray smallArchive(SffVersion version)
     content.sprites = {{1, 0, 2, 3, indexed, 0}, {1, 1, -4, 5, other, 1}, {2, 0, 0, 0, indexed, 0}};
     return SffWriter().write(content, version);
 }
-
 // A field to spoil: where (node, pixels or 1.01 subheader k), at, bits (none:
 // the file ends there), value; negative places and values count from the end.
 enum class In { File, Sprite, Palette, Pixels, Subheader };
@@ -156,7 +149,6 @@ void damage(QByteArray &d, Field const &f)
     else
         put32(d, p, v);
 }
-
 // What a node stores: the length of the pixels and the stream that \a save writes.
 QByteArray stored(QImage const &image, bool (*save)(QImage const &, QIODevice *), quint32 length)
 {
@@ -166,7 +158,6 @@ QByteArray stored(QImage const &image, bool (*save)(QImage const &, QIODevice *)
     put32(bytes, 0, length);
     return save(image, &buffer) ? bytes + stream : QByteArray();
 }
-
 // Pixels \a index on a ramp of colours rotated by \a shift.
 QImage rampImage(uchar index, int shift = 0)
 {
@@ -226,7 +217,6 @@ private Q_SLOTS:
         QCOMPARE(int(sprites->count() - images.size()), archive.linked);
         int streams = 0;
         for (KenroTest::StreamEntry const &stream : KenroTest::streamManifest(root)) {
-            // "<folder>/<index>_<group>_<number>.<suffix>"
             QStringList const parts =
                 stream.file.split(QRegularExpression(QStringLiteral("[/_.]")));
             if (parts.value(0) != QLatin1String(archive.streams))
@@ -351,7 +341,6 @@ private Q_SLOTS:
         palettes->clearUnused();
         QVERIFY(palettes->find(0, fresh) >= 0);
     }
-    // Sprites added, shared, copied, cropped and removed; saved in each version.
     void editing()
     {
         MemoryArchive archive; // outlives the file that keeps it
@@ -442,7 +431,6 @@ private Q_SLOTS:
         QVERIFY(sprite->isEmpty());
         QCOMPARE(rows.size(), 1);
     }
-    // A sprite stored in each pixel format and a link to it, read and written anew.
     void everyPixelFormat_data()
     {
         QTest::addColumn<int>("format");
@@ -514,7 +502,6 @@ private Q_SLOTS:
         QVERIFY(reader.read(writer.write(read, SffVersion::V201), again));
         QCOMPARE(imageSummary(again.sprites.at(1).image->image), imageSummary(expected));
     }
-    // Damaged archives are refused, each with what is wrong and where.
     void refused_data()
     {
         QTest::addColumn<SffVersion>("version");
@@ -622,7 +609,6 @@ private Q_SLOTS:
                                    qPrintable(sprites->messages()->at(0, Message::Error).text)),
                  QStringLiteral("3 good.sff 1: bad.sff: ") + reader.errorString());
     }
-    // Cut, flipped and spoilt archives, from a fixed seed: refused, or written again.
     void randomMutations_data()
     {
         QTest::addColumn<QByteArray>("archive");
