@@ -1,7 +1,5 @@
-// The image codecs on streams written by hand, on the real streams cut out of
-// sprite archives, and on random streams against the byte-by-byte decoders
-// below: whatever device and path a decoder takes, the pixels, the padding,
-// the answer and the bytes left unread must be theirs.
+// The image codecs on streams written by hand, on the real streams cut out of sprite
+// archives, and on random streams against the byte-by-byte decoders below.
 #include <kenro/imaging/imagecodecs.h>
 #include <kenro/imaging/imageinfo.h>
 
@@ -46,7 +44,6 @@ QImage indexed(int width, int height, QByteArray const &pixels)
         memcpy(image.scanLine(y), pixels.constData() + y * width, size_t(width));
     return image;
 }
-// The pixel bytes of \a image, lines packed without padding.
 QByteArray pixels(QImage const &image)
 {
     QByteArray packed;
@@ -55,7 +52,6 @@ QByteArray pixels(QImage const &image)
                       qsizetype(image.width()) * image.depth() / 8);
     return packed;
 }
-// An image whose every byte, padding included, is \a value.
 QImage filled(QSize size, QImage::Format format, uchar value = 0xEE)
 {
     QImage image(size, format);
@@ -345,7 +341,6 @@ QSize caseSize(QRandomGenerator &random)
         return QSize(random.bounded(100, 400), random.bounded(10, 40));
     return QSize(random.bounded(1, 70), random.bounded(1, 40));
 }
-// Cuts a stream somewhere, spoils a few of its bytes, or leaves it.
 QByteArray mutated(QByteArray stream, QRandomGenerator &random)
 {
     int const kind = random.bounded(4);
@@ -357,8 +352,7 @@ QByteArray mutated(QByteArray stream, QRandomGenerator &random)
 }
 using Loader = bool (*)(QImage &, QIODevice *);
 using Reference = Outcome (*)(QImage &, QByteArray const &);
-// What differs between \a load and \a reference on \a stream and a tail from
-// device \a kind; empty for nothing.
+// What differs between \a load and \a reference on \a stream and a tail; empty for nothing.
 QString disagreement(Loader load, Reference reference, QImage const &image,
                      QByteArray const &stream, int kind, bool checkUnread)
 {
@@ -587,7 +581,6 @@ private Q_SLOTS:
         rle8("RLE8 lone bytes", indexed(5, 1, hex("3f407f8000")), "3f4140417f8000");
         rle8("RLE8 64 of 0x7F", indexed(64, 1, QByteArray(64, 0x7F)), "7f7f417f");
         rle8("RLE8 empty image", QImage(), "");
-        // Runs cross the ends of lines, padded ones too.
         rle8("RLE8 padded lines", noiseImage(13, 11, QImage::Format_Indexed8, 3), "");
         QImage argb(9, 7, QImage::Format_ARGB32);
         argb.fill(qRgba(1, 0x41, 0x41, 0x41));
@@ -651,18 +644,15 @@ private Q_SLOTS:
         QCOMPARE(saved([&](QIODevice *d) { return saveRLE8(mono, d); }), QByteArray());
         QByteArray const header =
             saved([&](QIODevice *d) { return savePCX(QImage(4, 4, QImage::Format_RGB16), d); });
-        QCOMPARE(header.size(), 128); // no plane, a header only
-        QCOMPARE(int(header[65]), 0);
+        QVERIFY(header.size() == 128 && header[65] == 0); // no plane, a header only
         QByteArray const runs(200, 0x7F); // of 63 pixels each in RLE8, of 128 in RLE5
         for (auto [load, stream] : {std::pair{Load(loadLZ5), hex("0000ff00ff00ff")},
                                     {Load(loadRLE5), runs},
                                     {Load(loadRLE8), runs}}) {
             Source device(stream);
-            QVERIFY(load(mono, &device));
-            QImage empty;
             Source nothing(hex("0021"));
-            QVERIFY(load(empty, &nothing));
-            QCOMPARE(nothing.bytesAvailable(), qint64(2));
+            QImage empty;
+            QVERIFY(load(mono, &device) && load(empty, &nothing) && nothing.bytesAvailable() == 2);
         }
     }
     // Under a limit of a megabyte: bad headers leave the image untouched; data
@@ -770,8 +760,8 @@ private Q_SLOTS:
         QImage image = filled({5, 3}, QImage::Format_Indexed8, 7);
         QImage const before = image;
         QFile missing(QStringLiteral("/nonexistent/kenro/missing.bin"));
-        QVERIFY(!load(image, nullptr) && !save(image, nullptr));
-        QVERIFY(!load(image, &missing) && !save(image, &missing));
+        QVERIFY(!load(image, nullptr) && !save(image, nullptr) && !load(image, &missing) &&
+                !save(image, &missing));
         QCOMPARE(image, before);
         QVERIFY(load(image, &device));
         QCOMPARE(device.openMode() & QIODevice::ReadWrite, QIODevice::ReadOnly);
@@ -784,13 +774,11 @@ private Q_SLOTS:
     {
         QImage image(3, 3, QImage::Format_RGB32);
         Source garbage(QByteArray("not a PNG at all"));
-        QVERIFY(loadPNG(image, &garbage));
-        QVERIFY(image.isNull());
+        QVERIFY(loadPNG(image, &garbage) && image.isNull());
         QByteArray data("old");
         QBuffer readOnly(&data);
         readOnly.open(QIODevice::ReadOnly);
-        QVERIFY(!savePNG(sample(), &readOnly));
-        QCOMPARE(data, QByteArray("old"));
+        QVERIFY(!savePNG(sample(), &readOnly) && data == "old");
         QTemporaryDir dir;
         QFile writeOnly(dir.filePath(QStringLiteral("a.png")));
         QVERIFY(writeOnly.open(QIODevice::WriteOnly));
@@ -798,8 +786,7 @@ private Q_SLOTS:
         QVERIFY(!savePNG(sample(), &writeOnly)); // opened again, which a file refuses
         QVERIFY(savePCX(sample(), &writeOnly)); // the others ask for writability
         QFile readWrite(dir.filePath(QStringLiteral("b.png")));
-        QVERIFY(readWrite.open(QIODevice::ReadWrite));
-        QVERIFY(savePNG(sample(), &readWrite));
+        QVERIFY(readWrite.open(QIODevice::ReadWrite) && savePNG(sample(), &readWrite));
         readWrite.close();
         QCOMPARE(QImage(readWrite.fileName(), "PNG").size(), QSize(5, 3));
     }

@@ -19,7 +19,6 @@
 
 #include <QAbstractItemModelTester>
 #include <QBuffer>
-#include <QCryptographicHash>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSet>
@@ -69,9 +68,6 @@ QString game(QString const &root, char const *path)
 {
     return root + QStringLiteral("/game/") + QLatin1String(path);
 }
-auto const sha1 = [](QByteArray const &bytes) {
-    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex();
-};
 // The colours of \a palette; empty for none.
 QByteArray colorBytes(Palette const *palette)
 {
@@ -87,7 +83,7 @@ QStringList describe(SffSprites const &sprites)
         SffSprite const *x = sprites.sprite(i);
         lines << QString::asprintf("%s at %d,%d: %s %s%s", qPrintable(x->label()), x->axis().x(),
                                    x->axis().y(), qPrintable(imageSummary(x->pixels())),
-                                   sha1(colorBytes(x->palette())).constData(),
+                                   KenroTest::paletteSha1(x->image().colorTable()).constData(),
                                    x->imageIsShared() ? " shared" : "");
     }
     return lines;
@@ -194,10 +190,9 @@ private Q_SLOTS:
         QFETCH(int, file);
         ArchiveFile const &archive = archiveFiles[file];
         SpritesPointer const sprites = open(game(root, archive.path));
-        QVERIFY(sprites);
+        QVERIFY(sprites && sprites->messages()->count(Message::All) == 0);
         QCOMPARE(sprites->version(), archive.version);
         QCOMPARE(int(sprites->count()), archive.sprites);
-        QCOMPARE(sprites->messages()->count(Message::All), 0u);
         QVERIFY(archive.palettes < 0 || int(sprites->palettes()->count()) == archive.palettes);
         QSet<SffImage const *> images;
         QSet<Palette const *> used;
@@ -257,8 +252,7 @@ private Q_SLOTS:
             }
             QVERIFY2(written, qPrintable(message));
             SpritesPointer const again = open(QStringLiteral("out.sff"), out);
-            QVERIFY(again);
-            QCOMPARE(again->version(), version);
+            QVERIFY(again && again->version() == version);
             QCOMPARE(describe(*again), describe(*sprites));
             unsigned int const palettes = sprites->palettes()->count();
             unsigned int const kept =
@@ -277,10 +271,9 @@ private Q_SLOTS:
         SffContent content;
         QByteArray const bytes = KenroTest::readFile(game(root, archive.path));
         QVERIFY2(reader.read(bytes, content), qPrintable(reader.errorString()));
-        QByteArray rewritten = SffWriter().write(content, content.version);
-        QVERIFY(rewritten.size() > 13);
-        rewritten[13] = bytes[13];
-        QVERIFY(archive.version == SffVersion::V101 || rewritten == bytes);
+        QByteArray const rewritten = SffWriter().write(content, content.version);
+        QVERIFY(archive.version == SffVersion::V101 ||
+                rewritten.left(13) + bytes.at(13) + rewritten.mid(14) == bytes);
     }
     // A palette file holds the last colour first. Shown over the archive's
     // palette of its identifier, it is not an edit; of an identifier no palette
@@ -589,9 +582,9 @@ private Q_SLOTS:
         SffReader reader;
         SffContent content;
         QVERIFY2(reader.read(data, content), qPrintable(reader.errorString()));
-        QCOMPARE(content.sprites.size(), 3);
-        QCOMPARE(content.sprites.at(2).image, content.sprites.at(0).image);
-        QCOMPARE(content.sprites.at(1).axisX, qint16(-4));
+        QVERIFY(content.sprites.size() == 3 &&
+                content.sprites.at(2).image == content.sprites.at(0).image &&
+                content.sprites.at(1).axisX == -4);
         for (Field const &field : fields)
             damage(data, field);
         QVERIFY2(!reader.read(data, content), "a damaged archive was taken");
