@@ -438,19 +438,19 @@ private Q_SLOTS:
         QTest::addColumn<QPoint>("oldAxis");
         QTest::addColumn<QPoint>("newAxis");
         QTest::addColumn<QPoint>("extent");
-        QImage indexed(3, 2, QImage::Format_Indexed8);
-        indexed.setColorTable({qRgb(1, 2, 3), qRgb(4, 5, 6)});
-        indexed.fill(1);
-        indexed.setPixel(0, 1, 0);
-        QImage argb(3, 2, QImage::Format_ARGB32);
-        argb.fill(qRgba(10, 20, 30, 200));
-        argb.setPixel(2, 0, qRgba(1, 2, 3, 4));
-        QImage rgb(3, 2, QImage::Format_RGB32);
-        rgb.fill(qRgb(1, 2, 3));
-        QImage mono(9, 2, QImage::Format_Mono);
-        mono.setColorTable({qRgb(0, 0, 0), qRgb(255, 255, 255)});
-        mono.fill(1);
-        mono.setPixel(8, 1, 0);
+        // Pixels of every byte value; colour tables for all of them.
+        auto image = [](int width, QImage::Format format) {
+            QImage image(width, 2, format);
+            for (int i = 0; i < image.sizeInBytes(); ++i)
+                image.bits()[i] = uchar(i * 37 + 11);
+            for (int i = 0; i < (image.depth() == 8 ? 256 : image.depth() == 1 ? 2 : 0); ++i)
+                image.setColor(i, qRgb(i, 255 - i, i / 2));
+            return image;
+        };
+        QImage const indexed = image(3, QImage::Format_Indexed8);
+        QImage const argb = image(3, QImage::Format_ARGB32);
+        QImage const rgb = image(3, QImage::Format_RGB32);
+        QImage const mono = image(9, QImage::Format_Mono);
         QTest::newRow("indexed") << indexed << QPoint(1, 1) << QPoint(4, 5) << QPoint(6, 2);
         QTest::newRow("argb") << argb << QPoint(0, 0) << QPoint(2, 1) << QPoint(3, 3);
         QTest::newRow("rgb") << rgb << QPoint(2, 1) << QPoint(2, 1) << QPoint(1, 1);

@@ -14,11 +14,9 @@ public:
     MemorySprite(MemorySprites *owner, QVariant const &identifier, QImage const &picture)
         : owner(owner), identifier(identifier), picture(picture)
     {}
-
     MemorySprites *owner;
     QVariant identifier;
     QImage picture;
-
     QVariant property(QString const &name) const override
     {
         return name == QLatin1String("Identifier") ? identifier : QVariant();
@@ -57,7 +55,6 @@ class MemorySprites : public Kenro::Sprites
 public:
     QList<MemorySprite *> items;
     bool dirty = false;
-
     int rowCount(QModelIndex const &parent = QModelIndex()) const override
     {
         return parent.isValid() ? 0 : static_cast<int>(items.size());

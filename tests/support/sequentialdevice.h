@@ -12,9 +12,8 @@ namespace KenroTest {
 class SequentialDevice : public QIODevice
 {
 public:
-    /// Opens for reading, with \a extra flags such as Unbuffered.
+    /// Open for reading, with \a extra flags such as Unbuffered.
     explicit SequentialDevice(QByteArray data, OpenMode extra = NotOpen, qint64 piece = 0);
-
     bool isSequential() const override { return true; }
     qint64 bytesAvailable() const override;
 

@@ -17,7 +17,6 @@ struct StreamEntry
     int height = 0;
     QByteArray pixelsSha1;
     QByteArray paletteSha1; // empty when the file has no palette
-
     /// What imageSummary() gives for the image of the stream.
     QString summary() const;
 };
