@@ -4,6 +4,7 @@
 #include <kenro/imaging/paletteobject.h>
 
 #include "memorysprites.h"
+#include "testdata.h"
 
 #include <QAbstractItemModelTester>
 #include <QMimeData>
@@ -114,8 +115,7 @@ public:
         QCOMPARE(sorted.join(QString()), QStringLiteral("abcde"));
     }
 };
-QStringList const five = {QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"),
-                          QStringLiteral("d"), QStringLiteral("e")};
+QStringList const five = QStringLiteral("a b c d e").split(u' ');
 
 } // namespace
 
@@ -157,10 +157,9 @@ private Q_SLOTS:
         QFETCH(RGBA, wanted);
         QFETCH(int, expected);
         Colors p;
-        for (RGBA &c : p.c)
-            c = third == RGBA{} && ninth == RGBA{} ? RGBA{} : RGBA{250, 250, 250, 128};
-        p.c[3] = third;
-        p.c[9] = ninth;
+        std::fill_n(p.c, 256,
+                    third == RGBA{} && ninth == RGBA{} ? RGBA{} : RGBA{250, 250, 250, 128});
+        p = with(p, {{3, third}, {9, ninth}});
         QCOMPARE(int(PaletteObject(&p.c).index(wanted)), expected);
     }
     void edits_data()
@@ -340,8 +339,7 @@ private Q_SLOTS:
         });
         QObject::connect(&object, &PaletteObject::changed, [&] { ++changed; });
         operation(object);
-        QCOMPARE(changing, brackets);
-        QCOMPARE(changed, brackets);
+        QCOMPARE(QPair(changing, changed), QPair(brackets, brackets));
         QCOMPARE(entries(p.c), entries(after.c));
     }
     void dropsMoveRowsInTheirOrder_data()
@@ -382,13 +380,12 @@ private Q_SLOTS:
     void badDropsFailCleanly()
     {
         WordList list(five);
-        QVERIFY(!list.drop({1, 3}, 0, Qt::CopyAction));
-        QVERIFY(!list.dropMimeData(nullptr, Qt::MoveAction, 0, 0, QModelIndex()));
+        QVERIFY(!list.drop({1, 3}, 0, Qt::CopyAction) &&
+                !list.dropMimeData(nullptr, Qt::MoveAction, 0, 0, QModelIndex()));
         QMimeData text;
         text.setText(QStringLiteral("1, 3"));
         QVERIFY(!list.dropMimeData(&text, Qt::MoveAction, 0, 0, QModelIndex()));
-        QCOMPARE(list.changeSteps, 0);
-        QCOMPARE(list.words, five);
+        QVERIFY(list.changeSteps == 0 && list.words == five);
         std::unique_ptr<QMimeData> const whole(list.mimeData({list.index(1), list.index(3)}));
         QByteArray const encoded = whole->data(list.mimeTypes().first());
         for (int size = 0; size < encoded.size(); ++size) {
@@ -405,10 +402,7 @@ private Q_SLOTS:
         QRandomGenerator random(3);
         for (int round = 0; round < 200; ++round) {
             WordList noisy(five);
-            QByteArray bytes(random.bounded(64), Qt::Uninitialized);
-            for (char &byte : bytes)
-                byte = char(random.bounded(256));
-            noisy.dropBytes(bytes, 2);
+            noisy.dropBytes(KenroTest::noise(random.bounded(64), random.generate()), 2);
         }
     }
     void autoOrganizeSortsStablyThroughMove()
@@ -424,8 +418,7 @@ private Q_SLOTS:
         std::stable_sort(words.begin(), words.end(),
                          [](QString const &a, QString const &b) { return a.at(0) < b.at(0); });
         QCOMPARE(list.words, words);
-        QCOMPARE(list.changeSteps, 1);
-        QVERIFY(!list.movesFromDrag.contains(true));
+        QVERIFY(list.changeSteps == 1 && !list.movesFromDrag.contains(true));
         QVERIFY2(list.compares < 500 * 10, qPrintable(QString::number(list.compares)));
         qsizetype const moves = list.moves.size();
         QVERIFY(moves < 500);

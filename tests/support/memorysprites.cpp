@@ -2,6 +2,8 @@
 
 #include <kenro/project/subitem.h>
 
+#include <algorithm>
+
 using namespace Kenro;
 
 namespace KenroTest {
@@ -71,11 +73,9 @@ Sprite *MemorySprites::insert(unsigned int index, QVariant const &identifier, QI
 }
 int MemorySprites::find(unsigned int from, QVariant const &identifier) const
 {
-    for (int i = static_cast<int>(from); i < items.size(); ++i) {
-        if (items.at(i)->identifier == identifier)
-            return i;
-    }
-    return -1;
+    auto const found = std::find_if(items.begin() + qMin(from, count()), items.end(),
+                                    [&](MemorySprite *s) { return s->identifier == identifier; });
+    return found == items.end() ? -1 : int(found - items.begin());
 }
 void MemorySprites::clear()
 {
