@@ -159,11 +159,8 @@ struct Bytes
 struct Lines
 {
     uchar *bits;
-    qint64 size;
-    qint64 lineBytes;
-    qint64 padding;
-    qint64 pos = 0;
-    qint64 column = 0;
+    qint64 size, lineBytes, padding;
+    qint64 pos = 0, column = 0;
     bool full() const { return pos >= size; }
     void put(uint value)
     {
@@ -648,10 +645,9 @@ private Q_SLOTS:
             QVERIFY(load(mono, &device) && load(empty, &nothing) && nothing.bytesAvailable() == 2);
         }
     }
-    // Under a limit of a megabyte: bad headers leave the image untouched; data
-    // cut short and images past the limit give a null image; lines shorter than
-    // their pixels leave the rest 0. The palette is the one right behind the
-    // pixels, else the 16 header colours and black.
+    // Under a limit of a megabyte: bad headers leave the image untouched; data cut short and
+    // images past the limit give a null image; lines shorter than their pixels leave the rest
+    // 0. The palette is the one right behind the pixels, else the 16 header colours and black.
     void pcxLoads_data()
     {
         QTest::addColumn<QByteArray>("file");

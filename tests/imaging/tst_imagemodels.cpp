@@ -63,9 +63,7 @@ public:
     QStringList words;
     Moves moves;
     QList<bool> movesFromDrag;
-    int changeDepth = 0;
-    int changeSteps = 0;
-    int compares = 0;
+    int changeDepth = 0, changeSteps = 0, compares = 0;
     int rowCount(QModelIndex const &parent = {}) const override
     {
         return parent.isValid() ? 0 : int(words.size());
@@ -142,9 +140,8 @@ private Q_SLOTS:
         row("nearer wins", {13, 10, 10, 128}, {11, 10, 10, 0}, w, 9);
         row("tie: smaller alpha difference", {12, 10, 10, 200}, {8, 10, 10, 130}, w, 9);
         row("tie: larger alpha difference stays", {12, 10, 10, 130}, {8, 10, 10, 200}, w, 3);
-        // A negative alpha difference counts as below a positive one...
+        // A negative alpha difference is below a positive one, but as a byte it is above.
         row("tie: negative later wins", {12, 10, 10, 200}, {8, 10, 10, 100}, w, 9);
-        // ...but stored as a byte it is large, so a later positive one wins over it.
         row("tie: negative stored as a large byte", {12, 10, 10, 100}, {8, 10, 10, 250}, w, 9);
         // All at one distance: below the wanted alpha the last wins, at it the first.
         row("all equal, alpha below", {}, {}, {9, 9, 9, 255}, 255);
@@ -248,10 +245,8 @@ private Q_SLOTS:
         Colors tones;
         for (int i = 0; i < 256; ++i)
             tones.c[i] = RGBA{200, 200, 200, uchar(i)};
-        tones.c[0] = RGBA{100, 100, 100, 9};
-        tones.c[20] = RGBA{98, 100, 100, 255};
-        tones.c[30] = RGBA{102, 100, 100, 0};
-        tones.c[40] = RGBA{150, 100, 100, 0};
+        tones = with(tones, {{0, {100, 100, 100, 9}}, {20, {98, 100, 100, 255}}});
+        tones = with(tones, {{30, {102, 100, 100, 0}}, {40, {150, 100, 100, 0}}});
         Colors toned = tones;
         for (auto [a, b] : {std::pair{1, 20}, {2, 30}, {3, 40}})
             std::swap(toned.c[a], toned.c[b]);
@@ -286,8 +281,7 @@ private Q_SLOTS:
         switched("switch 255", {255}, false, {});
         switched("switch nothing, alpha ends", {}, true, {});
         switched("switch 0 and 255, alpha ends", {0, 255}, true, {0, 255});
-        // Clamped HSL shifts, opaque; red's lightness of 127 rebuilds the others
-        // as 1; a grey has hue -1.
+        // Clamped HSL shifts, opaque; red's lightness 127 rebuilds the others as 1; grey has hue -1.
         auto hue = [&](char const *name, RGBA color, short h, short s, RGBA expected) {
             row(name, with(d, {{42, color}}), with(d, {{42, expected}}),
                 [=](auto &o) { o.addHueSaturation(maskOf({42}).data(), h, s); });

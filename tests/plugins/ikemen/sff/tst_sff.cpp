@@ -38,12 +38,9 @@ namespace {
 // PNG sprites, which need 2.01.
 struct ArchiveFile
 {
-    char const *path;
-    char const *streams;
+    char const *path, *streams;
     SffVersion version;
-    int sprites;
-    int palettes;
-    int linked;
+    int sprites, palettes, linked;
 } const archiveFiles[] = {
     {"chars/kfm/kfm.sff", "kfm", SffVersion::V201, 281, 7, 41},
     {"chars/kfm/intro.sff", "intro", SffVersion::V101, 12, -1, 0},
@@ -115,9 +112,7 @@ enum class In { File, Sprite, Palette, Pixels, Subheader };
 struct Field
 {
     In in;
-    int k;
-    int at;
-    int bits;
+    int k, at, bits;
     qint64 value;
 };
 qint64 place(QByteArray const &d, In in, int k)
@@ -274,11 +269,9 @@ private Q_SLOTS:
         QVERIFY(archive.version == SffVersion::V101 ||
                 rewritten.left(13) + bytes.at(13) + rewritten.mid(14) == bytes);
     }
-    // A palette file holds the last colour first. Shown over the archive's
-    // palette of its identifier, it is not an edit; of an identifier no palette
-    // has, it is one more. Edits of a palette that sprites show are edits of
-    // the archive; read again, the archive keeps showing the files, and keeps
-    // their palettes when cleared of unused ones.
+    // A palette file holds the last colour first. Shown over the archive's palette of its
+    // identifier it is no edit, else one more palette; edits of what sprites show are edits
+    // of the archive, which read again shows the files still, and keeps them through clearUnused.
     void paletteFiles()
     {
         KENRO_REQUIRE_TESTDATA(root);
