@@ -3,7 +3,9 @@
 #include "testnodes.h"
 
 #include <kenro/code/rootcode.h>
-#include <kenro/project/messages.h>
+
+#include <QRandomGenerator>
+#include <QTest>
 
 using namespace Kenro;
 
@@ -18,23 +20,14 @@ Token const plain = Token(0), comment = CodeParserSyntax::Comment, invalid = Tok
 // The line forms are read by hand: a parser runs for every line of a loaded
 // script, and the benchmarks measure the document around it.
 
-bool isSpace(QChar c)
-{
-    return c == QLatin1Char(' ') || (c >= QLatin1Char('\t') && c <= QLatin1Char('\r'));
-}
-bool isDigit(QChar c)
-{
-    return c >= QLatin1Char('0') && c <= QLatin1Char('9');
-}
 bool isLetter(QChar c)
 {
-    return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) ||
-        (c >= QLatin1Char('A') && c <= QLatin1Char('Z')) || c == QLatin1Char('_');
+    return (c.unicode() < 128 && c.isLetter()) || c == QLatin1Char('_');
 }
 
 qsizetype skipSpaces(QStringView text, qsizetype i)
 {
-    while (i < text.size() && isSpace(text[i]))
+    while (i < text.size() && text[i].isSpace())
         ++i;
     return i;
 }
@@ -45,7 +38,7 @@ qsizetype skipNumber(QStringView text, qsizetype i)
     if (i < text.size() && text[i] == QLatin1Char('-'))
         ++i;
     qsizetype const digits = i;
-    while (i < text.size() && isDigit(text[i]))
+    while (i < text.size() && text[i].isDigit())
         ++i;
     return i == digits ? -1 : i;
 }
@@ -78,7 +71,7 @@ bool readValue(QStringView text, QStringView *key, QStringView *content)
         return false;
     qsizetype i = 1;
     while (i < text.size() &&
-           (isLetter(text[i]) || isDigit(text[i]) || text[i] == QLatin1Char('.')))
+           (isLetter(text[i]) || text[i].isDigit() || text[i] == QLatin1Char('.')))
         ++i;
     qsizetype const equals = skipSpaces(text, i);
     if (equals == text.size() || text[equals] != QLatin1Char('='))
@@ -225,12 +218,94 @@ QString TestDocument::describe()
         out += describeNode(node);
     out += QStringLiteral("tree\n");
     describeTree(root(), QString(), out);
-    out += QStringLiteral("messages\n");
-    for (unsigned int i = 0; i < messages()->count(Message::All); ++i) {
-        Message const m = messages()->at(i, Message::All);
-        out += QStringLiteral("%1 %2:%3 %4\n").arg(m.type).arg(m.line).arg(m.column).arg(m.text);
+    return out + QStringLiteral("messages\n") + messageLines(messages()).join(QLatin1Char('\n'));
+}
+
+QStringList messageLines(Messages *messages, Message::Type type)
+{
+    QStringList out;
+    for (unsigned int i = 0; i < messages->count(type); ++i) {
+        Message const m = messages->at(i, type);
+        out << QStringLiteral("%1 %2:%3 %4").arg(m.type).arg(m.line).arg(m.column).arg(m.text);
     }
     return out;
+}
+
+void randomEdit(QTextDocument &document, QRandomGenerator &random, QStringList const &snippets,
+                bool wholeLines)
+{
+    auto snippet = [&] { return snippets.at(random.bounded(snippets.size())); };
+    QTextBlock const block = document.findBlockByNumber(random.bounded(document.blockCount()));
+    QTextCursor cursor(block);
+    int const size = document.characterCount() - 1;
+    int const end = qMin(block.blockNumber() + 1 + random.bounded(3), document.blockCount() - 1);
+    switch (random.bounded(wholeLines ? 5 : 7)) {
+    case 0: {
+        QStringList lines{snippet()};
+        for (int i = random.bounded(4); i > 0; --i)
+            lines << snippet();
+        cursor.insertText(lines.join(QLatin1Char('\n')) + QLatin1Char('\n'));
+        break;
+    }
+    case 1:
+        cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+        cursor.insertText(snippet());
+        break;
+    case 2:
+        cursor.setPosition(end > block.blockNumber() ? document.findBlockByNumber(end).position()
+                                                     : size,
+                           QTextCursor::KeepAnchor);
+        cursor.removeSelectedText();
+        break;
+    case 3: {
+        cursor.setPosition(document.findBlockByNumber(end).position(), QTextCursor::KeepAnchor);
+        QString const text = cursor.selectedText().replace(QChar::ParagraphSeparator, '\n');
+        cursor.removeSelectedText();
+        cursor.setPosition(
+            document.findBlockByNumber(random.bounded(document.blockCount())).position());
+        cursor.insertText(text);
+        break;
+    }
+    case 4:
+        random.bounded(2) ? document.undo() : document.redo();
+        break;
+    case 5: {
+        QString const typed = snippet();
+        int const how = random.bounded(3);
+        cursor.setPosition(block.position() + random.bounded(block.length()));
+        cursor.insertText(how == 0 ? QLatin1Char('\n') + typed : how == 1 ? typed : typed.left(1));
+        break;
+    }
+    default: {
+        int const from = random.bounded(size + 1);
+        cursor.setPosition(from);
+        cursor.setPosition(qMin(size, from + random.bounded(1, 30)), QTextCursor::KeepAnchor);
+        cursor.removeSelectedText();
+    }
+    }
+}
+
+void checkRandomEdits(QTextDocument &document, QStringList const &snippets, quint32 seed, int steps,
+                      std::function<QString()> const &edited,
+                      std::function<QString(QString const &)> const &fresh, bool wholeLines)
+{
+    QRandomGenerator random(seed);
+    for (int step = 0; step < steps; ++step) {
+        QString const before = document.toPlainText();
+        randomEdit(document, random, snippets, wholeLines);
+        QStringList const got = edited().split(QLatin1Char('\n'));
+        QStringList const expected = fresh(document.toPlainText()).split(QLatin1Char('\n'));
+        for (int i = 0; i < qMax(got.size(), expected.size()); ++i) {
+            if (got.value(i) != expected.value(i)) {
+                qWarning().noquote() << "before:\n"
+                                     << before << "\nafter:\n"
+                                     << document.toPlainText();
+                QFAIL(qPrintable(QStringLiteral("step %1: edited '%2', fresh '%3'")
+                                     .arg(step)
+                                     .arg(got.value(i), expected.value(i))));
+            }
+        }
+    }
 }
 
 } // namespace KenroTest

@@ -2,6 +2,11 @@
 
 #include <kenro/code/codedocument.h>
 #include <kenro/code/codeparser.h>
+#include <kenro/project/messages.h>
+
+#include <functional>
+
+class QRandomGenerator;
 
 namespace KenroTest {
 
@@ -36,5 +41,27 @@ public:
 private:
     void free() override { delete this; }
 };
+
+/// The \a messages of \a type (all by default) as "type line:column text".
+QStringList messageLines(Kenro::Messages *messages,
+                         Kenro::Message::Type type = Kenro::Message::All);
+
+/**
+ * One random edit of \a document with pieces of \a snippets: lines typed in, replaced, deleted
+ * or moved, an undo or a redo, and unless \a wholeLines, a piece typed inside a line or a range
+ * deleted.
+ */
+void randomEdit(QTextDocument &document, QRandomGenerator &random, QStringList const &snippets,
+                bool wholeLines = false);
+
+/**
+ * \a steps random edits of \a document from \a seed; after each, \a edited (the document
+ * described) must equal \a fresh of its text (a new document of the same text described).
+ * A mismatch fails the calling test with the first line that differs.
+ */
+void checkRandomEdits(QTextDocument &document, QStringList const &snippets, quint32 seed, int steps,
+                      std::function<QString()> const &edited,
+                      std::function<QString(QString const &)> const &fresh,
+                      bool wholeLines = false);
 
 } // namespace KenroTest
