@@ -457,25 +457,15 @@ private Q_SLOTS:
     void searchFromTheCursor()
     {
         TestDocument document;
-        QString const text = QStringLiteral("life = 100\npower = 200\nlife2 = 300");
-        document.setPlainText(text);
-        QList<ProjectFile::SearchResult> const all =
-            document.search(RegExp(QStringLiteral("(\\w+) = (\\d+)")), ProjectFile::SearchAll);
-        QCOMPARE(all.size(), 3);
-        QCOMPARE(all.at(1).captures, QStringList({"power", "200"}));
-        document.replace(all, QStringLiteral("%1 := %2"));
-        QCOMPARE(document.toPlainText(), QStringLiteral("life := 100\npower := 200\nlife2 := 300"));
-        document.undo(); // one step for all
-        QCOMPARE(document.toPlainText(), text);
-        RegExp const life(QStringLiteral("life"));
+        document.setPlainText(QStringLiteral("life = 100\npower = 200\nlife2 = 300"));
         QList<int> found;
         for (int position : {12, 30}) {
             QTextCursor cursor(&document);
             cursor.setPosition(position);
             document.setCursor(cursor);
-            for (int flags :
-                 {0, int(ProjectFile::SearchFromEnd), int(ProjectFile::SearchBackward)}) {
-                QList<ProjectFile::SearchResult> const results = document.search(life, flags);
+            for (int flags : {0, 4, 1}) { // forward, from the start, backward
+                QList<ProjectFile::SearchResult> const results =
+                    document.search(RegExp(QStringLiteral("life")), unsigned(flags));
                 found << (results.isEmpty() ? -1 : results.first().line);
             }
         }
@@ -522,6 +512,7 @@ private Q_SLOTS:
         document.registerNodeFile(new MirrorFile(&elsewhere, CodeNode::Value), CodeNode::Value, 0);
         QCOMPARE(document.nodeFile(CodeNode::Value), nullptr);
         QCOMPARE(document.refCount(), 3u);
+        auto *values = new MirrorFile(&document, CodeNode::Value); // values never stand at the top
         // Random edits reach each file as its own kind of node, in text order.
         QStringList const snippets =
             QStringLiteral("[Begin Action 7]|[Begin Action 8]|[Hits]|[Other]|4, 5|value = 3|"
@@ -535,48 +526,36 @@ private Q_SLOTS:
             QCOMPARE(animations->faults + sections->faults, QStringList());
         }
         QVERIFY(animations->calls > 50 && sections->calls > 20);
+        // A change reaches the file of its kind only.
+        int const changes = sections->changes;
+        for (CodeNode *node : document.root()->childs()) {
+            document.root()->childChanged(node);
+            if (auto *group = dynamic_cast<GroupCode *>(node); group && group->valueCount())
+                group->valueAt(0)->valueChanged(6);
+        }
+        QCOMPARE(sections->changes, changes + int(sections->nodes.size()));
+        QCOMPARE(sections->faults + values->faults, QStringList());
+        QCOMPARE(values->calls, 0);
         // A re-parse reaches the files as a removal and an insertion of each node.
         int const before = animations->calls;
         document.reparse();
         QCOMPARE(animations->nodes, animations->expected());
         QCOMPARE(animations->calls, before + 2 * animations->nodes.size());
-    }
-
-    void aChangeReachesTheFileOfItsKindOnly()
-    {
-        TestDocument document;
-        document.setPlainText(QStringLiteral("loose = 1\n[Hits]\nx = 2\n[Other]\n"));
-        auto *sections =
-            new MirrorFile(&document, CodeNode::Group, subTypeOf(document, QStringLiteral("Hits")));
-        auto *values = new MirrorFile(&document, CodeNode::Value);
-        QCOMPARE(values->nodes, QList<CodeNode *>()); // values never stand at the top
-        document.root()->childChanged(document.root()->childAt(0));
-        document.root()->childChanged(document.root()->childAt(1));
-        static_cast<TestGroup *>(document.root()->childAt(0))->valueAt(0)->valueChanged(6);
-        QCOMPARE(values->calls, 0);
-        QCOMPARE(sections->changes, 1);
-        QCOMPARE(sections->faults, QStringList());
-    }
-
-    void theLaterOfTwoFilesWins()
-    {
-        TestDocument document;
-        document.setPlainText(script);
-        auto *first = new MirrorFile(&document, CodeNode::Animation);
-        first->addRef(); // kept by the test to look at it afterwards
-        auto *second = new MirrorFile(&document, CodeNode::Animation);
-        QCOMPARE(document.nodeFile(CodeNode::Animation), second);
-        QCOMPARE(document.refCount() * 10 + first->refCount(), 21u);
-        int const calls = first->calls;
+        // A later file of the same kind takes the place of the earlier one,
+        // which hears no more; registered again, a file is not held twice.
+        animations->addRef();
+        QList<unsigned int> const references = {document.refCount(), 1};
+        auto *later = new MirrorFile(&document, CodeNode::Animation);
+        QCOMPARE(document.nodeFile(CodeNode::Animation), later);
+        QCOMPARE(QList<unsigned int>({document.refCount(), animations->refCount()}), references);
+        int const calls = animations->calls;
         document.insert(QStringLiteral("[Begin Action 9]"));
-        QCOMPARE(first->calls, calls);
-        QCOMPARE(second->nodes.size(), 4);
-        first->release();
-        QCOMPARE(document.refCount(), 2u);
-        // Registered again, a file is not held twice.
-        second->addRef();
-        document.registerNodeFile(second, CodeNode::Animation, 0);
-        QCOMPARE(document.refCount() * 10 + second->refCount(), 21u);
+        QCOMPARE(animations->calls, calls);
+        QCOMPARE(later->nodes, later->expected());
+        animations->release();
+        later->addRef();
+        document.registerNodeFile(later, CodeNode::Animation, 0);
+        QCOMPARE(QList<unsigned int>({document.refCount(), later->refCount()}), references);
     }
 
     void operationsGoToTheDocument()
@@ -607,8 +586,12 @@ private Q_SLOTS:
         QCOMPARE(file->nodes.size(), 2);
         QList<ProjectFile::SearchResult> const found =
             file->search(RegExp(QStringLiteral("Action (\\d)")), ProjectFile::SearchAll);
+        QCOMPARE(found.at(1).captures, QStringList("2"));
         file->replace(found, QStringLiteral("Action 1%1"));
         QCOMPARE(namesOf(file->nodes), QStringList({"Begin Action 11", "Begin Action 12"}));
+        file->undo(); // one step for all
+        QCOMPARE(namesOf(file->nodes), QStringList({"Begin Action 1", "Begin Action 2"}));
+        file->redo();
         QVERIFY(file->toFile(archive, QStringLiteral("b.air"), 0, nullptr));
         QVERIFY(archive.files.value(QStringLiteral("b.air")).startsWith("[Begin Action 11]\r\n"));
         QVERIFY(!file->isModified());
@@ -623,43 +606,6 @@ private Q_SLOTS:
         QVERIFY(!archive.freed); // the document still keeps it
         file->release();
         QVERIFY(archive.freed);
-    }
-
-    // A code document can save in the background (4) and undo text (8).
-    void savingAloneNeedsAnUnsharedDocument_data()
-    {
-        QTest::addColumn<int>("files");
-        QTest::addColumn<bool>("keepDocument");
-        QTest::addColumn<bool>("canSave");
-        QTest::addColumn<int>("capabilities");
-        addRow("one file, document handed over", 1, false, true, 4);
-        addRow("one file, document also kept", 1, true, false, 5);
-        addRow("two files", 2, false, false, 5);
-    }
-
-    void savingAloneNeedsAnUnsharedDocument()
-    {
-        QFETCH(int, files);
-        QFETCH(bool, keepDocument);
-        QFETCH(bool, canSave);
-        QFETCH(int, capabilities);
-        auto *document = new CountedDocument;
-        QList<MirrorFile *> kept;
-        for (int i = 0; i < files; ++i) {
-            kept << new MirrorFile(document, CodeNode::Group, unsigned(i));
-            kept.last()->addRef();
-        }
-        if (!keepDocument)
-            document->release();
-        for (MirrorFile *file : std::as_const(kept)) {
-            QCOMPARE(file->canSave(), canSave);
-            QCOMPARE(int(file->capabilities()), capabilities);
-        }
-        if (keepDocument)
-            document->release();
-        for (MirrorFile *file : std::as_const(kept))
-            file->release();
-        QCOMPARE(documentsAlive + filesAlive, 0);
     }
 
     void releasingInAnyOrderFreesAll_data()
@@ -688,10 +634,21 @@ private Q_SLOTS:
             held[which] = false;
             // A file lives while someone can reach it; the document while
             // the test or a living file holds it.
-            bool const aAlive = held[1] || held[0], bAlive = held[2] || held[0];
-            QCOMPARE(filesAlive, int(aAlive) + int(bAlive));
-            QCOMPARE(documentsAlive, int(held[0] || aAlive || bAlive));
-            if (aAlive && !held[0])
+            bool const alive[] = {held[1] || held[0], held[2] || held[0]};
+            QCOMPARE(filesAlive, int(alive[0]) + int(alive[1]));
+            QCOMPARE(documentsAlive, int(held[0] || alive[0] || alive[1]));
+            // A file saves alone, in the background, only while no one else
+            // holds its document.
+            bool const alone = !held[0] && filesAlive == 1;
+            for (int i = 0; i < 2; ++i) {
+                if (alive[i]) {
+                    QCOMPARE(files[i]->canSave(), alone);
+                    QCOMPARE(files[i]->capabilities(),
+                             alone ? ProjectFile::AsyncSave
+                                   : ProjectFile::AsyncSave | ProjectFile::HasChildren);
+                }
+            }
+            if (alive[0] && !held[0])
                 QCOMPARE(files[0]->nodes.size(), 3); // still working through the document
         }
         QCOMPARE(documentsAlive + filesAlive, 0);

@@ -223,22 +223,6 @@ private Q_SLOTS:
         QCOMPARE(TestValue::rewrittenLine(oldText, text, preserve, QStringLiteral(";")), result);
     }
 
-    // A stale index must tell a released node from a live one, also when
-    // its block is given to a new node of the same size.
-    void poolReusesBlocks()
-    {
-        auto *first = val("a", nullptr);
-        void *address = first;
-        first->release();
-        QVERIFY(!CodeNode::isValid(static_cast<CodeNode *>(address)));
-        auto *second = val("b", nullptr);
-        QCOMPARE(static_cast<void *>(second), address);
-        QVERIFY(CodeNode::isValid(second));
-        second->release();
-        TestRoot root;
-        QVERIFY(root.isValid()); // the root never comes from the pool
-    }
-
     void modelShowsTheTree()
     {
         TestRoot root(3);

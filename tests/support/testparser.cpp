@@ -187,38 +187,24 @@ CodeNode *TestParser::parse(QString const &line, QTextBlock const &block, CodeNo
     return nullptr;
 }
 
-namespace {
-
-QString describeNode(CodeNode const *node)
-{
-    QString name;
-    if (auto const *named = dynamic_cast<NamedCode const *>(node))
-        name = named->name();
-    else if (auto const *item = dynamic_cast<PropertyItem const *>(node))
-        name = item->property(QStringLiteral("Identifier")).toString();
-    return QStringLiteral("%1:%2:%3\n").arg(node->type()).arg(node->lineNo()).arg(name);
-}
-
-void describeTree(ParentCode const *parent, QString const &indent, QString &out)
-{
-    for (unsigned int i = 0; i < parent->childCount(); ++i) {
-        CodeNode const *child = parent->childAt(i);
-        out += indent + describeNode(child);
-        if (auto const *inner = dynamic_cast<ParentCode const *>(child))
-            describeTree(inner, indent + QStringLiteral("  "), out);
-    }
-}
-
-} // namespace
-
 QString TestDocument::describe()
 {
-    QString out = QStringLiteral("chain\n");
-    for (CodeNode const *node = root()->next(); node; node = node->next())
-        out += describeNode(node);
-    out += QStringLiteral("tree\n");
-    describeTree(root(), QString(), out);
-    return out + QStringLiteral("messages\n") + messageLines(messages()).join(QLatin1Char('\n'));
+    QStringList out;
+    for (CodeNode const *node = root()->next(); node; node = node->next()) {
+        QString name;
+        if (auto const *named = dynamic_cast<NamedCode const *>(node))
+            name = named->name();
+        else if (auto const *item = dynamic_cast<PropertyItem const *>(node))
+            name = item->property(QStringLiteral("Identifier")).toString();
+        ParentCode *parent = node->parent();
+        out << QStringLiteral("%1:%2:%3 in %4 row %5")
+                   .arg(node->type())
+                   .arg(node->lineNo())
+                   .arg(name)
+                   .arg(parent ? parent->lineNo() : -2)
+                   .arg(parent ? parent->childIndex(const_cast<CodeNode *>(node)) : -1);
+    }
+    return (out + messageLines(messages())).join(QLatin1Char('\n'));
 }
 
 QStringList messageLines(Messages *messages, Message::Type type)

@@ -62,8 +62,7 @@ QString rects(QList<QRect> const &list)
 {
     QStringList parts;
     for (QRect const &r : list)
-        parts
-            << QStringLiteral("(%1 %2 %3 %4)").arg(r.x()).arg(r.y()).arg(r.width()).arg(r.height());
+        parts << QString::asprintf("(%d %d %d %d)", r.x(), r.y(), r.width(), r.height());
     return parts.join(QLatin1Char(' '));
 }
 
@@ -107,16 +106,20 @@ QStringList readReference(QString const &text)
     bool ownSet[2] = {false, false};
     int loopAt = -1, frames = 0;
     QRegularExpressionMatch m;
+    auto endFrame = [&] {
+        own[0] = own[1] = {};
+        ownSet[0] = ownSet[1] = false;
+        target = nullptr;
+    };
     for (QString line : text.split(QLatin1Char('\n'))) {
         line = line.left(line.indexOf(QLatin1Char(';'))).remove(QChar(0xFEFF)).trimmed();
         if (line.isEmpty()) {
         } else if ((m = heading.match(line)).hasMatch()) {
             out << QStringLiteral("action ") + m.captured(1);
-            defaults[0] = defaults[1] = own[0] = own[1] = {};
-            ownSet[0] = ownSet[1] = false;
+            endFrame();
+            defaults[0] = defaults[1] = {};
             loopAt = -1;
             frames = 0;
-            target = nullptr;
         } else if (out.isEmpty()) {
         } else if ((m = header.match(line)).hasMatch()) {
             int const t = m.captured(1).toInt() - 1;
@@ -151,9 +154,7 @@ QStringList readReference(QString const &text)
             if (loopAt == frames)
                 out << QStringLiteral("loop start");
             ++frames;
-            own[0] = own[1] = {};
-            ownSet[0] = ownSet[1] = false;
-            target = nullptr;
+            endFrame();
         }
     }
     return out;
@@ -181,25 +182,23 @@ QString describe(CodeDocument *document)
 {
     QString out;
     for (CodeNode *child : document->root()->childs()) {
-        out += QStringLiteral("%1 %2-%3\n")
-                   .arg(child->type())
-                   .arg(child->firstLine())
-                   .arg(child->lastLine());
+        out +=
+            QString::asprintf("%d %d-%d\n", child->type(), child->firstLine(), child->lastLine());
         if (auto *animation = dynamic_cast<AnimationCode *>(child)) {
             out +=
-                animation->displayName() + QStringLiteral(" loop %1\n").arg(animation->loopStart());
+                animation->displayName() + QString::asprintf(" loop %d\n", animation->loopStart());
             for (FrameCode const *frame : animation->frames())
-                out += describeFrame(frame) + QStringLiteral(" line %1\n").arg(frame->firstLine());
+                out += describeFrame(frame) + QString::asprintf(" line %d\n", frame->firstLine());
         } else if (auto *group = dynamic_cast<GroupCode *>(child)) {
             for (ValueCode const *value : group->values())
-                out += QStringLiteral("  value %1\n").arg(value->lineNo());
+                out += QString::asprintf("  value %d\n", value->lineNo());
         }
     }
     for (CodeNode *node = document->root()->next(); node; node = node->next()) {
         if (node->type() == CodeNode::Frame && !node->parent())
             out += QStringLiteral("loose ") + describeFrame(static_cast<FrameCode *>(node)) + '\n';
         else if (node->type() == CodeNode::Value && !node->parent())
-            out += QStringLiteral("loose value %1\n").arg(node->lineNo());
+            out += QString::asprintf("loose value %d\n", node->lineNo());
     }
     return out;
 }
@@ -209,41 +208,27 @@ QStringList messages(CodeDocument &document)
     return KenroTest::messageLines(document.messages());
 }
 
-// AIR lines, and "[Name]" headings of sections with values "key = value".
-class MixedParser final : public CodeParser
+// AIR lines, and the test parser's "[Name]" headings and "key = value" values.
+class MixedDocument final : public KenroTest::TestDocument
 {
-public:
-    CodeNode *parse(QString const &text, QTextBlock const &block, CodeNode *oldNode,
-                    CodeNode *context, RootCode *root, CodeParserSyntax *syntax) override
+    class Parser final : public KenroTest::TestParser
     {
-        QString const trimmed = text.trimmed();
-        if (trimmed.startsWith(QLatin1Char('[')) && !trimmed.contains(QLatin1String("Action"))) {
-            QString const name = trimmed.mid(1, trimmed.size() - 2);
-            auto *group = dynamic_cast<KenroTest::TestGroup *>(oldNode);
-            return group && group->groupName == name
-                ? group
-                : new KenroTest::TestGroup(name, block, context, 1);
+        CodeNode *parse(QString const &text, QTextBlock const &block, CodeNode *oldNode,
+                        CodeNode *context, RootCode *root, CodeParserSyntax *syntax) override
+        {
+            QString const line = text.trimmed();
+            bool const ours = line.startsWith('[') ? !line.contains(QLatin1String("Action"))
+                                                   : line.contains('=') && !line.startsWith("Clsn");
+            return ours ? TestParser::parse(text, block, oldNode, context, root, syntax)
+                        : air.parse(text, block, oldNode, context, root, syntax);
         }
-        int const equals = static_cast<int>(trimmed.indexOf(QLatin1Char('=')));
-        if (equals > 0 && !trimmed.startsWith(QLatin1String("Clsn"), Qt::CaseInsensitive))
-            return new KenroTest::TestValue(trimmed.left(equals).trimmed(), ValueCode::String,
-                                            block, context, trimmed.mid(equals + 1).trimmed());
-        return air.parse(text, block, oldNode, context, root, syntax);
-    }
+        Kenro::Ikemen::AirParser air;
+    };
 
-    Kenro::Ikemen::AirParser air;
-};
-
-class MixedDocument final : public CodeDocument
-{
 public:
-    MixedDocument() { setParser(&parser); }
+    MixedDocument() { setParser(&mixed); }
     ~MixedDocument() override { setParser(nullptr); }
-    void formatLines(int, int, bool) override {}
-    MixedParser parser;
-
-protected:
-    void free() override { delete this; }
+    Parser mixed;
 };
 
 QString fresh(QString const &text, bool mixed = false)
