@@ -302,21 +302,13 @@ private Q_SLOTS:
                     ? QTextBlock()
                     : document.findBlockByNumber(random.bounded(64));
                 QString const name = QString::number(step);
-                CodeNode *node = nullptr;
-                switch (random.bounded(6)) {
-                case 0:
-                    node = new TestGroup(name, block, after);
-                    break;
-                case 1:
-                    node = new TestAnimation(name, block, after);
-                    break;
-                case 2:
-                    node = new TestFrame(name, block, after);
-                    break;
-                default:
-                    node = new TestValue(name, ValueCode::Int, block, after, step);
-                }
-                alive.append(node);
+                int const kind = random.bounded(6);
+                alive << (kind == 0 ? static_cast<CodeNode *>(new TestGroup(name, block, after))
+                              : kind == 1
+                              ? static_cast<CodeNode *>(new TestAnimation(name, block, after))
+                              : kind == 2
+                              ? static_cast<CodeNode *>(new TestFrame(name, block, after))
+                              : new TestValue(name, ValueCode::Int, block, after, step));
             } else {
                 alive.takeAt(random.bounded(alive.size()))->release();
             }
@@ -339,27 +331,26 @@ private Q_SLOTS:
         QTest::addColumn<QVariant>("stored");
         QTest::addColumn<QString>("text");
         using V = ValueCode;
-        QVariant const p(QPointF(1, 2.5)), d(QDate(2024, 3, 2));
-        addRow("string", V::String, QVariant(12), QVariant("12"), "12");
-        addRow("keyword", V::Keyword, QVariant("2"), QVariant(2u), "high");
-        addRow("keywords", V::KeywordVector, QVariant(ints({0, 2})), QVariant(ints({0, 2})), "");
-        addRow("floatvec2 from list", V::FloatVec2, QVariant(ints({3})), QVariant(QPointF(3, 0)),
-               "3, 0");
-        addRow("floatvec2", V::FloatVec2, p, p, "1, 2.5");
-        addRow("precision", V::FloatVec2, QVariant(QPointF(1.23456789, 0)),
-               QVariant(QPointF(1.23456789, 0)), "1.23457, 0");
-        addRow("int", V::Int, QVariant("-7"), QVariant(-7), "-7");
-        addRow("intvec2", V::IntVec2, QVariant(QPoint(-3, 4)), QVariant(QPoint(-3, 4)), "-3, 4");
-        addRow("intvec2 from list", V::IntVec2, QVariant(ints({4, 5, 6})), QVariant(QPoint(4, 5)),
-               "4, 5");
-        addRow("intvector of one", V::IntVector, QVariant("9"), QVariant(ints({9})), "9");
-        addRow("intvector", V::IntVector, QVariant(ints({1, 2, 3})), QVariant(ints({1, 2, 3})),
-               "1, 2, 3");
-        addRow("floatvec3", V::FloatVec3, QVariant(QVariantList{0.5, 1.0, 2.0}),
-               QVariant(QVariantList{0.5, 1.0, 2.0}), "0.5, 1, 2");
-        addRow("boolean", V::Boolean, QVariant(true), QVariant(true), "1");
-        addRow("date", V::Date, d, d, QDate(2024, 3, 2).toString(Qt::TextDate));
-        addRow("unknown kept", V::Unknown, QVariant(QSize(1, 2)), QVariant(QSize(1, 2)), "");
+        // An invalid stored value: what was given is kept as it is.
+        auto row = [](char const *name, V::Type type, QVariant const &input, QVariant const &stored,
+                      QString const &text) {
+            addRow(name, type, input, stored.isValid() ? stored : input, text);
+        };
+        row("string", V::String, 12, "12", "12");
+        row("keyword", V::Keyword, "2", 2u, "high");
+        row("keywords", V::KeywordVector, ints({0, 2}), {}, "");
+        row("floatvec2 from list", V::FloatVec2, ints({3}), QPointF(3, 0), "3, 0");
+        row("floatvec2", V::FloatVec2, QPointF(1, 2.5), {}, "1, 2.5");
+        row("precision", V::FloatVec2, QPointF(1.23456789, 0), {}, "1.23457, 0");
+        row("int", V::Int, "-7", -7, "-7");
+        row("intvec2", V::IntVec2, QPoint(-3, 4), {}, "-3, 4");
+        row("intvec2 from list", V::IntVec2, ints({4, 5, 6}), QPoint(4, 5), "4, 5");
+        row("intvector of one", V::IntVector, "9", ints({9}), "9");
+        row("intvector", V::IntVector, ints({1, 2, 3}), {}, "1, 2, 3");
+        row("floatvec3", V::FloatVec3, QVariantList{0.5, 1.0, 2.0}, {}, "0.5, 1, 2");
+        row("boolean", V::Boolean, true, {}, "1");
+        row("date", V::Date, QDate(2024, 3, 2), {}, QDate(2024, 3, 2).toString(Qt::TextDate));
+        row("unknown kept", V::Unknown, QSize(1, 2), {}, "");
     }
 
     void valuesConvertAndWriteBack()
