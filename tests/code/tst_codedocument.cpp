@@ -56,8 +56,7 @@ QString freshDescription(QString const &text)
 class Mark : public CodeMark
 {
 public:
-    int line = -1;
-    int removals = 0;
+    int line = -1, removals = 0;
     CodeDocument *document = nullptr;
     void setLine(int value) override { line = value; }
     void setDocument(CodeDocument *value) override { document = value; }
@@ -87,8 +86,7 @@ public:
     }
 };
 
-int documentsAlive = 0;
-int filesAlive = 0;
+int documentsAlive = 0, filesAlive = 0;
 
 class CountedDocument : public TestDocument
 {
@@ -97,8 +95,7 @@ public:
     ~CountedDocument() override { --documentsAlive; }
 };
 
-// A node file that mirrors the nodes of its kind as a list and notes every
-// call that does not fit what it holds.
+// A node file that mirrors the nodes of its kind as a list.
 class MirrorFile : public CodeNodeFile
 {
 public:
@@ -113,29 +110,26 @@ public:
     CodeNode::Type kind;
     unsigned int subType;
     QList<CodeNode *> nodes;
-    int calls = 0;
-    int changes = 0;
+    int calls = 0, changes = 0;
     QStringList faults;
 
     void insertChild(CodeNode *child, unsigned int index) override
     {
-        ++calls;
-        if (!isMine(child) || index > static_cast<unsigned int>(nodes.size()))
-            faults << QStringLiteral("insert of type %1 at %2").arg(child->type()).arg(index);
-        nodes.insert(qMin(static_cast<int>(index), nodes.size()), child);
+        note(isMine(child) && index <= unsigned(nodes.size()), QString::number(index));
+        nodes.insert(qMin(int(index), nodes.size()), child);
     }
-    void removeChild(CodeNode *child) override
-    {
-        ++calls;
-        if (!nodes.removeOne(child))
-            faults << QStringLiteral("removal of an unknown node");
-    }
+    void removeChild(CodeNode *child) override { note(nodes.removeOne(child), "removal"); }
     void childChanged(CodeNode *child) override
     {
-        ++calls;
         ++changes;
-        if (!nodes.contains(child))
-            faults << QStringLiteral("change of an unknown node");
+        note(nodes.contains(child), "change");
+    }
+    // A call that does not fit what the file holds is noted as a fault.
+    void note(bool fits, QString const &call)
+    {
+        ++calls;
+        if (!fits)
+            faults << call;
     }
     bool isMine(CodeNode const *node) const
     {

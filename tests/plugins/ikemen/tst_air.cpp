@@ -334,17 +334,10 @@ private Q_SLOTS:
         QCOMPARE(stand->firstLine(), 1); // the title comment belongs to the action below it
         QCOMPARE(stand->lastLine(), 9);
         QVERIFY(stand->frameAt(0)->sharesContactBoxes(ContactBoxCode::Collision));
-        QCOMPARE(describeFrame(stand->frameAt(2)),
-                 "0,2 @0,0 t5 f1 b0:1:1 s1,1 a0 A[] C[(-10 -80 20 80)]");
         FrameCode const *punch = frame(document, 1, 0);
-        QCOMPARE(describeFrame(punch),
-                 "200,0 @10,-2 t3 f0 b1:1:0.5 s1.5,2 a30 A[(15 -70 35 10)] C[]");
         QVERIFY(punch->isTransformed() && !punch->sharesContactBoxes(ContactBoxCode::Attack));
         QCOMPARE(punch->attackBoxes()->parent(), punch);
         QCOMPARE(punch->firstLine(), 12);
-        // "Clsn1:" holds for one frame only.
-        QCOMPARE(describeFrame(frame(document, 1, 1)),
-                 "200,1 @0,0 t-1 f3 b1:0.5:0.25 s1,1 a0 A[] C[]");
         QCOMPARE(action(document, 1)->firstLine(), 10);
         QCOMPARE(describeFrame(frame(document, 2, 0)),
                  "1,2 @3,4 t5 f3 b1:0.0390625:0.078125 s1,1 a0 A[(1 2 2 2)] C[]");
@@ -649,31 +642,6 @@ private Q_SLOTS:
     }
 
     // Sections of values end animations, and frames below them stand in none.
-    void sectionsEndAnimations()
-    {
-        MixedDocument document;
-        document.fromString("[Begin Action 1]\n1,1, 0,0, 1\n; about the next\n1,2, 0,0, 1\n[Data]\n"
-                            "life = 1000\n2,2, 0,0, 1\n[Begin Action 2]\n3,3, 0,0, 1\n");
-        AnimationCode *first = action(document, 0);
-        QCOMPARE(first->frameCount(), 2u);
-        QCOMPARE(first->lastLine(), 3);
-        QCOMPARE(first->frameAt(1)->firstLine(), 2); // lines above a frame belong to it
-        QCOMPARE(document.nodeInBlock(document.findBlockByNumber(6))->parent(), nullptr);
-        QCOMPARE(action(document, 2)->lastLine(), document.blockCount());
-        QAbstractItemModel *model = document.model();
-        QCOMPARE(model->data(model->index(0, 0)).toString(), QStringLiteral("Action 1"));
-        QCOMPARE(model->data(model->index(0, 0, model->index(0, 0))).toString(), "Frame - 1,1");
-        // A heading typed in takes the frames below it, and gives them back when it goes.
-        QTextCursor cursor(document.findBlockByNumber(1));
-        cursor.insertText(QStringLiteral("[Other]\n"));
-        QCOMPARE(first->frameCount(), 0u);
-        cursor = QTextCursor(document.findBlockByNumber(1));
-        cursor.select(QTextCursor::BlockUnderCursor);
-        cursor.removeSelectedText();
-        QCOMPARE(first->frameCount(), 2u);
-        QCOMPARE(describe(&document), fresh(document.toPlainText(), true));
-    }
-
     void actsWriteWhatAnAuthorWould_data()
     {
         QTest::addColumn<Act>("act");
@@ -766,14 +734,13 @@ private Q_SLOTS:
         document.fromString("[Begin Action 1]\n1,0, 0,0, 3\nLoopstart\n1,1, 0,0, 2\n"
                             "[Begin Action 2]\n2,0, 0,0, 2\n2,1, 0,0, -1\n[Begin Action 3]\n");
         Animations *animations = document.animations();
-        AnimationCode *looping = animations->at(0);
+        AnimationCode *looping = animations->at(0), *held = animations->at(1);
         AnimationPlayer player;
         QVERIFY(player.change(animations, 0, false));
-        QCOMPARE(player.nextFrame(), looping->frameAt(1));
         QCOMPARE(playedTicks(player, looping, 9), expectedTicks(looping, 9));
-        QCOMPARE(player.nextFrame(),
-                 looping->frameAt(1)); // the last frame's next is the loop start
-        QCOMPARE(player.frameTime(), 2u); // the loop starts the frame's time again
+        // The last frame's next is the loop start, which starts the frame's time again.
+        QCOMPARE(player.nextFrame(), looping->frameAt(1));
+        QCOMPARE(player.frameTime(), 2u);
         AnimationPlayer copy = player; // a copy shares the time
         QCOMPARE(copy.tick(), 3);
         QCOMPARE(player.tick(), 4);
@@ -785,17 +752,14 @@ private Q_SLOTS:
         player.tick();
         player.reset();
         QCOMPARE(player.tick(), 0);
-        // A frame held for ever ends the looping.
         QVERIFY(player.change(animations, 1, false));
-        QCOMPARE(playedTicks(player, animations->at(1), 50), expectedTicks(animations->at(1), 50));
-        QCOMPARE(player.currentFrame(), animations->at(1)->frameAt(1));
-        QCOMPARE(player.nextFrame(), animations->at(1)->frameAt(0));
+        QCOMPARE(playedTicks(player, held, 50), expectedTicks(held, 50));
+        QCOMPARE(player.nextFrame(), held->frameAt(0));
         // No frames: nothing to show, and the ticks go on.
         QVERIFY(player.change(animations, 2, false));
         QCOMPARE(player.currentFrame(), nullptr);
         QCOMPARE(player.tick(), 0);
-        QVERIFY(!player.change(animations, 3, false)); // the count itself
-        QVERIFY(!player.change(animations, -1, true));
+        QVERIFY(!player.change(animations, 3, false) && !player.change(animations, -1, true));
         QVERIFY(!player.change(nullptr, 0, true));
         // The text may change under the player.
         QVERIFY(player.change(animations, 0, true));
@@ -838,21 +802,14 @@ private Q_SLOTS:
         auto const take = reinterpret_cast<Engine *(*)()>(library.resolve("kenroEngine"));
         QVERIFY(take);
         std::unique_ptr<Engine> engine(take());
-        QVERIFY(engine);
-        QCOMPARE(take(), nullptr); // taken once
+        QVERIFY(engine && !take()); // taken once
         QCOMPARE(engine->queryString(Engine::CommentString, 0), QStringLiteral(";"));
-        QCOMPARE(engine->fileTypeOf(QStringLiteral("a/KFM.AIR")), int(Project::Animations));
-        QCOMPARE(engine->fileTypeOf(QStringLiteral("kfm.txt")), -1);
         QCOMPARE(engine->openFile(root + "/game/missing.air", Project::Animations), nullptr);
         ProjectFile *file = engine->openFile(root + "/game/chars/kfm/kfm.air", Project::Animations);
         auto *animations = dynamic_cast<Animations *>(file);
         QVERIFY(animations);
         QCOMPARE(animations->at(0)->frameCount(), 11u);
         file->release();
-        ProjectFile *empty = engine->createFile(Project::Animations, nullptr);
-        QVERIFY(dynamic_cast<Animations *>(empty) && empty->isEmpty());
-        empty->release();
-        QCOMPARE(engine->createFile(42, nullptr), nullptr);
     }
 };
 
