@@ -106,7 +106,6 @@ public:
         if (document)
             document->registerNodeFile(this, kind, subType);
     }
-
     CodeNode::Type kind;
     unsigned int subType;
     QList<CodeNode *> nodes;
@@ -159,7 +158,6 @@ QStringList namesOf(QList<CodeNode *> const &nodes)
         names << dynamic_cast<NamedCode const *>(node)->name();
     return names;
 }
-
 unsigned int subTypeOf(CodeDocument &document, QString const &name)
 {
     for (CodeNode *node : document.root()->childs()) {
@@ -233,7 +231,6 @@ private Q_SLOTS:
         engine.parseBlock(document.findBlockByNumber(8), false);
         QCOMPARE(messageLines(&engine), messages.mid(0, 2));
     }
-
     void replacedDroppedAndDeadLines()
     {
         QTextDocument document(QStringLiteral("[Data]\nlife = 1000\nbroken line\npower = 5\n"));
@@ -280,7 +277,6 @@ private Q_SLOTS:
         QCOMPARE(quiet.removals, 0);
         engine.clearing = false;
     }
-
     // Line states tell sections apart but not what stands in an animation
     // section, so the edits keep to sections and values.
     void editsKeepTheTreeInStep()
@@ -295,32 +291,6 @@ private Q_SLOTS:
                 .split(QLatin1Char('|')),
             6, 600, [&document] { return document.describe(); }, freshDescription);
     }
-
-    void insertsParseAtOnceInsideAChange()
-    {
-        TestDocument document;
-        document.setPlainText(QStringLiteral("[Data]\nlife = 1000\n[Size]\nxscale = 1"));
-        auto *data = static_cast<GroupCode *>(document.nodeInBlock(document.firstBlock()));
-        document.beginChange();
-        document.insertAfter(data->valueAt(0), QStringLiteral("power = 3000"), true);
-        QCOMPARE(data->valueCount(), 2u);
-        QCOMPARE(data->valueAt(1)->name(), QStringLiteral("power"));
-        document.endChange();
-        document.insertBefore(nullptr, QStringLiteral("; top"), false);
-        document.insertBefore(data, QStringLiteral("[Header]"), true);
-        document.insertAfter(data, QStringLiteral("attack = 10"), false);
-        document.insertAfter(nullptr, QStringLiteral("[End]"), false);
-        // A section appends a value behind its last one.
-        data->appendValue(QStringLiteral("defence = 5"));
-        QCOMPARE(document.toPlainText(),
-                 QStringLiteral("; top\n[Header]\n[Data]\nlife = 1000\npower = 3000\nattack = 10\n"
-                                "defence = 5\n[Size]\nxscale = 1[End]\n"));
-        QCOMPARE(document.describe(), freshDescription(document.toPlainText()));
-        QModelIndex const index = document.indexInLine(3);
-        QCOMPARE(document.lineNo(index), 3);
-        QCOMPARE(static_cast<ValueCode *>(CodeDocument::nodeFromIndex(index))->name(), "life");
-    }
-
     void loadAndSave()
     {
         QTemporaryDir dir;
@@ -363,7 +333,6 @@ private Q_SLOTS:
         QCOMPARE(QString::fromUtf8(readFile(path)),
                  QStringLiteral("name = \"caf\u00e9\"\r\n\r\n; \u900f\u660e"));
     }
-
     void backgroundSaves()
     {
         QTemporaryDir dir;
@@ -402,7 +371,6 @@ private Q_SLOTS:
         QCOMPARE(readFile(path), third);
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList({"big.cns"}));
     }
-
     void realFilesRoundTrip()
     {
         KENRO_REQUIRE_TESTDATA(data);
@@ -425,7 +393,6 @@ private Q_SLOTS:
         }
         QVERIFY2(files >= 15, qPrintable(QString::number(files)));
     }
-
     void watchedFiles()
     {
         TestInterface host;
@@ -447,25 +414,6 @@ private Q_SLOTS:
         QTRY_COMPARE(document.toPlainText(), QStringLiteral("[Data]\nlife = 5\n"));
         QCOMPARE(answerer.seen.size(), 1);
     }
-
-    void searchFromTheCursor()
-    {
-        TestDocument document;
-        document.setPlainText(QStringLiteral("life = 100\npower = 200\nlife2 = 300"));
-        QList<int> found;
-        for (int position : {12, 30}) {
-            QTextCursor cursor(&document);
-            cursor.setPosition(position);
-            document.setCursor(cursor);
-            for (int flags : {0, 4, 1}) { // forward, from the start, backward
-                QList<ProjectFile::SearchResult> const results =
-                    document.search(RegExp(QStringLiteral("life")), unsigned(flags));
-                found << (results.isEmpty() ? -1 : results.first().line);
-            }
-        }
-        QCOMPARE(found, QList<int>({2, 0, 0, -1, 0, 2}));
-    }
-
     void marksFollowTheirLines()
     {
         Mark mark;
@@ -484,7 +432,6 @@ private Q_SLOTS:
         document->release(); // destroyed: the mark is not told
         QCOMPARE(mark.removals, 0);
     }
-
     void nodeFilesShowTheirKindInTextOrder()
     {
         TestDocument document;
@@ -551,7 +498,6 @@ private Q_SLOTS:
         document.registerNodeFile(later, CodeNode::Animation, 0);
         QCOMPARE(QList<unsigned int>({document.refCount(), later->refCount()}), references);
     }
-
     void operationsGoToTheDocument()
     {
         TestInterface host;
@@ -601,14 +547,12 @@ private Q_SLOTS:
         file->release();
         QVERIFY(archive.freed);
     }
-
     void releasingInAnyOrderFreesAll_data()
     {
         QTest::addColumn<QString>("order");
         for (char const *order : {"dab", "dba", "adb", "abd", "bda", "bad", "d"})
             addRow(order, order);
     }
-
     void releasingInAnyOrderFreesAll()
     {
         QFETCH(QString, order);
@@ -647,7 +591,6 @@ private Q_SLOTS:
         }
         QCOMPARE(documentsAlive + filesAlive, 0);
     }
-
     void aDocumentDestroyedDirectlyLeavesNoDanglingFile()
     {
         MirrorFile *survivor = nullptr;

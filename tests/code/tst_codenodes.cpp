@@ -56,7 +56,6 @@ QVariantList ints(std::initializer_list<int> values)
 {
     return QVariantList(values.begin(), values.end());
 }
-
 // The links of the chain agree both ways, and parents and children agree.
 void checkConsistency(RootCode &root, Nodes const &alive)
 {
@@ -111,7 +110,6 @@ private Q_SLOTS:
         QCOMPARE(chain(&root), "Data life loose power tail");
         QCOMPARE(life->previous(), group);
     }
-
     void sectionsGatherAndHandOnValues()
     {
         TestRoot root;
@@ -154,7 +152,6 @@ private Q_SLOTS:
         next->remove(true);
         QVERIFY(!CodeNode::isValid(d) && !CodeNode::isValid(next));
     }
-
     void groupLastLine()
     {
         QTextDocument document(QStringLiteral(
@@ -178,7 +175,6 @@ private Q_SLOTS:
         QCOMPARE(b->code(), QStringLiteral("[B]\u2029z = 3\u2029"));
         QCOMPARE(last->code(), QStringLiteral("0,0, 0,0, 5\u2029"));
     }
-
     void selectionAndRewrites()
     {
         QTextDocument document(QStringLiteral("[Data]\nlife  =   1000 ; health\nattack = 10"));
@@ -197,7 +193,6 @@ private Q_SLOTS:
         life->remove(false);
         QCOMPARE(document.toPlainText(), QStringLiteral("[Data]\nattack = 11"));
     }
-
     void lineRewriteRules_data()
     {
         QTest::addColumn<QString>("oldText");
@@ -213,7 +208,6 @@ private Q_SLOTS:
         addRow("marker inside a word", "name = a;b ;c", "name = x", true, "name = x ;c");
         addRow("nothing merged", "", "life = 900", true, "life = 900");
     }
-
     void lineRewriteRules()
     {
         QFETCH(QString, oldText);
@@ -222,7 +216,6 @@ private Q_SLOTS:
         QFETCH(QString, result);
         QCOMPARE(TestValue::rewrittenLine(oldText, text, preserve, QStringLiteral(";")), result);
     }
-
     void modelShowsTheTree()
     {
         TestRoot root(3);
@@ -255,7 +248,6 @@ private Q_SLOTS:
         QCOMPARE(version.count() + 10 * type.count(), 11);
         QCOMPARE(root.version(), static_cast<unsigned short>(3));
     }
-
     void staleIndexesNeverCrashAView()
     {
         TestRoot root;
@@ -285,7 +277,6 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         QCOMPARE(root.rowCount(), 0);
     }
-
     void randomCreationAndRelease()
     {
         QTextDocument document(QStringLiteral("line\n").repeated(64));
@@ -322,7 +313,6 @@ private Q_SLOTS:
         QCOMPARE(root.next(), nullptr);
         QCOMPARE(root.rowCount(), 0);
     }
-
     // What a value of each type keeps of what it is given, and writes back.
     void valuesConvertAndWriteBack_data()
     {
@@ -352,7 +342,6 @@ private Q_SLOTS:
         row("date", V::Date, QDate(2024, 3, 2), {}, QDate(2024, 3, 2).toString(Qt::TextDate));
         row("unknown kept", V::Unknown, QSize(1, 2), {}, "");
     }
-
     void valuesConvertAndWriteBack()
     {
         QFETCH(int, type);
@@ -371,7 +360,6 @@ private Q_SLOTS:
         TestValue string(QString(), ValueCode::String, QTextBlock(), nullptr, "as typed");
         QCOMPARE(string.asString(ValueCode::Type(type), "as typed", QLatin1Char(',')), "as typed");
     }
-
     void valuesReadInOtherShapes()
     {
         auto make = [](ValueCode::Type type, QVariant const &value) {
@@ -399,7 +387,6 @@ private Q_SLOTS:
         TestValue const keyword = make(ValueCode::Keyword, 2);
         QCOMPARE(keyword.value().toString() + keyword.valueText(), "highhigh");
     }
-
     void changesReachTheGroupAndTheViews()
     {
         TestRoot root;

@@ -10,14 +10,12 @@ QString TestValue::keyword(unsigned int index) const
                                          QStringLiteral("high")};
     return keywords.value(static_cast<int>(index));
 }
-
 ValueCode *TestGroup::insertValue(unsigned int index, QString const &name, QString const &value)
 {
     unsigned int const row = qMin(index, valueCount());
     CodeNode *after = row == 0 ? static_cast<CodeNode *>(this) : valueAt(row - 1);
     return new TestValue(name, ValueCode::String, QTextBlock(), after, value);
 }
-
 TestAnimation::TestAnimation(QString const &name, QTextBlock const &block, CodeNode *after)
     : ParentCode(Animation, block, after), animationName(name)
 {
@@ -27,13 +25,11 @@ TestAnimation::TestAnimation(QString const &name, QTextBlock const &block, CodeN
             insertChild(node, childCount());
     }
 }
-
 TestAnimation::~TestAnimation()
 {
     while (!frames.isEmpty())
         removeChild(frames.last());
 }
-
 void TestAnimation::insertChild(CodeNode *child, unsigned int index)
 {
     detach(child);
@@ -43,7 +39,6 @@ void TestAnimation::insertChild(CodeNode *child, unsigned int index)
     frames.insert(row, child);
     endInsert();
 }
-
 void TestAnimation::removeChild(CodeNode *child)
 {
     int const row = frames.indexOf(child);
@@ -55,7 +50,6 @@ void TestAnimation::removeChild(CodeNode *child)
     if (row >= 0)
         endRemove();
 }
-
 TestFrame::TestFrame(QString const &identifier, QTextBlock const &block, CodeNode *after)
     : ParentCode(Frame, block, after), identifier(identifier)
 {

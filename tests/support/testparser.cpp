@@ -24,14 +24,12 @@ bool isLetter(QChar c)
 {
     return (c.unicode() < 128 && c.isLetter()) || c == QLatin1Char('_');
 }
-
 qsizetype skipSpaces(QStringView text, qsizetype i)
 {
     while (i < text.size() && text[i].isSpace())
         ++i;
     return i;
 }
-
 // The end of an optionally signed number at \a i, or -1.
 qsizetype skipNumber(QStringView text, qsizetype i)
 {
@@ -42,7 +40,6 @@ qsizetype skipNumber(QStringView text, qsizetype i)
         ++i;
     return i == digits ? -1 : i;
 }
-
 // "[ name ]" with no "]" inside: the name without its spaces.
 bool readSection(QStringView text, QStringView *name)
 {
@@ -52,7 +49,6 @@ bool readSection(QStringView text, QStringView *name)
     *name = text.mid(1, text.size() - 2).trimmed();
     return true;
 }
-
 // "Begin Action <digits>", any case, with at least one space before the number.
 bool isAction(QStringView name)
 {
@@ -63,7 +59,6 @@ bool isAction(QStringView name)
     return digits > head.size() && skipNumber(name, digits) == name.size() &&
         name[digits] != QLatin1Char('-');
 }
-
 // "key = content" where the key is a letter or "_" followed by word characters and dots.
 bool readValue(QStringView text, QStringView *key, QStringView *content)
 {
@@ -80,7 +75,6 @@ bool readValue(QStringView text, QStringView *key, QStringView *content)
     *content = text.mid(equals + 1).trimmed();
     return true;
 }
-
 // "x, y" with optional signs.
 bool isFrame(QStringView text)
 {
@@ -89,7 +83,6 @@ bool isFrame(QStringView text)
         return false;
     return skipNumber(text, skipSpaces(text, i + 1)) == text.size();
 }
-
 // The section a new value would join, as its constructor finds it.
 ParentCode *sectionOf(CodeNode *context)
 {
@@ -141,7 +134,6 @@ CodeNode *TestParser::parse(QString const &line, QTextBlock const &block, CodeNo
         // sections apart.
         return new TestGroup(name, block, context, 1 + qHash(name) % 1000);
     }
-
     QStringView key;
     QStringView contentView;
     if (readValue(trimmed, &key, &contentView)) {
@@ -174,7 +166,6 @@ CodeNode *TestParser::parse(QString const &line, QTextBlock const &block, CodeNo
         }
         return new TestValue(name, type, block, context, stored);
     }
-
     if (isFrame(trimmed)) {
         if (syntax)
             syntax->setFormat(number, 0, static_cast<int>(text.size()));
@@ -186,7 +177,6 @@ CodeNode *TestParser::parse(QString const &line, QTextBlock const &block, CodeNo
                          static_cast<int>(text.size()));
     return nullptr;
 }
-
 QString TestDocument::describe()
 {
     QStringList out;
@@ -206,7 +196,6 @@ QString TestDocument::describe()
     }
     return (out + messageLines(messages())).join(QLatin1Char('\n'));
 }
-
 QStringList messageLines(Messages *messages, Message::Type type)
 {
     QStringList out;
@@ -216,7 +205,6 @@ QStringList messageLines(Messages *messages, Message::Type type)
     }
     return out;
 }
-
 void randomEdit(QTextDocument &document, QRandomGenerator &random, QStringList const &snippets,
                 bool wholeLines)
 {
@@ -270,7 +258,6 @@ void randomEdit(QTextDocument &document, QRandomGenerator &random, QStringList c
     }
     }
 }
-
 void checkRandomEdits(QTextDocument &document, QStringList const &snippets, quint32 seed, int steps,
                       std::function<QString()> const &edited,
                       std::function<QString(QString const &)> const &fresh, bool wholeLines)

@@ -46,18 +46,13 @@ private:
 QStringList messageLines(Kenro::Messages *messages,
                          Kenro::Message::Type type = Kenro::Message::All);
 
-/**
- * One random edit of \a document with pieces of \a snippets: lines typed in, replaced, deleted
- * or moved, an undo or a redo, and unless \a wholeLines, a piece typed inside a line or a range
- * deleted.
- */
+/// A random edit with pieces of \a snippets: whole lines, or anywhere unless \a wholeLines.
 void randomEdit(QTextDocument &document, QRandomGenerator &random, QStringList const &snippets,
                 bool wholeLines = false);
 
 /**
- * \a steps random edits of \a document from \a seed; after each, \a edited (the document
- * described) must equal \a fresh of its text (a new document of the same text described).
- * A mismatch fails the calling test with the first line that differs.
+ * \a steps random edits from \a seed; after each, \a edited must equal \a fresh of the text
+ * (a new document of it described), or the calling test fails on the first line that differs.
  */
 void checkRandomEdits(QTextDocument &document, QStringList const &snippets, quint32 seed, int steps,
                       std::function<QString()> const &edited,

@@ -65,7 +65,6 @@ QString rects(QList<QRect> const &list)
         parts << QString::asprintf("(%d %d %d %d)", r.x(), r.y(), r.width(), r.height());
     return parts.join(QLatin1Char(' '));
 }
-
 QString frameText(QString const &sprite, QPoint offset, int delay, int flip, int blend,
                   double source, double destination, QPointF scale, double angle,
                   QList<QRect> const &attack, QList<QRect> const &collision)
@@ -77,7 +76,6 @@ QString frameText(QString const &sprite, QPoint offset, int delay, int flip, int
         QStringLiteral("s%1,%2 a%3 A[%4] C[%5]")
             .arg(n(scale.x()), n(scale.y()), n(angle), rects(attack), rects(collision));
 }
-
 QString describeFrame(FrameCode const *f)
 {
     return frameText(f->property(QStringLiteral("Identifier")).toString(), f->offset(), f->delay(),
@@ -85,22 +83,16 @@ QString describeFrame(FrameCode const *f)
                      f->scale(), f->angle(), f->attackBoxes()->rects(),
                      f->collisionBoxes()->rects());
 }
-
 // Reads AIR text with regular expressions, line by line, the way the format
 // is documented: each action and its frames as describeFrame writes them,
 // the reference that the parser's model is checked against.
 QStringList readReference(QString const &text)
 {
     auto const caseless = QRegularExpression::CaseInsensitiveOption;
-    static QRegularExpression const heading(
-        QStringLiteral("^\\[\\s*begin\\s+action\\s+(-?\\d+)\\s*\\]$"), caseless);
-    static QRegularExpression const header(QStringLiteral("^clsn([12])(default)?\\s*:\\s*\\d+$"),
-                                           caseless);
-    static QRegularExpression const box(
-        QStringLiteral("^clsn[12]\\s*\\[\\s*\\d+\\s*\\]\\s*=\\s*(-?\\d+)\\s*,"
-                       "\\s*(-?\\d+)\\s*,\\s*(-?\\d+)\\s*,\\s*(-?\\d+)$"),
-        caseless);
-    static QRegularExpression const asd(QStringLiteral("^AS(\\d+)D(\\d+)$"));
+    static QRegularExpression const heading(R"(^\[\s*begin\s+action\s+(-?\d+)\s*\]$)", caseless),
+        header(R"(^clsn([12])(default)?\s*:\s*\d+$)", caseless), asd(R"(^AS(\d+)D(\d+)$)"),
+        box(R"(^clsn[12]\s*\[\s*\d+\s*\]\s*=\s*(-?\d+)\s*,\s*(-?\d+)\s*,\s*(-?\d+)\s*,\s*(-?\d+)$)",
+            caseless);
     QStringList out;
     QList<QRect> defaults[2], own[2], *target = nullptr;
     bool ownSet[2] = {false, false};
@@ -159,7 +151,6 @@ QStringList readReference(QString const &text)
     }
     return out;
 }
-
 // The model of \a document as readReference writes the text.
 QStringList modelLines(AirDocument &document)
 {
@@ -175,7 +166,6 @@ QStringList modelLines(AirDocument &document)
     }
     return out;
 }
-
 // The model written out: each section with its lines, frames and values,
 // then the frames and values that stand in none.
 QString describe(CodeDocument *document)
@@ -202,12 +192,10 @@ QString describe(CodeDocument *document)
     }
     return out;
 }
-
 QStringList messages(CodeDocument &document)
 {
     return KenroTest::messageLines(document.messages());
 }
-
 // AIR lines, and the test parser's "[Name]" headings and "key = value" values.
 class MixedDocument final : public KenroTest::TestDocument
 {
@@ -238,17 +226,14 @@ QString fresh(QString const &text, bool mixed = false)
     document->fromString(text);
     return describe(document.get());
 }
-
 AnimationCode *action(CodeDocument &document, int index)
 {
     return static_cast<AnimationCode *>(document.root()->childAt(static_cast<unsigned int>(index)));
 }
-
 FrameCode *frame(CodeDocument &document, int index, int row)
 {
     return action(document, index)->frameAt(static_cast<unsigned int>(row));
 }
-
 QStringList identifiers(Animations const *animations)
 {
     QStringList ids;
@@ -256,7 +241,6 @@ QStringList identifiers(Animations const *animations)
         ids << animation->property(QStringLiteral("Identifier")).toString();
     return ids;
 }
-
 // The time that each tick of a player returns and the frame shown at it,
 // played, and worked out from the delays and the loop start alone.
 using Ticks = QList<QPair<int, int>>;
@@ -345,7 +329,6 @@ private Q_SLOTS:
         QCOMPARE(loose->index(), -1);
         QCOMPARE(loose->firstLine(), 0);
     }
-
     void realFilesMatchTheirText_data()
     {
         QTest::addColumn<QString>("path");
@@ -356,7 +339,6 @@ private Q_SLOTS:
             QTest::newRow(qPrintable(it.next().mid(root.size()))) << it.filePath();
         QVERIFY2(files >= 3, "the test data holds three AIR files");
     }
-
     void realFilesMatchTheirText()
     {
         QFETCH(QString, path);
@@ -376,7 +358,6 @@ private Q_SLOTS:
         QVERIFY(!kfm || document.animations()->count() > 100);
         QVERIFY(lines.contains("loop start") || path.endsWith(QLatin1String("fightfx.air")));
     }
-
     // Frames read off the files by eye, and actions played through.
     void realActions_data()
     {
@@ -396,7 +377,6 @@ private Q_SLOTS:
                "20200,0 @0,0 t12 f0 b1:0.5:0.5 s1,1 a0 A[] C[]");
         addRow("training hold", training, 416, 0, "415,0 @0,0 t-1 f1 b0:1:1 s1,1 a0 A[] C[]");
     }
-
     // The delays and loop start of the model, which the reading of the real
     // files checks against their text, give the player's ticks.
     void realActions()
@@ -420,7 +400,6 @@ private Q_SLOTS:
         QVERIFY(player.change(animations, index, false));
         QCOMPARE(playedTicks(player, animation, 400), expectedTicks(animation, 400));
     }
-
     void faultsAreReportedWhereTheyAre_data()
     {
         QTest::addColumn<QString>("line");
@@ -448,7 +427,6 @@ private Q_SLOTS:
         row("Interpolate Colour", "12 Offset, Blend, Scale or Angle expected");
         row("*0,0", "0 A frame, a box or a heading expected");
     }
-
     void faultsAreReportedWhereTheyAre()
     {
         QFETCH(QString, line);
@@ -460,7 +438,6 @@ private Q_SLOTS:
         CodeNode const *node = document.nodeInBlock(document.findBlockByNumber(1));
         QCOMPARE(node ? int(node->type()) : 0, nodeType);
     }
-
     void brokenInputFailsCleanly()
     {
         KENRO_REQUIRE_TESTDATA(root);
@@ -486,7 +463,6 @@ private Q_SLOTS:
         QCOMPARE(document.animations()->count(), 1u);
         QCOMPARE(action(document, 0)->frameCount(), 0u);
     }
-
     void editsWriteWhatAnAuthorWould_data()
     {
         QTest::addColumn<Edit>("edit");
@@ -567,7 +543,6 @@ private Q_SLOTS:
                  action(d, 0)->moveFrame(0, 9); frame(d, 1, 0)->attackBoxes()->remove(3)),
             {}, {});
     }
-
     void editsWriteWhatAnAuthorWould()
     {
         QFETCH(Edit, edit);
@@ -588,7 +563,6 @@ private Q_SLOTS:
             QCOMPARE(describe(&document), fresh(sample));
         }
     }
-
     void formatting()
     {
         QString const messy =
@@ -606,7 +580,6 @@ private Q_SLOTS:
         QCOMPARE(document.toPlainText(), messy);
         QCOMPARE(describe(&document), fresh(messy));
     }
-
     // Typing, deleting and moving lines keep the model the one a fresh parse
     // of the same text gives, with sections of values among the actions too.
     void editSequencesMatchAFreshParse_data()
@@ -617,7 +590,6 @@ private Q_SLOTS:
         for (quint32 seed = 5; seed < 9; ++seed)
             QTest::addRow("mixed %u", seed) << true << seed;
     }
-
     void editSequencesMatchAFreshParse()
     {
         QFETCH(bool, mixed);
@@ -640,7 +612,6 @@ private Q_SLOTS:
             [&document] { return describe(document.get()); },
             [mixed](QString const &text) { return fresh(text, mixed); }, mixed);
     }
-
     // Sections of values end animations, and frames below them stand in none.
     void actsWriteWhatAnAuthorWould_data()
     {
@@ -669,7 +640,6 @@ private Q_SLOTS:
         row("sorted", ACT(a.at(0)->setName("900"); a.autoOrganize()),
             second + "\n\n" + renamed(first, "Action 900") + "\n\n", "200 900");
     }
-
     void actsWriteWhatAnAuthorWould()
     {
         QFETCH(Act, act);
@@ -687,7 +657,6 @@ private Q_SLOTS:
         other.fromString(expected);
         QCOMPARE(identifiers(other.animations()).join(' '), order);
     }
-
     void listChangesArePublished()
     {
         AirDocument document;
@@ -727,7 +696,6 @@ private Q_SLOTS:
         QCOMPARE(identifiers(animations), QStringList({"0", "201", "300"}));
         QCOMPARE(describe(&document), fresh(document.toPlainText()));
     }
-
     void playerFollowsTheRules()
     {
         AirDocument document;
@@ -771,7 +739,6 @@ private Q_SLOTS:
         QCOMPARE(player.tick(), 0);
         QCOMPARE(player.currentFrame(), nullptr);
     }
-
     void framesFindTheirSprites()
     {
         KenroTest::TestProject project(nullptr, 0, nullptr, false);
@@ -793,7 +760,6 @@ private Q_SLOTS:
         project.removeFile(file);
         project.removeFile(sprites);
     }
-
     void engineComesFromThePlugin()
     {
         KENRO_REQUIRE_TESTDATA(root);

@@ -7,7 +7,6 @@
 #include <ikemen/script/scriptparser.h>
 #include <ikemen/script/scriptvalue.h>
 
-#include <kenro/code/codeblockdata.h>
 #include <kenro/project/filesystemarchive.h>
 #include <kenro/project/messages.h>
 
@@ -33,7 +32,6 @@ QString variantText(QVariant const &value)
         return value.toStringList().join(QLatin1Char(','));
     return value.toString();
 }
-
 // The chain with each node's place in the tree, the messages and the
 // colours, for comparing an edited document with a fresh one.
 QString describe(ScriptDocument &document)
@@ -60,14 +58,12 @@ QString describe(ScriptDocument &document)
     }
     return out.join(QLatin1Char('\n'));
 }
-
 QString freshDescription(QString const &text)
 {
     ScriptDocument document;
     document.fromString(text);
     return describe(document);
 }
-
 ScriptGroup *findGroup(CodeDocument &document, QString const &name)
 {
     for (CodeNode *node : document.root()->childs()) {
@@ -77,13 +73,11 @@ ScriptGroup *findGroup(CodeDocument &document, QString const &name)
     }
     return nullptr;
 }
-
 ScriptValue *findValue(CodeDocument &document, QString const &section, QString const &key)
 {
     ScriptGroup *group = findGroup(document, section);
     return group ? dynamic_cast<ScriptValue *>(group->valueByName(key)) : nullptr;
 }
-
 // A delegate for animation lines: headings become animation nodes, the rest
 // is only recorded.
 class RecordingActionParser : public CodeParser
@@ -122,7 +116,6 @@ private Q_SLOTS:
         }
         QVERIFY(ScriptKeywords::isTrigger(u"Parent") && !ScriptKeywords::isTrigger(u"trigger1"));
     }
-
     void values_data()
     {
         QTest::addColumn<QString>("text");
@@ -149,7 +142,6 @@ private Q_SLOTS:
         row("[Characters]\nkfm, stages/kfm.def, order=3", V::String,
             "kfm, stages/kfm.def, order=3");
     }
-
     void values()
     {
         QFETCH(QString, text);
@@ -170,7 +162,6 @@ private Q_SLOTS:
         QCOMPARE(variantText(value->rawValue()), raw);
         QCOMPARE(value->valueText(), valueText.isEmpty() ? raw : valueText);
     }
-
     void reports_data()
     {
         QTest::addColumn<QString>("text");
@@ -202,7 +193,6 @@ private Q_SLOTS:
         row("[State 20000];0\n[Info] ; x\n\n   \n\t\n", "");
         addRow("byte-order mark", QStringLiteral("\uFEFF; comment\n[Info]"), QString());
     }
-
     void reports()
     {
         QFETCH(QString, text);
@@ -214,32 +204,6 @@ private Q_SLOTS:
         QVERIFY2(messages.isEmpty() || messages.first().startsWith(message),
                  qPrintable(messages.join(' ')));
     }
-
-    void highlighting()
-    {
-        ScriptDocument document;
-        document.fromString(
-            "[State 0, 1] ; c\ntype = ChangeState\ntrigger1 = Time = 2 && x = \"y\"\n");
-        using P = ScriptParser;
-        QList<QPair<QPoint, P::Token>> const expected = {
-            {{1, 0}, P::Section},    {{14, 0}, P::Comment}, {{0, 1}, P::Key},
-            {{8, 1}, P::Controller}, {{11, 2}, P::Trigger}, {{18, 2}, P::Number},
-            {{28, 2}, P::String}};
-        for (auto const &[at, token] : expected) {
-            QStringList colours;
-            for (QTextLayout::FormatRange const &r :
-                 document.findBlockByNumber(at.y()).layout()->formats()) {
-                if (at.x() >= r.start && at.x() < r.start + r.length)
-                    colours << r.format.foreground().color().name();
-            }
-            QColor const colour = CodeParserSyntax::syntaxFormat(CodeParserSyntax::TokenType(token))
-                                      .foreground()
-                                      .color();
-            QCOMPARE(colours, QStringList(colour.name()));
-        }
-        QCOMPARE(CodeBlockData::testBlockData(document.begin())->parenthesis().size(), 2);
-    }
-
     void realFiles_data()
     {
         QTest::addColumn<QString>("file");
@@ -253,7 +217,6 @@ private Q_SLOTS:
                  .split(' '))
             QTest::newRow(qPrintable(name)) << name;
     }
-
     // Headings, state definitions and values, counted from the text apart
     // from the parser: values are the lines with "=", or the entries of a list.
     void realFiles()
@@ -305,7 +268,6 @@ private Q_SLOTS:
         QCOMPARE(statedefs, 0);
         QCOMPARE(values, 0);
     }
-
     void handPicked_data()
     {
         QTest::addColumn<QString>("file");
@@ -325,7 +287,6 @@ private Q_SLOTS:
                "6,1,1,0,0,0,0,0,0,0");
         addRow("p1.range.x", "data/fight.def", "Lifebar", "p1.range.x", V::IntVec2, "0,-127");
     }
-
     void handPicked()
     {
         QFETCH(QString, file);
@@ -344,7 +305,6 @@ private Q_SLOTS:
                                             : variantText(value->rawValue()),
                  raw);
     }
-
     void actionParser()
     {
         ScriptDocument document;
@@ -376,7 +336,6 @@ private Q_SLOTS:
         QVERIFY(errors.at(0).startsWith(QLatin1String("0 3:0 A line of this section")));
         QVERIFY(errors.at(1).startsWith(QLatin1String("0 4:0 A line of this section")));
     }
-
     void editsKeepSpacingAndComments()
     {
         ScriptDocument document;
@@ -419,7 +378,6 @@ private Q_SLOTS:
         QCOMPARE(ScriptParser::formatLine("  a.b=  1, 2 ;c", false, true), "a.b = 1, 2 ;c");
         QCOMPARE(ScriptParser::formatLine("  ; only", false, true), "  ; only");
     }
-
     // Random edits of slices of real files keep the document the one a fresh
     // parse of the same text gives, every kind of section included.
     void editsMatchAFreshParse()
@@ -443,7 +401,6 @@ private Q_SLOTS:
             document, pieces, 1234, 60, [&document] { return describe(document); },
             freshDescription);
     }
-
     void garbageTruncatedAndHugeInput()
     {
         QRandomGenerator random(99);
