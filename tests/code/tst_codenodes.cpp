@@ -231,8 +231,6 @@ private Q_SLOTS:
         QCOMPARE(shown, QStringList({"Data", "Frame 1", "Frame - 0,1"}));
         QCOMPARE(root.index(0, 0, group).data(Qt::EditRole).toString(), "life");
         QCOMPARE(RootCode::node(root.index(1, 0, frames)), second);
-        QCOMPARE(root.parent(root.index(0, 0, group)), group);
-        QCOMPARE(root.flags(QModelIndex()), Qt::NoItemFlags);
         QVERIFY(!root.index(5, 0).isValid());
         QCOMPARE(root.rowCount(root.index(0, 0, group)), 0); // a value has no rows
         life->remove(false);
@@ -240,11 +238,11 @@ private Q_SLOTS:
         // Version and type tell of a change only.
         QSignalSpy version(&root, &RootCode::versionChanged);
         QSignalSpy type(&root, &RootCode::typeChanged);
-        root.setVersion(2, true);
-        root.setVersion(2, true);
+        for (int version : {2, 2})
+            root.setVersion(version, true);
         root.setVersion(3, false);
-        root.setFileType(3, true);
-        root.setFileType(4, true);
+        for (int type : {3, 4})
+            root.setFileType(type, true);
         QCOMPARE(version.count() + 10 * type.count(), 11);
         QCOMPARE(root.version(), static_cast<unsigned short>(3));
     }

@@ -213,7 +213,8 @@ void randomEdit(QTextDocument &document, QRandomGenerator &random, QStringList c
     QTextCursor cursor(block);
     int const size = document.characterCount() - 1;
     int const end = qMin(block.blockNumber() + 1 + random.bounded(3), document.blockCount() - 1);
-    switch (random.bounded(wholeLines ? 5 : 7)) {
+    int const kind = random.bounded(wholeLines ? 5 : 7);
+    switch (kind) {
     case 0: {
         QStringList lines{snippet()};
         for (int i = random.bounded(4); i > 0; --i)
@@ -226,18 +227,17 @@ void randomEdit(QTextDocument &document, QRandomGenerator &random, QStringList c
         cursor.insertText(snippet());
         break;
     case 2:
+    case 3: { // lines deleted, or moved elsewhere
         cursor.setPosition(end > block.blockNumber() ? document.findBlockByNumber(end).position()
                                                      : size,
                            QTextCursor::KeepAnchor);
-        cursor.removeSelectedText();
-        break;
-    case 3: {
-        cursor.setPosition(document.findBlockByNumber(end).position(), QTextCursor::KeepAnchor);
         QString const text = cursor.selectedText().replace(QChar::ParagraphSeparator, '\n');
         cursor.removeSelectedText();
-        cursor.setPosition(
-            document.findBlockByNumber(random.bounded(document.blockCount())).position());
-        cursor.insertText(text);
+        if (kind == 3) {
+            cursor.setPosition(
+                document.findBlockByNumber(random.bounded(document.blockCount())).position());
+            cursor.insertText(text);
+        }
         break;
     }
     case 4:
@@ -250,14 +250,14 @@ void randomEdit(QTextDocument &document, QRandomGenerator &random, QStringList c
         cursor.insertText(how == 0 ? QLatin1Char('\n') + typed : how == 1 ? typed : typed.left(1));
         break;
     }
-    default: {
-        int const from = random.bounded(size + 1);
-        cursor.setPosition(from);
-        cursor.setPosition(qMin(size, from + random.bounded(1, 30)), QTextCursor::KeepAnchor);
+    default:
+        cursor.setPosition(random.bounded(size + 1));
+        cursor.setPosition(qMin(size, cursor.position() + random.bounded(1, 30)),
+                           QTextCursor::KeepAnchor);
         cursor.removeSelectedText();
     }
-    }
 }
+
 void checkRandomEdits(QTextDocument &document, QStringList const &snippets, quint32 seed, int steps,
                       std::function<QString()> const &edited,
                       std::function<QString(QString const &)> const &fresh, bool wholeLines)

@@ -39,21 +39,11 @@ namespace {
 
 // What the format offers: titles, default and own boxes with comments, a
 // loop start, flips and blends, a frame held for ever.
-QString const sample = QStringLiteral("; Sample\n"
-                                      "[Begin Action 0]\n"
-                                      "Clsn2Default: 1\n"
-                                      " Clsn2[0] = -10, 0, 10,-80   ; body\n"
-                                      "0,0, 0,0, 5   ; stand\n"
-                                      "0,1, 0,0, 5\n"
-                                      "Loopstart\n"
-                                      "0,2, 0,0, 5, H\n"
-                                      "\n"
-                                      "; Punch\n"
-                                      "[Begin Action 200]\n"
-                                      "Clsn1: 1\n"
-                                      " Clsn1[0] =  15,-70, 50,-60\n"
-                                      "200,0, 10,-2, 3, ,A1\n"
-                                      "200,1, 0,0, -1\n");
+QString const sample = QStringLiteral(
+    "; Sample\n[Begin Action 0]\nClsn2Default: 1\n Clsn2[0] = -10, 0, 10,-80   ; body\n"
+    "0,0, 0,0, 5   ; stand\n0,1, 0,0, 5\nLoopstart\n0,2, 0,0, 5, H\n\n; Punch\n"
+    "[Begin Action 200]\nClsn1: 1\n Clsn1[0] =  15,-70, 50,-60\n200,0, 10,-2, 3, ,A1\n"
+    "200,1, 0,0, -1\n");
 // The two sections of the sample without their blank lines.
 QString const first = sample.section(QLatin1Char('\n'), 0, 7);
 QString const second = sample.section(QLatin1Char('\n'), 9, 14);
@@ -365,17 +355,17 @@ private Q_SLOTS:
         QTest::addColumn<int>("action");
         QTest::addColumn<int>("frame");
         QTest::addColumn<QString>("expected");
+        auto row = [](char const *file, int action, int frame, char const *expected) {
+            QTest::addRow("%s %d/%d", file, action, frame)
+                << QString::fromLatin1(file) << action << frame << QString::fromLatin1(expected);
+        };
         char const *kfm = "chars/kfm/kfm.air", *training = "chars/training/Training.air";
-        addRow("kfm stand", kfm, 0, 5,
-               "0,5 @0,0 t45 f0 b0:1:1 s1,1 a0 A[] C[(-13 -79 29 79) (-7 -93 12 14)]");
-        addRow("kfm jump with a loop start", kfm, 41, -1, "");
-        addRow("kfm VH held", kfm, 5200, 0,
-               "41,4 @0,-120 t3 f3 b0:1:1 s1,1 a0 A[] C[(-14 -75 30 29)]");
-        addRow("fightfx A1 spark", "data/fightfx.air", 3, 1,
-               "3,0 @0,0 t1 f0 b1:1:0.5 s1,1 a0 A[] C[]");
-        addRow("training AS held", training, 20200, 1,
-               "20200,0 @0,0 t12 f0 b1:0.5:0.5 s1,1 a0 A[] C[]");
-        addRow("training hold", training, 416, 0, "415,0 @0,0 t-1 f1 b0:1:1 s1,1 a0 A[] C[]");
+        row(kfm, 0, 5, "0,5 @0,0 t45 f0 b0:1:1 s1,1 a0 A[] C[(-13 -79 29 79) (-7 -93 12 14)]");
+        row(kfm, 41, -1, ""); // a jump with a loop start
+        row(kfm, 5200, 0, "41,4 @0,-120 t3 f3 b0:1:1 s1,1 a0 A[] C[(-14 -75 30 29)]");
+        row("data/fightfx.air", 3, 1, "3,0 @0,0 t1 f0 b1:1:0.5 s1,1 a0 A[] C[]");
+        row(training, 20200, 1, "20200,0 @0,0 t12 f0 b1:0.5:0.5 s1,1 a0 A[] C[]");
+        row(training, 416, 0, "415,0 @0,0 t-1 f1 b0:1:1 s1,1 a0 A[] C[]");
     }
     // The delays and loop start of the model, which the reading of the real
     // files checks against their text, give the player's ticks.
