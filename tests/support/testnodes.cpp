@@ -4,42 +4,18 @@ using namespace Kenro;
 
 namespace KenroTest {
 
-TestValue::TestValue(QString const &name, Type type, QTextBlock const &block, CodeNode *after,
-                     QVariant const &value)
-    : ValueCode(type, block, after, value), valueName(name)
-{}
-
-QString TestValue::valueText() const
-{
-    return asString(valueType(), rawValue(), QLatin1Char(','));
-}
-
 QString TestValue::keyword(unsigned int index) const
 {
     static QStringList const keywords = {QStringLiteral("none"), QStringLiteral("low"),
                                          QStringLiteral("high")};
     return keywords.value(static_cast<int>(index));
 }
-
-TestGroup::TestGroup(QString const &name, QTextBlock const &block, CodeNode *after,
-                     unsigned int subType)
-    : GroupCode(block, after, subType), groupName(name)
-{
-    insertRootChild(this);
-}
-
 ValueCode *TestGroup::insertValue(unsigned int index, QString const &name, QString const &value)
 {
     unsigned int const row = qMin(index, valueCount());
     CodeNode *after = row == 0 ? static_cast<CodeNode *>(this) : valueAt(row - 1);
     return new TestValue(name, ValueCode::String, QTextBlock(), after, value);
 }
-
-ValueCode *TestGroup::addValue(QString const &name, QString const &value)
-{
-    return insertValue(valueCount(), name, value);
-}
-
 TestAnimation::TestAnimation(QString const &name, QTextBlock const &block, CodeNode *after)
     : ParentCode(Animation, block, after), animationName(name)
 {
@@ -49,18 +25,11 @@ TestAnimation::TestAnimation(QString const &name, QTextBlock const &block, CodeN
             insertChild(node, childCount());
     }
 }
-
 TestAnimation::~TestAnimation()
 {
     while (!frames.isEmpty())
         removeChild(frames.last());
 }
-
-CodeNode *TestAnimation::childAt(unsigned int index) const
-{
-    return frames.value(static_cast<int>(index));
-}
-
 void TestAnimation::insertChild(CodeNode *child, unsigned int index)
 {
     detach(child);
@@ -70,7 +39,6 @@ void TestAnimation::insertChild(CodeNode *child, unsigned int index)
     frames.insert(row, child);
     endInsert();
 }
-
 void TestAnimation::removeChild(CodeNode *child)
 {
     int const row = frames.indexOf(child);
@@ -82,7 +50,6 @@ void TestAnimation::removeChild(CodeNode *child)
     if (row >= 0)
         endRemove();
 }
-
 TestFrame::TestFrame(QString const &identifier, QTextBlock const &block, CodeNode *after)
     : ParentCode(Frame, block, after), identifier(identifier)
 {
@@ -98,17 +65,6 @@ TestFrame::TestFrame(QString const &identifier, QTextBlock const &block, CodeNod
         }
     }
     animation->insertChild(this, row);
-}
-
-QVariant TestFrame::property(QString const &name) const
-{
-    return name == QLatin1String("Identifier") ? QVariant(identifier) : QVariant();
-}
-
-void TestFrame::setProperty(QString const &name, QVariant const &value)
-{
-    if (name == QLatin1String("Identifier"))
-        identifier = value.toString();
 }
 
 } // namespace KenroTest

@@ -13,13 +13,15 @@ class TestValue : public Kenro::ValueCode
 {
 public:
     TestValue(QString const &name, Type type, QTextBlock const &block, Kenro::CodeNode *after,
-              QVariant const &value = QVariant());
+              QVariant const &value = QVariant())
+        : ValueCode(type, block, after, value), valueName(name)
+    {}
 
     QString valueName;
 
     QString name() const override { return valueName; }
     void setName(QString const &name) override { valueName = name; }
-    QString valueText() const override;
+    QString valueText() const override { return asString(valueType(), rawValue(), QChar(',')); }
     QString keyword(unsigned int index) const override;
 
     using Kenro::CodeNode::change;
@@ -32,7 +34,11 @@ class TestGroup : public Kenro::GroupCode
 {
 public:
     TestGroup(QString const &name, QTextBlock const &block, Kenro::CodeNode *after,
-              unsigned int subType = 0);
+              unsigned int subType = 0)
+        : GroupCode(block, after, subType), groupName(name)
+    {
+        insertRootChild(this);
+    }
 
     QString groupName;
     QList<Kenro::CodeNode *> changedChildren;
@@ -41,7 +47,10 @@ public:
     void setName(QString const &name) override { groupName = name; }
     Kenro::ValueCode *insertValue(unsigned int index, QString const &name,
                                   QString const &value) override;
-    Kenro::ValueCode *addValue(QString const &name, QString const &value) override;
+    Kenro::ValueCode *addValue(QString const &name, QString const &value) override
+    {
+        return insertValue(valueCount(), name, value);
+    }
     void childChanged(Kenro::CodeNode *child) override { changedChildren.append(child); }
 };
 
@@ -59,7 +68,7 @@ public:
     void setName(QString const &name) override { animationName = name; }
     unsigned int childCount() const override { return static_cast<unsigned int>(frames.size()); }
     int childIndex(Kenro::CodeNode *child) const override { return frames.indexOf(child); }
-    Kenro::CodeNode *childAt(unsigned int index) const override;
+    Kenro::CodeNode *childAt(unsigned int index) const override { return frames.value(index); }
     void insertChild(Kenro::CodeNode *child, unsigned int index) override;
     void removeChild(Kenro::CodeNode *child) override;
 };
@@ -73,8 +82,15 @@ public:
     QString identifier;
 
     QStringList propertyNames() const override { return {QStringLiteral("Identifier")}; }
-    QVariant property(QString const &name) const override;
-    void setProperty(QString const &name, QVariant const &value) override;
+    QVariant property(QString const &name) const override
+    {
+        return name == QLatin1String("Identifier") ? QVariant(identifier) : QVariant();
+    }
+    void setProperty(QString const &name, QVariant const &value) override
+    {
+        if (name == QLatin1String("Identifier"))
+            identifier = value.toString();
+    }
 };
 
 /// A root whose chain can be released by the test.

@@ -3,7 +3,9 @@
 #include "testnodes.h"
 
 #include <kenro/code/rootcode.h>
-#include <kenro/project/messages.h>
+
+#include <QRandomGenerator>
+#include <QTest>
 
 using namespace Kenro;
 
@@ -18,38 +20,26 @@ Token const plain = Token(0), comment = CodeParserSyntax::Comment, invalid = Tok
 // The line forms are read by hand: a parser runs for every line of a loaded
 // script, and the benchmarks measure the document around it.
 
-bool isSpace(QChar c)
-{
-    return c == QLatin1Char(' ') || (c >= QLatin1Char('\t') && c <= QLatin1Char('\r'));
-}
-bool isDigit(QChar c)
-{
-    return c >= QLatin1Char('0') && c <= QLatin1Char('9');
-}
 bool isLetter(QChar c)
 {
-    return (c >= QLatin1Char('a') && c <= QLatin1Char('z')) ||
-        (c >= QLatin1Char('A') && c <= QLatin1Char('Z')) || c == QLatin1Char('_');
+    return (c.unicode() < 128 && c.isLetter()) || c == QLatin1Char('_');
 }
-
 qsizetype skipSpaces(QStringView text, qsizetype i)
 {
-    while (i < text.size() && isSpace(text[i]))
+    while (i < text.size() && text[i].isSpace())
         ++i;
     return i;
 }
-
 // The end of an optionally signed number at \a i, or -1.
 qsizetype skipNumber(QStringView text, qsizetype i)
 {
     if (i < text.size() && text[i] == QLatin1Char('-'))
         ++i;
     qsizetype const digits = i;
-    while (i < text.size() && isDigit(text[i]))
+    while (i < text.size() && text[i].isDigit())
         ++i;
     return i == digits ? -1 : i;
 }
-
 // "[ name ]" with no "]" inside: the name without its spaces.
 bool readSection(QStringView text, QStringView *name)
 {
@@ -59,7 +49,6 @@ bool readSection(QStringView text, QStringView *name)
     *name = text.mid(1, text.size() - 2).trimmed();
     return true;
 }
-
 // "Begin Action <digits>", any case, with at least one space before the number.
 bool isAction(QStringView name)
 {
@@ -70,7 +59,6 @@ bool isAction(QStringView name)
     return digits > head.size() && skipNumber(name, digits) == name.size() &&
         name[digits] != QLatin1Char('-');
 }
-
 // "key = content" where the key is a letter or "_" followed by word characters and dots.
 bool readValue(QStringView text, QStringView *key, QStringView *content)
 {
@@ -78,7 +66,7 @@ bool readValue(QStringView text, QStringView *key, QStringView *content)
         return false;
     qsizetype i = 1;
     while (i < text.size() &&
-           (isLetter(text[i]) || isDigit(text[i]) || text[i] == QLatin1Char('.')))
+           (isLetter(text[i]) || text[i].isDigit() || text[i] == QLatin1Char('.')))
         ++i;
     qsizetype const equals = skipSpaces(text, i);
     if (equals == text.size() || text[equals] != QLatin1Char('='))
@@ -87,7 +75,6 @@ bool readValue(QStringView text, QStringView *key, QStringView *content)
     *content = text.mid(equals + 1).trimmed();
     return true;
 }
-
 // "x, y" with optional signs.
 bool isFrame(QStringView text)
 {
@@ -96,7 +83,6 @@ bool isFrame(QStringView text)
         return false;
     return skipNumber(text, skipSpaces(text, i + 1)) == text.size();
 }
-
 // The section a new value would join, as its constructor finds it.
 ParentCode *sectionOf(CodeNode *context)
 {
@@ -148,7 +134,6 @@ CodeNode *TestParser::parse(QString const &line, QTextBlock const &block, CodeNo
         // sections apart.
         return new TestGroup(name, block, context, 1 + qHash(name) % 1000);
     }
-
     QStringView key;
     QStringView contentView;
     if (readValue(trimmed, &key, &contentView)) {
@@ -181,7 +166,6 @@ CodeNode *TestParser::parse(QString const &line, QTextBlock const &block, CodeNo
         }
         return new TestValue(name, type, block, context, stored);
     }
-
     if (isFrame(trimmed)) {
         if (syntax)
             syntax->setFormat(number, 0, static_cast<int>(text.size()));
@@ -193,44 +177,108 @@ CodeNode *TestParser::parse(QString const &line, QTextBlock const &block, CodeNo
                          static_cast<int>(text.size()));
     return nullptr;
 }
-
-namespace {
-
-QString describeNode(CodeNode const *node)
-{
-    QString name;
-    if (auto const *named = dynamic_cast<NamedCode const *>(node))
-        name = named->name();
-    else if (auto const *item = dynamic_cast<PropertyItem const *>(node))
-        name = item->property(QStringLiteral("Identifier")).toString();
-    return QStringLiteral("%1:%2:%3\n").arg(node->type()).arg(node->lineNo()).arg(name);
-}
-
-void describeTree(ParentCode const *parent, QString const &indent, QString &out)
-{
-    for (unsigned int i = 0; i < parent->childCount(); ++i) {
-        CodeNode const *child = parent->childAt(i);
-        out += indent + describeNode(child);
-        if (auto const *inner = dynamic_cast<ParentCode const *>(child))
-            describeTree(inner, indent + QStringLiteral("  "), out);
-    }
-}
-
-} // namespace
-
 QString TestDocument::describe()
 {
-    QString out = QStringLiteral("chain\n");
-    for (CodeNode const *node = root()->next(); node; node = node->next())
-        out += describeNode(node);
-    out += QStringLiteral("tree\n");
-    describeTree(root(), QString(), out);
-    out += QStringLiteral("messages\n");
-    for (unsigned int i = 0; i < messages()->count(Message::All); ++i) {
-        Message const m = messages()->at(i, Message::All);
-        out += QStringLiteral("%1 %2:%3 %4\n").arg(m.type).arg(m.line).arg(m.column).arg(m.text);
+    QStringList out;
+    for (CodeNode const *node = root()->next(); node; node = node->next()) {
+        QString name;
+        if (auto const *named = dynamic_cast<NamedCode const *>(node))
+            name = named->name();
+        else if (auto const *item = dynamic_cast<PropertyItem const *>(node))
+            name = item->property(QStringLiteral("Identifier")).toString();
+        ParentCode *parent = node->parent();
+        out << QStringLiteral("%1:%2:%3 in %4 row %5")
+                   .arg(node->type())
+                   .arg(node->lineNo())
+                   .arg(name)
+                   .arg(parent ? parent->lineNo() : -2)
+                   .arg(parent ? parent->childIndex(const_cast<CodeNode *>(node)) : -1);
+    }
+    return (out + messageLines(messages())).join(QLatin1Char('\n'));
+}
+QStringList messageLines(Messages *messages, Message::Type type)
+{
+    QStringList out;
+    for (unsigned int i = 0; i < messages->count(type); ++i) {
+        Message const m = messages->at(i, type);
+        out << QStringLiteral("%1 %2:%3 %4").arg(m.type).arg(m.line).arg(m.column).arg(m.text);
     }
     return out;
+}
+void randomEdit(QTextDocument &document, QRandomGenerator &random, QStringList const &snippets,
+                bool wholeLines)
+{
+    auto snippet = [&] { return snippets.at(random.bounded(snippets.size())); };
+    QTextBlock const block = document.findBlockByNumber(random.bounded(document.blockCount()));
+    QTextCursor cursor(block);
+    int const size = document.characterCount() - 1;
+    int const end = qMin(block.blockNumber() + 1 + random.bounded(3), document.blockCount() - 1);
+    int const kind = random.bounded(wholeLines ? 5 : 7);
+    switch (kind) {
+    case 0: {
+        QStringList lines{snippet()};
+        for (int i = random.bounded(4); i > 0; --i)
+            lines << snippet();
+        cursor.insertText(lines.join(QLatin1Char('\n')) + QLatin1Char('\n'));
+        break;
+    }
+    case 1:
+        cursor.movePosition(QTextCursor::EndOfBlock, QTextCursor::KeepAnchor);
+        cursor.insertText(snippet());
+        break;
+    case 2:
+    case 3: { // lines deleted, or moved elsewhere
+        cursor.setPosition(end > block.blockNumber() ? document.findBlockByNumber(end).position()
+                                                     : size,
+                           QTextCursor::KeepAnchor);
+        QString const text = cursor.selectedText().replace(QChar::ParagraphSeparator, '\n');
+        cursor.removeSelectedText();
+        if (kind == 3) {
+            cursor.setPosition(
+                document.findBlockByNumber(random.bounded(document.blockCount())).position());
+            cursor.insertText(text);
+        }
+        break;
+    }
+    case 4:
+        random.bounded(2) ? document.undo() : document.redo();
+        break;
+    case 5: {
+        QString const typed = snippet();
+        int const how = random.bounded(3);
+        cursor.setPosition(block.position() + random.bounded(block.length()));
+        cursor.insertText(how == 0 ? QLatin1Char('\n') + typed : how == 1 ? typed : typed.left(1));
+        break;
+    }
+    default:
+        cursor.setPosition(random.bounded(size + 1));
+        cursor.setPosition(qMin(size, cursor.position() + random.bounded(1, 30)),
+                           QTextCursor::KeepAnchor);
+        cursor.removeSelectedText();
+    }
+}
+
+void checkRandomEdits(QTextDocument &document, QStringList const &snippets, quint32 seed, int steps,
+                      std::function<QString()> const &edited,
+                      std::function<QString(QString const &)> const &fresh, bool wholeLines)
+{
+    QRandomGenerator random(seed);
+    for (int step = 0; step < steps; ++step) {
+        QString const before = document.toPlainText();
+        randomEdit(document, random, snippets, wholeLines);
+        QStringList const got = edited().split(QLatin1Char('\n'));
+        QStringList const expected = fresh(document.toPlainText()).split(QLatin1Char('\n'));
+        for (int i = 0; i < qMax(got.size(), expected.size()); ++i) {
+            if (got.value(i) != expected.value(i)) {
+                qWarning().noquote() << "before:\n"
+                                     << before << "\nafter:\n"
+                                     << document.toPlainText();
+                QFAIL(qPrintable(QStringLiteral("step %1: edited '%2', fresh '%3'")
+                                     .arg(step)
+                                     .arg(got.value(i), expected.value(i))));
+            }
+        }
+    }
 }
 
 } // namespace KenroTest

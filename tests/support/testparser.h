@@ -2,6 +2,11 @@
 
 #include <kenro/code/codedocument.h>
 #include <kenro/code/codeparser.h>
+#include <kenro/project/messages.h>
+
+#include <functional>
+
+class QRandomGenerator;
 
 namespace KenroTest {
 
@@ -36,5 +41,22 @@ public:
 private:
     void free() override { delete this; }
 };
+
+/// The \a messages of \a type (all by default) as "type line:column text".
+QStringList messageLines(Kenro::Messages *messages,
+                         Kenro::Message::Type type = Kenro::Message::All);
+
+/// A random edit with pieces of \a snippets: whole lines, or anywhere unless \a wholeLines.
+void randomEdit(QTextDocument &document, QRandomGenerator &random, QStringList const &snippets,
+                bool wholeLines = false);
+
+/**
+ * \a steps random edits from \a seed; after each, \a edited must equal \a fresh of the text
+ * (a new document of it described), or the calling test fails on the first line that differs.
+ */
+void checkRandomEdits(QTextDocument &document, QStringList const &snippets, quint32 seed, int steps,
+                      std::function<QString()> const &edited,
+                      std::function<QString(QString const &)> const &fresh,
+                      bool wholeLines = false);
 
 } // namespace KenroTest
