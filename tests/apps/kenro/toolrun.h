@@ -6,9 +6,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
-#include <QProcessEnvironment>
-#include <QRegularExpression>
-#include <QStringList>
 
 namespace KenroTest {
 
@@ -18,13 +15,11 @@ struct Result
     int code = -1;
     QString out;
     QString err;
-    /// stdout read as a JSON object; empty when it is none.
     QJsonObject json() const { return QJsonDocument::fromJson(out.toUtf8()).object(); }
 };
 
 // Runs the tool in \a folder (when given) with its own empty configuration
-// folder, so that no user settings reach it, and stdout and stderr apart
-// (neither is a terminal).
+// folder, so that no user settings reach it; neither stream is a terminal.
 inline Result kenro(QStringList const &arguments, QString const &configHome,
                     QString const &folder = QString())
 {
@@ -35,23 +30,21 @@ inline Result kenro(QStringList const &arguments, QString const &configHome,
     process.setProcessEnvironment(environment);
     process.setWorkingDirectory(folder);
     process.start(QStringLiteral(KENRO_EXECUTABLE), arguments);
-    Result result;
-    if (!process.waitForFinished(120000)) {
+    bool const finished = process.waitForFinished(120000);
+    if (!finished) {
         process.kill();
         process.waitForFinished();
-        return result;
     }
-    result.code = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    result.out = QString::fromUtf8(process.readAllStandardOutput());
-    result.err = QString::fromUtf8(process.readAllStandardError());
-    return result;
+    bool const exited = finished && process.exitStatus() == QProcess::NormalExit;
+    return {exited ? process.exitCode() : -1, QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
 }
 
 // The value at \a path below \a value: keys and indexes joined by '/', as
 // "facts/sprites" or "projects/0/name"; undefined where there is none.
-inline QJsonValue at(QJsonValue value, char const *path)
+inline QJsonValue at(QJsonValue value, QString const &path)
 {
-    for (QString const &step : QString::fromLatin1(path).split(QLatin1Char('/'))) {
+    for (QString const &step : path.split(QLatin1Char('/'))) {
         bool index = false;
         int const i = step.toInt(&index);
         value = index ? value.toArray().at(i) : value.toObject().value(step);
@@ -59,17 +52,18 @@ inline QJsonValue at(QJsonValue value, char const *path)
     return value;
 }
 
-// A failure is one line "kenro: <what>: <why>" on stderr and nothing on stdout.
-inline bool isOneLineFailure(Result const &result, QByteArray *why)
+// The values at \a paths (split at commas) below \a value, joined by '|':
+// numbers and strings as they read, arrays and objects as compact JSON.
+inline QString fields(QJsonValue const &value, QString const &paths)
 {
-    static QRegularExpression const line(QStringLiteral("^kenro: [^\\n]+: [^\\n]+\\n$"));
-    if (line.match(result.err).hasMatch() && result.out.isEmpty())
-        return true;
-    *why = QStringLiteral("exit %1, stdout '%2', stderr '%3'")
-               .arg(result.code)
-               .arg(result.out, result.err)
-               .toUtf8();
-    return false;
+    QStringList values;
+    for (QString const &path : paths.split(QLatin1Char(','))) {
+        QJsonValue const field = at(value, path);
+        QByteArray const json = QJsonDocument(QJsonArray{field}).toJson(QJsonDocument::Compact);
+        values += field.isArray() || field.isObject() ? QString::fromUtf8(json.mid(1).chopped(1))
+                                                      : field.toVariant().toString();
+    }
+    return values.join(QLatin1Char('|'));
 }
 
 } // namespace KenroTest
