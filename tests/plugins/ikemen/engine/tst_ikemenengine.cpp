@@ -42,22 +42,20 @@ using KenroTest::readFile;
 
 namespace {
 
-// Every message of \a project and of its files, as "file:line type: text"
-// with the file relative to \a game and the line counted from 1.
-QStringList messageLines(Project const &project, QString const &game)
+// Every message of \a project and of its files, a line each as "file:line
+// type: text" with the file relative to \a game and the line counted from 1.
+QString messageLines(Project const &project, QString const &game)
 {
     QStringList out;
-    for (KenroTest::ListedMessage const &listed : KenroTest::listedMessages(project)) {
-        QString const file = listed.file ? listed.file->fileName().remove(game) : QString();
-        out += u"%1:%2 %3: %4"_s.arg(file)
-                   .arg(listed.message.line + 1)
-                   .arg(QStringList{u"error"_s, u"warning"_s, u"information"_s}.value(
-                       listed.message.type, u"?"_s))
-                   .arg(listed.message.text);
-    }
+    for (KenroTest::ListedMessage const &listed : KenroTest::listedMessages(project))
+        out +=
+            u"%1:%2 %3: %4\n"_s.arg(listed.file ? listed.file->fileName().remove(game) : QString())
+                .arg(listed.message.line + 1)
+                .arg(u"error warning information"_s.split(u' ').value(listed.message.type))
+                .arg(listed.message.text);
     out.removeDuplicates();
     out.sort();
-    return out;
+    return out.join(QString());
 }
 
 // The "[Begin Action n]" headings of a text, any case.
@@ -71,10 +69,10 @@ int actionHeadings(QByteArray const &text)
 
 int animationNodes(CodeNode *node)
 {
+    auto *parent = dynamic_cast<ParentCode *>(node);
     int count = node->type() == CodeNode::Animation ? 1 : 0;
-    for (unsigned int i = 0;
-         dynamic_cast<ParentCode *>(node) && i < static_cast<ParentCode *>(node)->childCount(); ++i)
-        count += animationNodes(static_cast<ParentCode *>(node)->childAt(i));
+    for (unsigned int i = 0; parent && i < parent->childCount(); ++i)
+        count += animationNodes(parent->childAt(i));
     return count;
 }
 
@@ -97,10 +95,10 @@ class TestIkemenEngine : public QObject
     {
         QStringList const listed = KenroTest::listedFiles(project);
         for (QString const &entry : listed) {
-            bool found = false;
+            QStringList names;
             for (ProjectFile *file : project.filesByType(entry.section(u':', 0, 0).toInt()))
-                found = found || file->fileName().endsWith(u'/' + entry.section(u':', 1));
-            QVERIFY2(found, qPrintable(entry));
+                names += QFileInfo(file->fileName()).fileName();
+            QVERIFY2(names.contains(entry.section(u':', 1)), qPrintable(entry));
         }
         QCryptographicHash digest(QCryptographicHash::Sha1);
         int sprites = 0, sounds = 0, actions = 0, palettes = 0;
@@ -111,20 +109,22 @@ class TestIkemenEngine : public QObject
             int type = 0;
             while (type <= DefinitionProject::Other && !project.filesByType(type).contains(file))
                 ++type;
-            if (auto *sff = dynamic_cast<SffSprites *>(file)) {
-                SffContent read;
-                QVERIFY(type == Project::Sprites && SffReader().read(bytes, read));
-                QCOMPARE(int(sff->count()), int(read.sprites.size()));
-                for (unsigned int i = 0; i < sff->count(); ++i, ++sprites) {
-                    QImage const image = sff->at(i)->image().convertToFormat(QImage::Format_ARGB32);
+            SffContent sff;
+            SndReader snd;
+            RGBA expected[256], colors[256];
+            if (auto *archive = dynamic_cast<SffSprites *>(file)) {
+                QVERIFY(type == Project::Sprites && SffReader().read(bytes, sff));
+                QCOMPARE(int(archive->count()), int(sff.sprites.size()));
+                for (unsigned int i = 0; i < archive->count(); ++i, ++sprites) {
+                    QImage const image =
+                        archive->at(i)->image().convertToFormat(QImage::Format_ARGB32);
                     digest.addData(QByteArrayView(image.constBits(), image.sizeInBytes()));
                 }
-            } else if (auto *snd = dynamic_cast<SndSounds *>(file)) {
-                SndReader reader;
-                QVERIFY(type == Project::Sounds && reader.read(bytes));
-                QCOMPARE(int(snd->count()), int(reader.bank().members.size()));
-                for (unsigned int i = 0; i < snd->count(); ++i, ++sounds)
-                    digest.addData(snd->sound(i)->wav());
+            } else if (auto *bank = dynamic_cast<SndSounds *>(file)) {
+                QVERIFY(type == Project::Sounds && snd.read(bytes));
+                QCOMPARE(int(bank->count()), int(snd.bank().members.size()));
+                for (unsigned int i = 0; i < bank->count(); ++i, ++sounds)
+                    digest.addData(bank->sound(i)->wav());
             } else if (auto *air = dynamic_cast<AirAnimations *>(file)) {
                 QVERIFY(type == Project::Animations &&
                         dynamic_cast<AirDocument *>(air->document()));
@@ -132,12 +132,11 @@ class TestIkemenEngine : public QObject
                 actions += air->count();
             } else if (auto *palette = dynamic_cast<PaletteFile *>(file)) {
                 // Shown in the character's sprite archive with the file's colours.
-                RGBA expected[256], colors[256];
                 QVERIFY(type == DefinitionProject::Palettes && readAct(bytes, expected) &&
                         palette->data() == bytes && !palette->palettes().isEmpty());
                 for (SffPalette const *shown : palette->palettes())
                     QVERIFY(shown->colorTable(colors) &&
-                            std::memcmp(colors, expected, sizeof colors) == 0);
+                            !std::memcmp(colors, expected, sizeof colors));
                 palettes += palette->palettes().size();
             } else {
                 QVERIFY2(type == DefinitionProject::Music || type == DefinitionProject::Other ||
@@ -146,12 +145,12 @@ class TestIkemenEngine : public QObject
             }
         }
         QVERIFY(sprites > 0);
-        summary = u"%1; %2 sprites, %3 sounds, %4 actions, %5 palettes; %6"_s.arg(listed.join(u' '))
+        summary = u"%1; %2 sprites, %3 sounds, %4 actions, %5 palettes; "_s.arg(listed.join(u' '))
                       .arg(sprites)
                       .arg(sounds)
                       .arg(actions)
-                      .arg(palettes)
-                      .arg(QString::fromLatin1(digest.result().toHex()));
+                      .arg(palettes) +
+            QString::fromLatin1(digest.result().toHex());
     }
 
 private Q_SLOTS:
@@ -163,10 +162,9 @@ private Q_SLOTS:
         auto const take = reinterpret_cast<Engine *(*)()>(library.resolve("kenroEngine"));
         QVERIFY(take);
         m_engine.reset(take());
-        QVERIFY(m_engine);
         QString const data = KenroTest::testDataPath();
         m_game = m_copy.path() + u"/game/"_s;
-        QVERIFY(data.isEmpty() || KenroTest::copyTree(data + u"/game/"_s, m_game));
+        QVERIFY(m_engine && (data.isEmpty() || KenroTest::copyTree(data + u"/game/"_s, m_game)));
     }
 
     void cleanupTestCase()
@@ -198,9 +196,9 @@ private Q_SLOTS:
     {
         KENRO_REQUIRE_TESTDATA(testdata);
         QTemporaryDir dir;
-        for (QString const &source : {u"chars/kfm/kfm.sff"_s, u"chars/kfm/kfm.snd"_s}) {
-            QByteArray const bytes = readFile(m_game + source);
-            QString const path = dir.filePath(QFileInfo(source).fileName());
+        for (QString const source : {"kfm.sff", "kfm.snd"}) {
+            QByteArray const bytes = readFile(m_game + u"chars/kfm/"_s + source);
+            QString const path = dir.filePath(source);
             int const type = source.endsWith(".sff"_L1) ? Project::Sprites : Project::Sounds;
             for (QByteArray const &damaged : {bytes.left(type == Project::Sprites ? 700 : 600),
                                               KenroTest::noise(bytes.size(), 3)}) {
@@ -220,22 +218,20 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("definition");
         QTest::addColumn<QString>("files");
-        QTest::addColumn<QStringList>("messages");
+        QTest::addColumn<QString>("messages");
         // Kung Fu Man's animations contradict themselves: boxes written as
         // Clsn2 under a Clsn1 header, which the runtime reads as attack boxes.
         // In action 1020 (the fast palm) that is what was meant; in action
         // 1300 (blocking) the frames attack with copies of their Clsn2 boxes.
         // His storyboards name scene music that the game does not hold: the
         // runtime plays none, hence a warning.
-        QStringList kfm;
+        QString kfm;
         for (int line : {1567, 1568, 1574, 1575, 963})
-            kfm +=
-                u"chars/kfm/kfm.air:%1 warning: A Clsn2 box under a Clsn1 header is a Clsn1 box"_s
-                    .arg(line);
+            kfm += u"chars/kfm/kfm.air:%1 warning: A Clsn2 box under a Clsn1 header is a Clsn1 "
+                   "box\n"_s.arg(line);
         for (QString const scene : {"43 intro", "44 ending"})
-            kfm +=
-                u"chars/kfm/kfm.def:%1 warning: The file '%2.mp3' named by 'bgm' does not exist (in %2.def)"_s
-                    .arg(scene.section(u' ', 0, 0), scene.section(u' ', 1));
+            kfm += u"chars/kfm/kfm.def:%1 warning: The file '%2.mp3' named by 'bgm' does not exist "
+                   "(in %2.def)\n"_s.arg(scene.section(u' ', 0, 0), scene.section(u' ', 1));
         addRow("kfm", "chars/kfm/kfm.def",
                "4:kfm.cmd 4:kfm.cns 1:kfm.sff 3:kfm.air 2:kfm.snd 8:kfm.ai 6:intro.def "
                "6:ending.def 1:intro.sff 1:ending.sff",
@@ -245,14 +241,13 @@ private Q_SLOTS:
         addRow(
             "training", "chars/training/Training.def",
             "4:Training.cmd 4:Training.cns 1:Training.sff 3:Training.air 2:Training.snd 5:01.act",
-            QStringList{
-                u"chars/training/Training.def:13 error: The file 'config.txt' named by 'St0' does not exist"_s});
+            "chars/training/Training.def:13 error: The file 'config.txt' named by 'St0' does "
+            "not exist\n");
         // "bgmusic = sound/kfm.mid": the game has no sound folder.
-        addRow(
-            "stage kfm", "stages/kfm.def", "1:kfm.sff",
-            QStringList{
-                u"stages/kfm.def:171 warning: The file 'sound/kfm.mid' named by 'bgmusic' does not exist"_s});
-        addRow("stage0", "stages/stage0.def", "1:stage0.sff", QStringList());
+        addRow("stage kfm", "stages/kfm.def", "1:kfm.sff",
+               "stages/kfm.def:171 warning: The file 'sound/kfm.mid' named by 'bgmusic' does not "
+               "exist\n");
+        addRow("stage0", "stages/stage0.def", "1:stage0.sff", "");
     }
 
     void projects()
@@ -260,7 +255,7 @@ private Q_SLOTS:
         KENRO_REQUIRE_TESTDATA(testdata);
         QFETCH(QString, definition);
         QFETCH(QString, files);
-        QFETCH(QStringList, messages);
+        QFETCH(QString, messages);
         bool const character = definition.startsWith("chars/"_L1);
         QString const folder = QFileInfo(definition).path() + u'/';
         std::unique_ptr<ParentProject> game(
@@ -268,27 +263,25 @@ private Q_SLOTS:
         QVERIFY(game && game->isGame());
         Project *project =
             game->openProject(game->filePath(m_game + (character ? folder : definition)));
-        QVERIFY(project);
-        QCOMPARE(project->fileName(), m_game + definition);
+        QVERIFY(project && project->fileName() == m_game + definition);
         QCOMPARE(m_engine->openProject(game.get(), project->fileName()), project);
         QCOMPARE(project->typeName(),
                  m_engine->queryString(Engine::ProjectTypeName, unsigned(project->type())));
+        // A character's common states come from the game's data folder, open
+        // but not listed; the training character names one palette file for
+        // all twelve slots.
         QString content;
         checkFiles(*project, content);
-        QCOMPARE(content.section(u"; "_s, 0, 0), files);
-        QCOMPARE(messageLines(*project, m_game), messages);
-        // A character's common states come from the game's data folder, open but not listed;
-        // the training character names one palette file for all twelve slots.
         bool common = false;
         for (ProjectFile *file : project->filesByType(Project::Scripts))
             common = common || file->fileName() == m_game + u"data/common1.cns"_s;
-        QCOMPARE(common, character);
-        QVERIFY2(
-            content.contains(u" %1 palettes;"_s.arg(definition.contains("Training"_L1) ? 12 : 0)),
-            qPrintable(content));
+        QCOMPARE(u"%1 %2 %3"_s.arg(content.section(u"; "_s, 0, 0))
+                     .arg(common)
+                     .arg(content.count(u" 12 palettes"_s)),
+                 u"%1 %2 %3"_s.arg(files).arg(character).arg(definition.contains("Training"_L1)));
+        QCOMPARE(messageLines(*project, m_game), messages);
         project->release();
         game.reset();
-
         // Alone, it finds its game all the same, in a root of its own that
         // shows its files and ends with it.
         QPointer<ParentProject> lone =
@@ -303,8 +296,7 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(place));
         lone->saveAs(place + name, nullptr);
         QCOMPARE(project->fileName() + u' ' + lone->basePath(), place + name + u' ' + place);
-        // Shared files stay where they are.
-        for (ProjectFile *file : project->files())
+        for (ProjectFile *file : project->files()) // shared files stay where they are
             QVERIFY2(
                 !file->isModified() &&
                     (file->fileName().startsWith(place) || file->fileName().contains("/data/"_L1)),
@@ -320,10 +312,11 @@ private Q_SLOTS:
         QCOMPARE(QDir(place).entryList(QDir::Files).size(), names.size());
         ParentProject *root = m_engine->openRoot(place + name, FileSystemArchive::instance());
         QVERIFY(root && root->openedProjects().size() == 1);
+        project = root->openedProjects().first();
         QString moved;
-        checkFiles(*root->openedProjects().first(), moved);
+        checkFiles(*project, moved);
         QCOMPARE(moved, content);
-        root->openedProjects().first()->release();
+        project->release();
     }
 
     // Screen and storyboard definitions hold animations as the runtime reads them.
@@ -345,22 +338,20 @@ private Q_SLOTS:
     void newProject_data()
     {
         QTest::addColumn<int>("type");
-        QTest::addColumn<QString>("path"); // as given, relative to the game unless absolute
-        QTest::addColumn<bool>("absolute");
+        QTest::addColumn<QString>("path"); // relative to the game; given so when it ends in "/"
         QTest::addColumn<QString>("made"); // the new definition; empty when refused
         int const character = DefinitionProject::Character, stage = DefinitionProject::Stage;
-        addRow("character folder", character, "chars/hero", true, "chars/hero/hero.def");
-        addRow("character definition", character, "chars/rival/Rival.def", true,
-               "chars/rival/Rival.def");
-        addRow("relative path", character, "chars/third/", false, "chars/third/third.def");
-        addRow("stage definition", stage, "stages/arena.def", true, "stages/arena.def");
-        addRow("existing definition", character, "chars/kfm/kfm.def", true, "");
-        addRow("outside the game", character, "../elsewhere/x.def", true, "");
-        addRow("the game itself", stage, "", true, "");
-        addRow("no such type", 5, "chars/odd", true, "");
+        addRow("character folder", character, "chars/hero", "chars/hero/hero.def");
+        addRow("character definition", character, "chars/rival/Rival.def", "chars/rival/Rival.def");
+        addRow("relative path", character, "chars/third/", "chars/third/third.def");
+        addRow("stage definition", stage, "stages/arena.def", "stages/arena.def");
+        addRow("existing definition", character, "chars/kfm/kfm.def", "");
+        addRow("outside the game", character, "../elsewhere/x.def", "");
+        addRow("the game itself", stage, "", "");
+        addRow("no such type", 5, "chars/odd", "");
         // The superuser writes anywhere: the row means something to others only.
         if (geteuid() != 0)
-            addRow("unwritable folder", character, "chars/locked/locked.def", true, "");
+            addRow("unwritable folder", character, "chars/locked/locked.def", "");
     }
 
     void newProject()
@@ -368,13 +359,12 @@ private Q_SLOTS:
         KENRO_REQUIRE_TESTDATA(testdata);
         QFETCH(int, type);
         QFETCH(QString, path);
-        QFETCH(bool, absolute);
         QFETCH(QString, made);
         QString const locked = m_game + u"chars/locked"_s;
+        QByteArray const lockedName = QFile::encodeName(locked);
         if (path.startsWith("chars/locked"_L1))
-            QVERIFY(QDir().mkpath(locked) &&
-                    ::chmod(QFile::encodeName(locked).constData(), 0555) == 0);
-        QString const given = absolute ? m_game + path : path;
+            QVERIFY(QDir().mkpath(locked) && ::chmod(lockedName.constData(), 0555) == 0);
+        QString const given = path.endsWith(u'/') ? path : m_game + path;
         QString const target = m_game + (made.isEmpty() ? path : made);
         QByteArray const before = readFile(target);
         QCOMPARE(m_engine->newProject(nullptr, type, given), nullptr);
@@ -382,7 +372,7 @@ private Q_SLOTS:
             m_engine->openRoot(m_game, FileSystemArchive::instance()));
         QVERIFY(root);
         Project *project = m_engine->newProject(root.get(), type, given);
-        ::chmod(QFile::encodeName(locked).constData(), 0755);
+        ::chmod(lockedName.constData(), 0755);
         if (made.isEmpty()) { // never written over, never left behind
             QVERIFY(!project && readFile(target) == before &&
                     !QFile::exists(locked + u"/locked.def"_s));
@@ -391,13 +381,13 @@ private Q_SLOTS:
         QVERIFY(project && root->openedProjects().contains(project));
         QCOMPARE(project->fileName(), target);
         // A definition of what the runtime reads, naming nothing yet: the
-        // project holds its main file alone, without a message.
-        QVERIFY(project->fileCount() == 1 && !project->isModified());
-        QCOMPARE(messageLines(*project, m_game), QStringList());
+        // project holds its main file alone, without a message. A folder made
+        // for the project holds its definition alone.
         Definition const written(QString::fromUtf8(readFile(target)));
+        QVERIFY(project->fileCount() == 1 && !project->isModified() &&
+                messageLines(*project, m_game).isEmpty());
         QCOMPARE(written.value(u"Info"_s, u"name"_s), project->name());
         QCOMPARE(!written.entries(u"BGdef"_s).isEmpty(), type == DefinitionProject::Stage);
-        // A folder made for the project holds its definition alone.
         QVERIFY(type == DefinitionProject::Stage ||
                 QFileInfo(target).dir().entryList(QDir::Files) ==
                     QStringList{QFileInfo(target).fileName()});

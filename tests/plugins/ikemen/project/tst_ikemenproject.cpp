@@ -47,13 +47,6 @@ QStringList problems(DefinitionProject const &project)
     return out;
 }
 
-// A file that never reads, as a reader meets a broken file.
-class UnreadableFile : public BinaryFile
-{
-public:
-    bool fromFile(Archive &, QString const &, unsigned int, JobStats *) override { return false; }
-};
-
 // The palette of character slot \a slot, or null.
 SffPalette *slotPalette(SffSprites *sprites, int slot)
 {
@@ -141,108 +134,97 @@ private Q_SLOTS:
         // Keys and sections in any case; of two sections of one name, the first.
         QCOMPARE(
             QStringList({text.value(u"INFO"_s, u"name"_s), text.value(u"info"_s, u"Author"_s),
-                         text.value(u"files"_s, u"sprite"_s), text.value(u"Files"_s, u"quote"_s)}),
-            QStringList(
-                {u"Kung ; Fu"_s, u"Elecbyte"_s, u"KFM.SFF"_s, u"\"unclosed ; still value"_s}));
+                         text.value(u"files"_s, u"sprite"_s), text.value(u"Files"_s, u"quote"_s)})
+                .join(u'|'),
+            u"Kung ; Fu|Elecbyte|KFM.SFF|\"unclosed ; still value"_s);
         QVERIFY(text.entry(u"Files"_s, u"sprite"_s)->line == 7 &&
                 text.entries(u"Files"_s).size() == 4);
         QVERIFY(!text.entry(u"Nothing"_s, u"k"_s) && Definition(QString()).sections().isEmpty());
-        // Garbage reads as whatever lines it happens to have, never more.
+        // Garbage reads as whatever lines it happens to have, never more; as
+        // a project's definition, it is a character with nothing in it.
+        KenroTest::MemoryArchive archive;
+        QVERIFY(!open(u"/lone/none.def"_s, archive));
         for (quint32 round = 0; round < 50; ++round) {
             QByteArray bytes = noise(QRandomGenerator(round).bounded(4096), round);
             if (round % 2)
-                bytes.replace('\0', "[=;\"\n");
+                bytes = "[Files]\nsprite = " + bytes.left(200) +
+                    "\n[BGdef]\nspr =" + bytes.replace('\0', "[=;\"\n");
             Definition const garbage(QString::fromLatin1(bytes));
             for (Definition::Section const &section : garbage.sections())
                 QVERIFY(section.line <= bytes.count('\n'));
-        }
-    }
-
-    void brokenDefinitions()
-    {
-        KenroTest::MemoryArchive archive;
-        // A definition that cannot be read opens nothing and leaves nothing.
-        QVERIFY(!open(u"/lone/none.def"_s, archive));
-        // Files that are missing or that their reader refuses leave messages,
-        // and the project opens with the rest.
-        archive.files.insert(u"/lone/hero.def"_s,
-                             "[Info]\nname = Hero\nversiondate = 1.0\nauthor = Me\n"
-                             "[Files]\nsprite = hero.sff\nsound = gone.snd\nanim = hero.air\n"
-                             "[Arcade]\nintro.storyboard = intro.def\n");
-        archive.files.insert(u"/lone/hero.sff"_s, QByteArray(100, 'x'));
-        archive.files.insert(u"/lone/hero.air"_s, "[Begin Action 0]\n0,0, 0,0, 5\n");
-        DefinitionProject::setFileFactory(Project::Sprites, [] { return new UnreadableFile; });
-        // A factory that makes nothing leaves the built-in class in charge.
-        DefinitionProject::setFileFactory(Project::Sounds,
-                                          [] { return static_cast<ProjectFile *>(nullptr); });
-        ProjectFile *sounds = DefinitionProject::newFile(Project::Sounds);
-        QVERIFY(dynamic_cast<BinaryFile *>(sounds));
-        sounds->release();
-        DefinitionProject *project = open(u"/lone/hero.def"_s, archive);
-        QVERIFY(project);
-        QCOMPARE(QStringList({project->name(), project->version(), project->author()}).join(u' '),
-                 u"Hero 1.0 Me"_s);
-        QCOMPARE(KenroTest::listedFiles(*project), QStringList{u"3:hero.air"_s});
-        QCOMPARE(problems(*project),
-                 (QStringList{
-                     u"0@5 The file 'hero.sff' named by 'sprite' could not be read"_s,
-                     u"0@6 The file 'gone.snd' named by 'sound' does not exist"_s,
-                     u"0@9 The file 'intro.def' named by 'intro.storyboard' does not exist"_s}));
-        QVERIFY(project->messages()->errorCount() == 3 && project->fileCount() == 2);
-        project->release();
-        // Garbage where a definition should be is a character with nothing in it.
-        for (quint32 round = 0; round < 20; ++round) {
-            QByteArray bytes = noise(QRandomGenerator(round).bounded(2048), round + 50);
-            if (round % 2)
-                bytes = "[Files]\nsprite = " + bytes.left(200) + "\n[BGdef]\nspr =" + bytes;
             archive.files.insert(u"/lone/garbage.def"_s, bytes);
-            DefinitionProject *garbage = open(u"/lone/garbage.def"_s, archive);
-            QVERIFY(garbage);
-            for (DefinitionProject::Reference const &reference : garbage->references())
+            DefinitionProject *project = open(u"/lone/garbage.def"_s, archive);
+            QVERIFY(project);
+            for (DefinitionProject::Reference const &reference : project->references())
                 QVERIFY(!reference.exists);
-            garbage->release();
+            project->release();
         }
     }
 
-    // Alone, the common states cannot be looked for: a note. Any other
-    // missing file is an error all the same. Inside a game that lacks them,
-    // they are missing as any other file; found there, they are open with
-    // the character.
-    void commonStatesOutsideAGame()
+    // Definitions whose files are missing or do not read leave messages, and
+    // the project opens with the rest. Alone, a character's common states
+    // cannot be looked for: a note. Inside a game that lacks them, they are
+    // missing as any other file; found there, they are open with the character.
+    void definitions_data()
     {
-        KenroTest::MemoryArchive archive;
-        // The game folder, messages, scripts and errors of the character in \a folder.
-        auto const opened = [&](QString const &folder) {
-            archive.files.insert(
-                folder + u"hero.def"_s,
-                "[Files]\nst = hero.cns\nstcommon = common1.cns\nst1 = gone.cns\n");
-            archive.files.insert(folder + u"hero.cns"_s, "[Statedef 0]\n");
-            DefinitionProject *project = open(folder + u"hero.def"_s, archive);
-            if (!project)
-                return QStringList();
-            QStringList out = problems(*project);
-            out.prepend(static_cast<GameProject *>(project->parent())->gameDirectory());
-            for (ProjectFile *file : project->filesByType(Project::Scripts))
-                out += file->fileName();
-            out += QString::number(project->messages()->errorCount());
-            project->release();
-            return out;
-        };
+        QTest::addColumn<QString>("files"); // "path|content", separated by "#"; the first opens
+        QTest::addColumn<QString>("opened"); // name|game|listed files|scripts|messages|errors
+        QString const hero =
+            u"hero.def|[Files]\nst = hero.cns\nstcommon = common1.cns\nst1 = gone.cns\n#"
+            "hero.cns|[Statedef 0]\n"_s;
         QString const gone = u"0@3 The file 'gone.cns' named by 'st1' does not exist"_s;
-        QCOMPARE(opened(u"/lone/hero/"_s),
-                 (QStringList{QString(),
-                              u"2@2 The file 'common1.cns' named by 'stcommon' is looked for in "
-                              "the game's data folder; no game folder lies around this character"_s,
-                              gone, u"/lone/hero/hero.cns"_s, u"1"_s}));
-        archive.files.insert(u"/game/data/system.def"_s, "[Files]\n");
-        QCOMPARE(opened(u"/game/chars/hero/"_s),
-                 (QStringList{u"/game/"_s,
-                              u"0@2 The file 'common1.cns' named by 'stcommon' does not exist"_s,
-                              gone, u"/game/chars/hero/hero.cns"_s, u"2"_s}));
-        archive.files.insert(u"/game/data/common1.cns"_s, "[Statedef 5]\n");
-        QCOMPARE(opened(u"/game/chars/hero/"_s),
-                 (QStringList{u"/game/"_s, gone, u"/game/chars/hero/hero.cns"_s,
-                              u"/game/data/common1.cns"_s, u"1"_s}));
+        KenroTest::addRow(
+            "files",
+            u"/lone/hero.def|[Info]\nname = Hero\nversiondate = 1.0\nauthor = Me\n"
+            "[Files]\nsprite = hero.sff\nsound = gone.snd\nanim = hero.air\n"
+            "[Arcade]\nintro.storyboard = intro.def\n#/lone/hero.sff|xxxx#"
+            "/lone/hero.air|[Begin Action 0]\n0,0, 0,0, 5\n"_s,
+            u"Hero 1.0 Me||3:hero.air||0@5 The file 'hero.sff' named by 'sprite' could not be "
+            u"read; "
+            "0@6 The file 'gone.snd' named by 'sound' does not exist; 0@9 The file 'intro.def' "
+            "named by 'intro.storyboard' does not exist|3"_s);
+        KenroTest::addRow(
+            "states alone", u"/lone/"_s + QString(hero).replace(u"#"_s, u"#/lone/"_s),
+            u"||4:hero.cns|/lone/hero.cns|2@2 The file 'common1.cns' named by 'stcommon' is "
+            "looked for in the game's data folder; no game folder lies around this character; "_s +
+                gone + u"|1"_s);
+        KenroTest::addRow(
+            "states missing",
+            u"/game/chars/hero/"_s + QString(hero).replace(u"#"_s, u"#/game/chars/hero/"_s) +
+                u"#/game/data/system.def|[Files]\n"_s,
+            u"|/game/|4:hero.cns|/game/chars/hero/hero.cns|0@2 The file 'common1.cns' named by 'stcommon' does not exist; "_s +
+                gone + u"|2"_s);
+        KenroTest::addRow(
+            "states found",
+            u"/game/chars/hero/"_s + QString(hero).replace(u"#"_s, u"#/game/chars/hero/"_s) +
+                u"#/game/data/system.def|[Files]\n#/game/data/common1.cns|[Statedef 5]\n"_s,
+            u"|/game/|4:hero.cns|/game/chars/hero/hero.cns /game/data/common1.cns|"_s + gone +
+                u"|1"_s);
+    }
+
+    void definitions()
+    {
+        QFETCH(QString, files);
+        QFETCH(QString, opened);
+        readPalettes();
+        KenroTest::MemoryArchive archive;
+        for (QString const &file : files.split(u'#'))
+            archive.files.insert(file.section(u'|', 0, 0), file.section(u'|', 1).toUtf8());
+        DefinitionProject *project = open(files.section(u'|', 0, 0), archive);
+        QVERIFY(project);
+        QStringList scripts;
+        for (ProjectFile *file : project->filesByType(Project::Scripts))
+            scripts += file->fileName();
+        QString const name = QStringList({project->name(), project->version(), project->author()})
+                                 .join(u' ')
+                                 .trimmed();
+        QCOMPARE(u"%1|%2|%3|%4|%5|%6"_s
+                     .arg(name, static_cast<GameProject *>(project->parent())->gameDirectory(),
+                          KenroTest::listedFiles(*project).join(u' '), scripts.join(u' '),
+                          problems(*project).join(u"; "_s))
+                     .arg(project->messages()->errorCount()),
+                 opened);
+        project->release();
     }
 
     void newDefinitions()
@@ -453,34 +435,24 @@ private Q_SLOTS:
         projects.at(0)->release();
         QCOMPARE(rows(u"stages"_s) + u'|' + rows(u"chars"_s) + u'|' + rows(u"chars/kfm"_s),
                  u"kfm.def stage0.def|kfm training|"_s);
-        projects.at(1)->release();
-        QCOMPARE(game.refCount(), 0u);
-    }
-
-    // A game saved elsewhere takes its open and closed projects along, each
-    // with every file it names, an edit of an open one as well.
-    void gameSavedAs()
-    {
-        KENRO_REQUIRE_TESTDATA(testdata);
-        QVERIFY(haveGame());
+        // Saved elsewhere, the game takes its open and closed projects along,
+        // each with every file it names, an edit of the open one as well.
+        auto *commands = dynamic_cast<ScriptFile *>(projects.at(1)->file(Project::Scripts));
+        QVERIFY(commands && commands->fileName().endsWith("Training.cmd"_L1));
+        commands->insert(u"\n; edited\n"_s);
         QTemporaryDir target;
         QString const place = target.filePath(u"saved/"_s);
-        GameProject game(m_game, FileSystemArchive::instance(), &m_engine);
-        Project *kfm = game.open(m_game + u"chars/kfm/kfm.def"_s);
-        auto *commands = kfm ? dynamic_cast<ScriptFile *>(kfm->file(Project::Scripts)) : nullptr;
-        QVERIFY(commands && commands->fileName().endsWith("kfm.cmd"_L1));
-        commands->insert(u"\n; edited\n"_s);
-        QVERIFY(commands->isModified());
         game.saveAs(place, nullptr);
-        QVERIFY(game.basePath() == place && !commands->isModified());
-        QVERIFY(readFile(place + u"chars/kfm/kfm.cmd"_s).contains("; edited"));
+        QVERIFY(game.basePath() == place && !commands->isModified() &&
+                readFile(place + u"chars/training/Training.cmd"_s).contains("; edited"));
         for (QString const name :
-             {"chars/kfm/kfm.def", "chars/kfm/intro.sff", "chars/kfm/kfm.air",
+             {"chars/kfm/kfm.def", "chars/kfm/intro.sff", "chars/kfm/kfm.air", "chars/kfm/kfm.cmd",
               "chars/training/Training.def", "chars/training/01.act", "chars/training/Training.cns",
               "stages/kfm.def", "stages/kfm.sff", "stages/stage0.sff"})
             QVERIFY2(readFile(place + name) == readFile(m_source + name), qPrintable(name));
         QVERIFY(!QFile::exists(place + u"chars/kfm/readme.txt"_s)); // named by nothing
-        kfm->release();
+        projects.at(1)->release();
+        QCOMPARE(game.refCount(), 0u);
     }
 };
 
