@@ -17,8 +17,7 @@ using KenroTest::Result;
 
 namespace {
 
-// What the header of file \a path announces, as the totals of a report list
-// them: actions, sprites, palettes and sounds; -1 where it says nothing.
+// Actions, sprites, palettes and sounds as the header of file \a path counts them.
 QList<int> header(QString const &path)
 {
     QByteArray const bytes = readFile(path);
@@ -59,7 +58,6 @@ QString tally(QJsonValue const &report)
         (notes ? u", "_s + plural(notes, u"note"_s) : QString());
 }
 
-// The line that `info` shows for \a project, its path relative to \a base.
 QString projectLine(QJsonValue const &project, QString const &base)
 {
     QStringList parts{plural(at(project, "files").toArray().size(), u"file"_s)};
@@ -88,8 +86,7 @@ class KenroProjectsTest : public QObject
         return KenroTest::kenro(arguments, m_config.path(), folder);
     }
 
-    // The counts of every file of \a report against the file's own header,
-    // and the totals of each project and of the whole against their sums.
+    // Each file's counts against its header, and each total against its sum.
     void checkCounts(QJsonObject const &report)
     {
         QList<int> all{0, 0, 0, 0};
@@ -116,8 +113,7 @@ class KenroProjectsTest : public QObject
         QCOMPARE(totals(at(report, "totals")), all);
     }
 
-    // `check` of \a path, run as \a check, prints each diagnostic of \a report
-    // as file:line:column, ends with its tally, and says the same in JSON.
+    // `check` says in text and in JSON what \a report says.
     void checkAgrees(QString const &path, Result const &check, QJsonObject const &report,
                      QString const &folder = QString())
     {
@@ -159,7 +155,6 @@ private Q_SLOTS:
         KENRO_REQUIRE_TESTDATA(data);
         QString const game = m_game + u'/';
         QCOMPARE(fields(m_report, "kind,engine"), u"game|IKEMEN GO"_s);
-        // Each project with its files, those of the game's data folder shared.
         QStringList paths;
         QSet<QString> inProjects, others;
         for (QJsonValue const &project : at(m_report, "projects").toArray()) {
@@ -175,7 +170,6 @@ private Q_SLOTS:
                  "character|chars/training/Training.def; shared data/common1.cns; "
                  "stage|stages/kfm.def; stage|stages/stage0.def"_s);
         checkCounts(m_report);
-        // Each file of the folder is in a project, or read on its own, or counted as no content.
         for (QJsonValue const &file : at(m_report, "files").toArray())
             others.insert(at(file, "path").toString());
         QVERIFY(others.contains(game + u"data/fight.sff"_s) && !inProjects.intersects(others));
@@ -185,7 +179,7 @@ private Q_SLOTS:
              walk.next())
             --all;
         QCOMPARE(all, 0);
-        // Text: a line per project with the same numbers, and the files only with --all.
+        // The files are listed only with --all.
         Result const text = run({u"info"_s, m_game});
         QVERIFY2(text.out.startsWith(m_game + u": IKEMEN GO game, 2 characters, 2 stages\n"_s) &&
                      text.out.count(u'\n') < 16 && !text.out.contains(u"chars/kfm/kfm.sff:"_s),
@@ -199,7 +193,6 @@ private Q_SLOTS:
         checkAgrees(m_game, run({u"check"_s, m_game}), m_report);
     }
 
-    // A project alone is what it is in its game: the same files, counts and diagnostics.
     void projectsAlone_data()
     {
         QTest::addColumn<QString>("path"); // below the game
@@ -224,7 +217,7 @@ private Q_SLOTS:
         QFETCH(bool, relative);
         QString const target = relative ? path : m_game + u'/' + path;
         QString const folder = relative ? m_game : QString();
-        // Files are shown as given, relative to the folder the tool runs in.
+        // Files are shown relative to the folder the tool runs in.
         QByteArray text = QJsonDocument(at(m_report, "projects")[index].toObject()).toJson();
         if (relative)
             text.replace(m_game.toUtf8() + '/', "");
@@ -234,7 +227,6 @@ private Q_SLOTS:
         QCOMPARE(at(info.json(), "projects").toArray(), QJsonArray{expected});
         if (!relative)
             checkCounts(info.json());
-        // The text lists every file.
         Result const shown = run({u"info"_s, target}, folder);
         QString const base = path.endsWith(".def"_L1) ? QFileInfo(target).path() : target;
         QVERIFY2(info.code == 0 && shown.code == 0 &&
@@ -248,9 +240,7 @@ private Q_SLOTS:
         checkAgrees(target, run({u"check"_s, target}, folder), info.json(), folder);
     }
 
-    // The sample character, whole or with one fault, given as its folder and
-    // as its definition: the fault where it stands, and the common states,
-    // which are the game's while no game is around it, as a note.
+    // The common states are the game's, so no game around the sample character is a note.
     void sampleCharacter_data()
     {
         QTest::addColumn<QString>("file"); // where the diagnostic stands
@@ -262,7 +252,6 @@ private Q_SLOTS:
         addRow("script", "sample.cns", "run.fwd = \"", "11: error: The string is not closed", 1, 7);
         addRow("missing", "sample.def", "sound =", "1: error: The file 'sample.snd' named by", 1,
                6);
-        // The definition says that the archive does not read, the archive says why.
         addRow("damaged", "sample.def", "sprite =", "1: error: The file 'sample.sff' named by", 2,
                6);
     }
@@ -289,8 +278,7 @@ private Q_SLOTS:
         QString const line =
             u"\n%1/%2:%3:%4"_s.arg(folder, file).arg(bytes.left(at).count('\n') + 1).arg(text);
         for (QString const &path : {folder, folder + u"/sample.def"_s}) {
-            // A damaged archive beside the project is read on its own too, and says why;
-            // a definition given alone is examined without its folder.
+            // A definition given alone is examined without the damaged archive beside it.
             int const found = path == folder ? errors : qMin(errors, 1);
             Result const check = run({u"check"_s, path});
             QVERIFY2(at >= 0 && (u'\n' + check.out).contains(line) &&
@@ -308,7 +296,6 @@ private Q_SLOTS:
         }
     }
 
-    // Two characters of one game share its common states, which have a fault.
     void gameWithSharedStates()
     {
         QString const game = m_dir.filePath(u"game"_s);
@@ -318,7 +305,6 @@ private Q_SLOTS:
             KenroTest::writeFile(game + u"/chars/empty/readme.txt"_s, "none"));
         QVERIFY(KenroTest::copyTree(QStringLiteral(KENRO_SAMPLE_DIR), game + u"/chars/one"_s) &&
                 KenroTest::copyTree(QStringLiteral(KENRO_SAMPLE_DIR), game + u"/chars/two"_s));
-        // Inside a game the common states are found: no note on them.
         Result const check = run({u"check"_s, game});
         QVERIFY2(check.out.count(u"/data/common1.cns:2:8: error: "_s) == 1 &&
                      !check.out.contains(u": note: "_s) &&
@@ -326,7 +312,7 @@ private Q_SLOTS:
                          game + u"/chars/empty:1:1: warning: no definition of a project here"_s) &&
                      check.out.endsWith(u"%1: 1 error, 1 warning\n"_s.arg(game)),
                  qPrintable(check.out));
-        // Each character counts the fault of the file it holds; the game counts it once.
+        // Each character counts the fault of the states it holds; the game counts it once.
         QJsonObject const report = run({u"info"_s, u"--json"_s, game}).json();
         QCOMPARE(fields(report, "kind,errors,projects/0/errors,projects/1/errors,projects/2"),
                  u"game|1|1|1|"_s);

@@ -42,8 +42,7 @@ using KenroTest::readFile;
 
 namespace {
 
-// Every message of \a project and of its files, a line each as "file:line
-// type: text" with the file relative to \a game and the line counted from 1.
+// "file:line type: text" for every message, lines counted from 1.
 QString messageLines(Project const &project, QString const &game)
 {
     QStringList out;
@@ -58,7 +57,6 @@ QString messageLines(Project const &project, QString const &game)
     return out.join(QString());
 }
 
-// The "[Begin Action n]" headings of a text, any case.
 int actionHeadings(QByteArray const &text)
 {
     int count = 0;
@@ -88,9 +86,7 @@ class TestIkemenEngine : public QObject
     std::unique_ptr<Engine> m_engine;
     std::unique_ptr<KenroTest::TestInterface> m_host;
 
-    // The files of \a project checked against their classes and against what
-    // the readers of their formats say of the bytes on disk; \a summary tells
-    // what they hold: their listing, counts, and a digest of every sprite and sound.
+    // Each file checked against its class and its format's reader; \a summary tells what they hold.
     void checkFiles(Project &project, QString &summary)
     {
         QStringList const listed = KenroTest::listedFiles(project);
@@ -131,7 +127,6 @@ class TestIkemenEngine : public QObject
                 QCOMPARE(int(air->count()), actionHeadings(bytes));
                 actions += air->count();
             } else if (auto *palette = dynamic_cast<PaletteFile *>(file)) {
-                // Shown in the character's sprite archive with the file's colours.
                 QVERIFY(type == DefinitionProject::Palettes && readAct(bytes, expected) &&
                         palette->data() == bytes && !palette->palettes().isEmpty());
                 for (SffPalette const *shown : palette->palettes())
@@ -179,7 +174,6 @@ private Q_SLOTS:
         QCOMPARE(QList<int>({engine.fileTypeOf(u"a/KFM.AIR"_s), engine.fileTypeOf(u"01.act"_s),
                              engine.fileTypeOf(u"readme.txt"_s), engine.fileTypeOf(u"noSuffix"_s)}),
                  QList<int>({Project::Animations, DefinitionProject::Palettes, -1, -1}));
-        // Every type has a name, a pattern and a class that starts empty.
         for (int type = 0; type <= DefinitionProject::Other; ++type) {
             ProjectFile *file = engine.createFile(type, nullptr);
             QVERIFY(!engine.fileTypeName(type).isEmpty() &&
@@ -191,7 +185,6 @@ private Q_SLOTS:
                  u"IKEMEN GO sound banks (*.snd)"_s);
     }
 
-    // Cut short or garbled, a real sprite archive or sound bank does not open.
     void refusesDamagedFiles()
     {
         KENRO_REQUIRE_TESTDATA(testdata);
@@ -209,22 +202,13 @@ private Q_SLOTS:
         }
     }
 
-    // Each character and stage of the game, opened from the game's tree and
-    // alone: the same files, each read by its class, and the same messages,
-    // each a fault of the content itself, none a misreading of a file. Saved
-    // elsewhere, it takes its files along, unchanged ones as the bytes they
-    // were read from, and opens from there with the same content.
     void projects_data()
     {
         QTest::addColumn<QString>("definition");
         QTest::addColumn<QString>("files");
         QTest::addColumn<QString>("messages");
-        // Kung Fu Man's animations contradict themselves: boxes written as
-        // Clsn2 under a Clsn1 header, which the runtime reads as attack boxes.
-        // In action 1020 (the fast palm) that is what was meant; in action
-        // 1300 (blocking) the frames attack with copies of their Clsn2 boxes.
-        // His storyboards name scene music that the game does not hold: the
-        // runtime plays none, hence a warning.
+        // Kung Fu Man's Clsn2 boxes under Clsn1 headers are attack boxes to the runtime; his
+        // storyboards name music that the game lacks, which the runtime skips.
         QString kfm;
         for (int line : {1567, 1568, 1574, 1575, 963})
             kfm += u"chars/kfm/kfm.air:%1 warning: A Clsn2 box under a Clsn1 header is a Clsn1 "
@@ -236,14 +220,12 @@ private Q_SLOTS:
                "4:kfm.cmd 4:kfm.cns 1:kfm.sff 3:kfm.air 2:kfm.snd 8:kfm.ai 6:intro.def "
                "6:ending.def 1:intro.sff 1:ending.sff",
                kfm);
-        // "St0 = config.txt": no such file beside the definition, in the game
-        // or in its data folder, and the runtime needs its states.
+        // The runtime needs the states of "St0 = config.txt", found nowhere.
         addRow(
             "training", "chars/training/Training.def",
             "4:Training.cmd 4:Training.cns 1:Training.sff 3:Training.air 2:Training.snd 5:01.act",
             "chars/training/Training.def:13 error: The file 'config.txt' named by 'St0' does "
             "not exist\n");
-        // "bgmusic = sound/kfm.mid": the game has no sound folder.
         addRow("stage kfm", "stages/kfm.def", "1:kfm.sff",
                "stages/kfm.def:171 warning: The file 'sound/kfm.mid' named by 'bgmusic' does not "
                "exist\n");
@@ -267,9 +249,7 @@ private Q_SLOTS:
         QCOMPARE(m_engine->openProject(game.get(), project->fileName()), project);
         QCOMPARE(project->typeName(),
                  m_engine->queryString(Engine::ProjectTypeName, unsigned(project->type())));
-        // A character's common states come from the game's data folder, open
-        // but not listed; the training character names one palette file for
-        // all twelve slots.
+        // Common states come from the game's data folder, open but not listed.
         QString content;
         checkFiles(*project, content);
         bool common = false;
@@ -282,8 +262,6 @@ private Q_SLOTS:
         QCOMPARE(messageLines(*project, m_game), messages);
         project->release();
         game.reset();
-        // Alone, it finds its game all the same, in a root of its own that
-        // shows its files and ends with it.
         QPointer<ParentProject> lone =
             m_engine->openRoot(m_game + definition, FileSystemArchive::instance());
         QVERIFY(lone && !lone->isGame() && lone->openedProjects().size() == 1);
@@ -319,7 +297,6 @@ private Q_SLOTS:
         project->release();
     }
 
-    // Screen and storyboard definitions hold animations as the runtime reads them.
     void definitionsHoldRealAnimations()
     {
         KENRO_REQUIRE_TESTDATA(testdata);
@@ -380,9 +357,6 @@ private Q_SLOTS:
         }
         QVERIFY(project && root->openedProjects().contains(project));
         QCOMPARE(project->fileName(), target);
-        // A definition of what the runtime reads, naming nothing yet: the
-        // project holds its main file alone, without a message. A folder made
-        // for the project holds its definition alone.
         Definition const written(QString::fromUtf8(readFile(target)));
         QVERIFY(project->fileCount() == 1 && !project->isModified() &&
                 messageLines(*project, m_game).isEmpty());
@@ -391,12 +365,10 @@ private Q_SLOTS:
         QVERIFY(type == DefinitionProject::Stage ||
                 QFileInfo(target).dir().entryList(QDir::Files) ==
                     QStringList{QFileInfo(target).fileName()});
-        // Made again, it is refused, and the first stays as it was.
         QByteArray const first = readFile(target);
         QVERIFY(!m_engine->newProject(root.get(), type, given) && readFile(target) == first);
         project->release();
         root.reset();
-        // It opens again as what it was made.
         ParentProject *again = m_engine->openRoot(target, FileSystemArchive::instance());
         QVERIFY(again && again->openedProjects().size() == 1);
         project = again->openedProjects().first();

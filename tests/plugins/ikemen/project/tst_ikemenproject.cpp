@@ -35,7 +35,6 @@ using KenroTest::writeFile;
 
 namespace {
 
-// The project's own messages: "type@line text".
 QStringList problems(DefinitionProject const &project)
 {
     QStringList out;
@@ -47,7 +46,6 @@ QStringList problems(DefinitionProject const &project)
     return out;
 }
 
-// The palette of character slot \a slot, or null.
 SffPalette *slotPalette(SffSprites *sprites, int slot)
 {
     auto *palettes = static_cast<SffPalettes *>(sprites->palettes());
@@ -55,7 +53,6 @@ SffPalette *slotPalette(SffSprites *sprites, int slot)
     return row < 0 ? nullptr : palettes->palette(unsigned(row));
 }
 
-// The colours of each slot that a palette file gives, by slot.
 QMap<int, QByteArray> filePalettes(SffSprites *sprites)
 {
     QMap<int, QByteArray> out;
@@ -89,7 +86,6 @@ class TestIkemenProject : public QObject
     KenroTest::TestInterface m_host;
     KenroTest::TestEngine m_engine;
 
-    // Makes the copy of the game once; false when there is none.
     bool haveGame()
     {
         m_source = KenroTest::testDataPath() + u"/game/"_s;
@@ -131,7 +127,6 @@ private Q_SLOTS:
             sections +=
                 u"%1@%2:%3"_s.arg(section.name).arg(section.line).arg(section.entries.size());
         QCOMPARE(sections.join(u' '), u"Info@1:2 Files@6:2 unclosed@9:1 files@11:2"_s);
-        // Keys and sections in any case; of two sections of one name, the first.
         QCOMPARE(
             QStringList({text.value(u"INFO"_s, u"name"_s), text.value(u"info"_s, u"Author"_s),
                          text.value(u"files"_s, u"sprite"_s), text.value(u"Files"_s, u"quote"_s)})
@@ -140,8 +135,6 @@ private Q_SLOTS:
         QVERIFY(text.entry(u"Files"_s, u"sprite"_s)->line == 7 &&
                 text.entries(u"Files"_s).size() == 4);
         QVERIFY(!text.entry(u"Nothing"_s, u"k"_s) && Definition(QString()).sections().isEmpty());
-        // Garbage reads as whatever lines it happens to have, never more; as
-        // a project's definition, it is a character with nothing in it.
         KenroTest::MemoryArchive archive;
         QVERIFY(!open(u"/lone/none.def"_s, archive));
         for (quint32 round = 0; round < 50; ++round) {
@@ -161,10 +154,7 @@ private Q_SLOTS:
         }
     }
 
-    // Definitions whose files are missing or do not read leave messages, and
-    // the project opens with the rest. Alone, a character's common states
-    // cannot be looked for: a note. Inside a game that lacks them, they are
-    // missing as any other file; found there, they are open with the character.
+    // Alone, a character cannot look for the game's common states: a note, not an error.
     void definitions_data()
     {
         QTest::addColumn<QString>("files"); // "path|content", separated by "#"; the first opens
@@ -229,7 +219,6 @@ private Q_SLOTS:
 
     void newDefinitions()
     {
-        // A new character or stage names no file yet; its name is one line between quotes.
         Definition const character(
             QString::fromUtf8(newDefinition(DefinitionProject::Character, u"Ké \"Q\"\n"_s)));
         QCOMPARE(character.value(u"Info"_s, u"name"_s), u"Ké Q"_s);
@@ -242,7 +231,6 @@ private Q_SLOTS:
         QVERIFY(newDefinition(7, u"x"_s).isEmpty());
     }
 
-    // Names as written on case-blind systems, with their separators.
     void namesWrittenElsewhere()
     {
         KENRO_REQUIRE_TESTDATA(testdata);
@@ -267,9 +255,7 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(definition));
     }
 
-    // Kung Fu Man with palette files of his own: six made ones, named in any
-    // case, one missing, one too short, and one past the twelve slots. The
-    // second has the four bytes that some tools append.
+    // Some tools append four bytes to a palette file, as the second one here.
     void characterPalettes()
     {
         KENRO_REQUIRE_TESTDATA(testdata);
@@ -292,9 +278,7 @@ private Q_SLOTS:
         DefinitionProject *project = open(folder + u"kfm.def"_s);
         SffSprites *archive = sprites(project);
         QVERIFY(archive);
-        // Each slot shows its file's colours, in place of the archive's
-        // palette of that slot, and only those: not the missing file, the
-        // short one or slot 13. The sprites that used it show them too.
+        // Slot 13, missing and short files show nothing.
         QMap<int, QByteArray> const shown = filePalettes(archive);
         QCOMPARE(shown.keys(), (QList<int>{1, 2, 3, 4, 5, 6}));
         for (int slot = 1; slot <= 6; ++slot) {
@@ -316,9 +300,6 @@ private Q_SLOTS:
                 messages.contains(u"The file 'gone.act' named by 'pal7' does not exist"_s) &&
                 messages.contains(u"short.act holds no palette: it has 100 bytes, a palette 768"_s),
             qPrintable(messages.join(u'\n')));
-        // An edited palette is written back to its file by a save, before
-        // the bytes past the colours; the others and the archive, unused by
-        // the edit, stay as they are.
         QByteArray const bytes = readFile(folder + u"kfm.sff"_s);
         SffPalette *second = slotPalette(archive, 2);
         RGBA edited[256];
@@ -333,7 +314,6 @@ private Q_SLOTS:
         QCOMPARE(readFile(folder + u"kfm2.act"_s), writeAct(edited) + trailer);
         QVERIFY(readFile(folder + u"kfm1.act"_s) == noise(768, 1) &&
                 readFile(folder + u"kfm.sff"_s) == bytes && !project->isModified());
-        // Saved elsewhere, the character opens with the same palettes.
         QMap<int, QByteArray> const before = filePalettes(archive);
         QString const moved = place.filePath(u"moved/"_s);
         QVERIFY(QDir().mkpath(moved));
@@ -348,8 +328,6 @@ private Q_SLOTS:
         project->release();
     }
 
-    // The training character names one file for all twelve slots; opened as
-    // part of the game folder, it shows it twelve times.
     void sharedPaletteFile()
     {
         KENRO_REQUIRE_TESTDATA(testdata);
@@ -364,9 +342,7 @@ private Q_SLOTS:
         QVERIFY(file && archive);
         QCOMPARE(file->palettes().size(), CharacterProject::PaletteSlots);
         QCOMPARE(filePalettes(archive).values(), QList<QByteArray>(12, original));
-        // One slot edited: the file takes its colours, and every slot that
-        // shows the file shows them once it is saved. A copy, as a backup
-        // makes, leaves the file to be saved.
+        // A copy, as a backup makes, leaves the file to be saved.
         RGBA edited[256];
         QVERIFY(slotPalette(archive, 3)->colorTable(edited));
         edited[200] = RGBA{1, 2, 3, 255};
@@ -383,8 +359,7 @@ private Q_SLOTS:
                 readFile(saved) == writeAct(edited));
         QCOMPARE(file->fileName() + u' ' + slotPalette(archive, 12)->file(), saved + u' ' + saved);
         QCOMPARE(filePalettes(archive).values(), QList<QByteArray>(12, writeAct(edited)));
-        // Read again from a file with other colours, the slots show them;
-        // cut short, the file keeps its bytes, says why, and the slots keep theirs.
+        // Cut short, the file keeps its bytes and the slots keep theirs.
         QVERIFY(writeFile(saved, noise(768, 9)));
         QVERIFY(file->fromFile(FileSystemArchive::instance(), saved, 0, nullptr));
         QCOMPARE(filePalettes(archive).value(12), noise(768, 9));
@@ -408,8 +383,6 @@ private Q_SLOTS:
         QCOMPARE(rows(u"chars"_s) + u'|' + rows(u"stages"_s), u"kfm training|kfm.def stage0.def"_s);
         QCOMPARE(game.characterDefinition(m_game + u"chars/training"_s),
                  m_game + u"chars/training/Training.def"_s);
-        // Every character and stage opens from its node, once, and shows its
-        // files in the tree; the stages share their folder.
         QList<Project *> projects;
         for (QString const path :
              {"chars/kfm/", "chars/training/", "stages/kfm.def", "stages/stage0.def"}) {
@@ -427,16 +400,13 @@ private Q_SLOTS:
                 projects.at(1)->basePath() == u"chars/training"_s);
         QCOMPARE(rows(u"stages"_s), u"kfm.def stage0.def kfm.sff stage0.sff"_s);
         QCOMPARE(game.filePath(m_game + u"stages/kfm.sff"_s)->fileType(), int(Project::Sprites));
-        // Closing one stage leaves the other's files and every stage's entry;
-        // a closed character keeps its folder, without its files.
+        // The stages share their folder: closing one leaves the other's files.
         projects.at(2)->release();
         QCOMPARE(rows(u"stages"_s), u"kfm.def stage0.def stage0.sff"_s);
         projects.at(3)->release();
         projects.at(0)->release();
         QCOMPARE(rows(u"stages"_s) + u'|' + rows(u"chars"_s) + u'|' + rows(u"chars/kfm"_s),
                  u"kfm.def stage0.def|kfm training|"_s);
-        // Saved elsewhere, the game takes its open and closed projects along,
-        // each with every file it names, an edit of the open one as well.
         auto *commands = dynamic_cast<ScriptFile *>(projects.at(1)->file(Project::Scripts));
         QVERIFY(commands && commands->fileName().endsWith("Training.cmd"_L1));
         commands->insert(u"\n; edited\n"_s);
