@@ -1,9 +1,7 @@
-#include "testdata.h"
-#include "toolrun.h"
-
 #include "cliinterface.h"
 #include "dialogguard.h"
 #include "progressbar.h"
+#include "testdata.h"
 
 #include <kenro/sound/soundcodecs.h>
 
@@ -12,7 +10,11 @@
 #include <QDirIterator>
 #include <QFileDialog>
 #include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMessageBox>
+#include <QProcess>
 #include <QSet>
 #include <QTemporaryDir>
 #include <QtEndian>
@@ -25,13 +27,44 @@ using namespace Kenro;
 using namespace Kenro::Cli;
 using namespace Qt::Literals::StringLiterals;
 using KenroTest::addRow;
-using KenroTest::at;
-using KenroTest::fields;
 using KenroTest::readFile;
-using KenroTest::Result;
 using KenroTest::writeFile;
 
 namespace {
+
+// How a run of the tool ended: its exit code (-1 when it crashed or hung) and its streams.
+struct Result
+{
+    int code = -1;
+    QString out;
+    QString err;
+    QJsonObject json() const { return QJsonDocument::fromJson(out.toUtf8()).object(); }
+};
+
+// The value at \a path below \a value: keys and indexes joined by '/'.
+QJsonValue at(QJsonValue value, QString const &path)
+{
+    for (QString const &step : path.split(u'/')) {
+        bool index = false;
+        int const i = step.toInt(&index);
+        value = index ? value.toArray().at(i) : value.toObject().value(step);
+    }
+    return value;
+}
+
+// The values at \a paths (split at commas) below \a value, joined by '|';
+// arrays and objects as compact JSON.
+QString fields(QJsonValue const &value, QString const &paths)
+{
+    QStringList values;
+    for (QString const &path : paths.split(u',')) {
+        QJsonValue const field = at(value, path);
+        QByteArray const json = QJsonDocument(QJsonArray{field}).toJson(QJsonDocument::Compact);
+        values += field.isArray() || field.isObject() ? QString::fromUtf8(json.mid(1).chopped(1))
+                                                      : field.toVariant().toString();
+    }
+    return values.join(u'|');
+}
 
 QByteArray tone(quint16 channels, quint32 frequency)
 {
@@ -225,9 +258,24 @@ class KenroCliTest : public QObject
         return split;
     }
     QString where(QString const &word) const { return words(word).value(0); }
+    // The tool in \a folder, with an empty configuration of its own.
     Result run(QStringList const &arguments, QString const &folder = QString()) const
     {
-        return KenroTest::kenro(arguments, m_config.path(), folder);
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.remove(u"KENRO_SETTINGS"_s);
+        environment.insert(u"XDG_CONFIG_HOME"_s, m_config.path());
+        process.setProcessEnvironment(environment);
+        process.setWorkingDirectory(folder);
+        process.start(QStringLiteral(KENRO_EXECUTABLE), arguments);
+        bool const finished = process.waitForFinished(120000);
+        if (!finished) {
+            process.kill();
+            process.waitForFinished();
+        }
+        return {finished && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                QString::fromUtf8(process.readAllStandardOutput()),
+                QString::fromUtf8(process.readAllStandardError())};
     }
     Result run(QString const &arguments) const { return run(words(arguments)); }
     QString problem(QString const &arguments) const
@@ -565,10 +613,8 @@ private Q_SLOTS:
                                       : QFileInfo(file).suffix().toUpper() + u" script"_s));
         QList<QByteArray> const text = readFile(path).toLower().split('\n');
         QJsonArray const parts = at(report, u"parts"_s).toArray();
-        int headings = 0, entries = 0, previous = 0;
-        for (QByteArray const &line : text)
-            headings += line.trimmed().startsWith("[begin action") ? 1 : 0;
-        QVERIFY(!parts.isEmpty() && (!air || parts.size() == headings));
+        int entries = 0, previous = 0;
+        QVERIFY(!parts.isEmpty() && (!air || parts.size() == header(path).at(0)));
         QCOMPARE(at(report, air ? u"facts/actions"_s : u"facts/sections"_s).toInt(), parts.size());
         for (QJsonValue const &part : parts) {
             entries += at(part, air ? u"frames"_s : u"values"_s).toInt();
@@ -866,12 +912,10 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text"); // how the line goes on after the line number
         QTest::addColumn<int>("errors"); // of the folder; its definition alone has one at most
         QTest::addColumn<int>("files");
-        addRow("whole", "sample.def", "stcommon", "1: note: The file 'common1.cns' named by", 0, 7);
+        addRow("whole", "sample.def", "stcommon", "1: note: The file 'common1.cns' named", 0, 7);
         addRow("script", "sample.cns", "run.fwd = \"", "11: error: The string is not closed", 1, 7);
-        addRow("missing", "sample.def", "sound =", "1: error: The file 'sample.snd' named by", 1,
-               6);
-        addRow("damaged", "sample.def", "sprite =", "1: error: The file 'sample.sff' named by", 2,
-               6);
+        addRow("missing", "sample.def", "sound =", "1: error: The file 'sample.snd' named", 1, 6);
+        addRow("damaged", "sample.def", "sprite =", "1: error: The file 'sample.sff' named", 2, 6);
     }
 
     void sampleCharacter()
@@ -892,14 +936,14 @@ private Q_SLOTS:
         if (fault == "damaged"_L1)
             QVERIFY(KenroTest::writeFile(sff, readFile(sff).left(100)));
         QByteArray const bytes = readFile(folder + u'/' + file);
-        qsizetype const at = bytes.indexOf(marker.toUtf8());
+        qsizetype const marked = bytes.indexOf(marker.toUtf8());
         QString const line =
-            u"\n%1/%2:%3:%4"_s.arg(folder, file).arg(bytes.left(at).count('\n') + 1).arg(text);
+            u"\n%1/%2:%3:%4"_s.arg(folder, file).arg(bytes.left(marked).count('\n') + 1).arg(text);
         for (QString const &path : {folder, folder + u"/sample.def"_s}) {
             // A definition given alone is examined without the damaged archive beside it.
             int const found = path == folder ? errors : qMin(errors, 1);
             Result const check = run({u"check"_s, path});
-            QVERIFY2(at >= 0 && (u'\n' + check.out).contains(line) &&
+            QVERIFY2(marked >= 0 && (u'\n' + check.out).contains(line) &&
                          check.out.count(": error: "_L1) == found &&
                          check.out.endsWith(u"%1: %2, 0 warnings, 1 note\n"_s.arg(
                              path, plural(found, u"error"_s))),
@@ -908,7 +952,7 @@ private Q_SLOTS:
                     check.out.contains(sff + u":1:1: error: not a valid SFF sprite archive"_s));
             QJsonObject const report = run({u"info"_s, u"--json"_s, path}).json();
             QCOMPARE(fields(report, "errors,projects/0/name"), u"%1|Kenro Sample"_s.arg(found));
-            QCOMPARE(KenroTest::at(report, "projects/0/files").toArray().size(), files);
+            QCOMPARE(at(report, "projects/0/files").toArray().size(), files);
             checkCounts(report);
             checkAgrees(path, check, report);
         }
@@ -934,9 +978,8 @@ private Q_SLOTS:
         QJsonObject const report = run({u"info"_s, u"--json"_s, game}).json();
         QCOMPARE(fields(report, "kind,errors,projects/0/errors,projects/1/errors,projects/2"),
                  u"game|1|1|1|"_s);
-        QCOMPARE(at(report, "projects/0/files").toArray().size() +
-                     at(report, "projects/1/files").toArray().size(),
-                 16);
+        QVERIFY(at(report, "projects/0/files").toArray().size() == 8 &&
+                at(report, "projects/1/files").toArray().size() == 8);
         checkCounts(report);
         checkAgrees(game, check, report);
     }

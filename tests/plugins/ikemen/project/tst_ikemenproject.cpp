@@ -29,6 +29,7 @@
 using namespace Kenro;
 using namespace Kenro::Ikemen;
 using namespace Qt::Literals::StringLiterals;
+using KenroTest::addRow;
 using KenroTest::noise;
 using KenroTest::readFile;
 using KenroTest::writeFile;
@@ -67,11 +68,11 @@ QMap<int, QByteArray> filePalettes(SffSprites *sprites)
 
 ProjectFile *openFile(Project const &project, QString const &path)
 {
-    QList<ProjectFile *> const files = project.files();
-    auto const found = std::find_if(files.begin(), files.end(), [&path](ProjectFile *file) {
-        return file->fileName() == path;
-    });
-    return found == files.end() ? nullptr : *found;
+    for (ProjectFile *file : project.files()) {
+        if (file->fileName() == path)
+            return file;
+    }
+    return nullptr;
 }
 
 } // namespace
@@ -157,39 +158,34 @@ private Q_SLOTS:
     // Alone, a character cannot look for the game's common states: a note, not an error.
     void definitions_data()
     {
-        QTest::addColumn<QString>("files"); // "path|content", separated by "#"; the first opens
+        QTest::addColumn<QString>("files"); // "path|content" separated by "#"; the first opens
         QTest::addColumn<QString>("opened"); // name|game|listed files|scripts|messages|errors
-        QString const hero =
-            u"hero.def|[Files]\nst = hero.cns\nstcommon = common1.cns\nst1 = gone.cns\n#"
-            "hero.cns|[Statedef 0]\n"_s;
-        QString const gone = u"0@3 The file 'gone.cns' named by 'st1' does not exist"_s;
-        KenroTest::addRow(
-            "files",
-            u"/lone/hero.def|[Info]\nname = Hero\nversiondate = 1.0\nauthor = Me\n"
-            "[Files]\nsprite = hero.sff\nsound = gone.snd\nanim = hero.air\n"
-            "[Arcade]\nintro.storyboard = intro.def\n#/lone/hero.sff|xxxx#"
-            "/lone/hero.air|[Begin Action 0]\n0,0, 0,0, 5\n"_s,
-            u"Hero 1.0 Me||3:hero.air||0@5 The file 'hero.sff' named by 'sprite' could not be "
-            u"read; "
-            "0@6 The file 'gone.snd' named by 'sound' does not exist; 0@9 The file 'intro.def' "
-            "named by 'intro.storyboard' does not exist|3"_s);
-        KenroTest::addRow(
-            "states alone", u"/lone/"_s + QString(hero).replace(u"#"_s, u"#/lone/"_s),
-            u"||4:hero.cns|/lone/hero.cns|2@2 The file 'common1.cns' named by 'stcommon' is "
-            "looked for in the game's data folder; no game folder lies around this character; "_s +
-                gone + u"|1"_s);
-        KenroTest::addRow(
-            "states missing",
-            u"/game/chars/hero/"_s + QString(hero).replace(u"#"_s, u"#/game/chars/hero/"_s) +
-                u"#/game/data/system.def|[Files]\n"_s,
-            u"|/game/|4:hero.cns|/game/chars/hero/hero.cns|0@2 The file 'common1.cns' named by 'stcommon' does not exist; "_s +
-                gone + u"|2"_s);
-        KenroTest::addRow(
-            "states found",
-            u"/game/chars/hero/"_s + QString(hero).replace(u"#"_s, u"#/game/chars/hero/"_s) +
-                u"#/game/data/system.def|[Files]\n#/game/data/common1.cns|[Statedef 5]\n"_s,
-            u"|/game/|4:hero.cns|/game/chars/hero/hero.cns /game/data/common1.cns|"_s + gone +
-                u"|1"_s);
+        QString const hero = u"%1hero.def|[Files]\nst = hero.cns\nstcommon = common1.cns\n"
+                             "st1 = gone.cns\n#%1hero.cns|[Statedef 0]\n"_s;
+        QString const game = u"#/game/data/system.def|[Files]\n"_s;
+        QString const gone = u"0@3 The file 'gone.cns' named by 'st1' does not exist|"_s;
+        addRow("files",
+               u"/lone/hero.def|[Info]\nname = Hero\nversiondate = 1.0\nauthor = Me\n[Files]\n"
+               "sprite = hero.sff\nsound = gone.snd\nanim = hero.air\n[Arcade]\n"
+               "intro.storyboard = intro.def\n#/lone/hero.sff|xxxx#"
+               "/lone/hero.air|[Begin Action 0]\n0,0, 0,0, 5\n"_s,
+               u"Hero 1.0 Me||3:hero.air||0@5 The file 'hero.sff' named by 'sprite' could not be "
+               "read; 0@6 The file 'gone.snd' named by 'sound' does not exist; 0@9 The file "
+               "'intro.def' named by 'intro.storyboard' does not exist|3"_s);
+        addRow("states alone", hero.arg(u"/lone/"_s),
+               u"||4:hero.cns|/lone/hero.cns|2@2 The file 'common1.cns' named by 'stcommon' is "
+               "looked for in the game's data folder; no game folder lies around this "
+               "character; "_s +
+                   gone + u'1');
+        addRow("states missing", hero.arg(u"/game/chars/hero/"_s) + game,
+               u"|/game/|4:hero.cns|/game/chars/hero/hero.cns|0@2 The file 'common1.cns' named "
+               "by 'stcommon' does not exist; "_s +
+                   gone + u'2');
+        addRow("states found",
+               hero.arg(u"/game/chars/hero/"_s) + game +
+                   u"#/game/data/common1.cns|[Statedef 5]\n"_s,
+               u"|/game/|4:hero.cns|/game/chars/hero/hero.cns /game/data/common1.cns|"_s + gone +
+                   u'1');
     }
 
     void definitions()
