@@ -1,28 +1,71 @@
+#include "cliinterface.h"
+#include "dialogguard.h"
+#include "progressbar.h"
 #include "testdata.h"
-#include "toolrun.h"
 
 #include <kenro/sound/soundcodecs.h>
 
+#include <QApplication>
 #include <QBuffer>
-#include <QDir>
 #include <QDirIterator>
-#include <QFile>
+#include <QFileDialog>
 #include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMessageBox>
+#include <QProcess>
+#include <QSet>
 #include <QTemporaryDir>
-#include <QTest>
+#include <QtEndian>
 
 #include <cmath>
 
 #include <unistd.h>
 
 using namespace Kenro;
+using namespace Kenro::Cli;
 using namespace Qt::Literals::StringLiterals;
-using KenroTest::at;
-using KenroTest::Result;
+using KenroTest::addRow;
+using KenroTest::readFile;
+using KenroTest::writeFile;
 
 namespace {
 
-// A second of a 440 Hz tone, 16-bit, \a channels channels at \a frequency, as a WAV file.
+// How a run of the tool ended: its exit code (-1 when it crashed or hung) and its streams.
+struct Result
+{
+    int code = -1;
+    QString out;
+    QString err;
+    QJsonObject json() const { return QJsonDocument::fromJson(out.toUtf8()).object(); }
+};
+
+// The value at \a path below \a value: keys and indexes joined by '/'.
+QJsonValue at(QJsonValue value, QString const &path)
+{
+    for (QString const &step : path.split(u'/')) {
+        bool index = false;
+        int const i = step.toInt(&index);
+        value = index ? value.toArray().at(i) : value.toObject().value(step);
+    }
+    return value;
+}
+
+// The values at \a paths (split at commas) below \a value, joined by '|';
+// arrays and objects as compact JSON.
+QString fields(QJsonValue const &value, QString const &paths)
+{
+    QStringList values;
+    for (QString const &path : paths.split(u',')) {
+        QJsonValue const field = at(value, path);
+        QByteArray const json = QJsonDocument(QJsonArray{field}).toJson(QJsonDocument::Compact);
+        values += field.isArray() || field.isObject() ? QString::fromUtf8(json.mid(1).chopped(1))
+                                                      : field.toVariant().toString();
+    }
+    return values.join(u'|');
+}
+
 QByteArray tone(quint16 channels, quint32 frequency)
 {
     SoundSample sample;
@@ -38,7 +81,6 @@ QByteArray tone(quint16 channels, quint32 frequency)
     return saveSound(&buffer, "WAV", sample) ? bytes : QByteArray();
 }
 
-// The sound of file \a path, its format told by its first bytes.
 SoundSample readSound(QString const &path)
 {
     QFile file(path);
@@ -71,37 +113,34 @@ QStringList entries(QString const &folder)
     return QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
 }
 
-// Every file and folder below \a folder with its bytes, to tell that nothing changed.
 QMap<QString, QByteArray> snapshot(QString const &folder)
 {
     QMap<QString, QByteArray> files;
-    QDirIterator walk(folder, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
-                      QDirIterator::Subdirectories);
-    while (walk.hasNext()) {
+    for (QDirIterator walk(folder, QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden,
+                           QDirIterator::Subdirectories);
+         walk.hasNext();) {
         QString const path = walk.next();
-        files.insert(path, walk.fileInfo().isDir() ? "<folder>" : KenroTest::readFile(path));
+        files.insert(path, walk.fileInfo().isDir() ? "<folder>" : readFile(path));
     }
     return files;
 }
 
-// The names of the files that differ between two folders, or that only one
-// has, the sprite manifests aside.
+// Files that differ between two folders or that only one has, the manifests aside.
 QStringList differences(QString const &a, QString const &b)
 {
     QStringList different;
     for (QString const &name : entries(a) + entries(b)) {
         if (name != "sprites.json"_L1 && !different.contains(name) &&
-            KenroTest::readFile(a + u'/' + name) != KenroTest::readFile(b + u'/' + name))
+            readFile(a + u'/' + name) != readFile(b + u'/' + name))
             different.append(name);
     }
     return different;
 }
 
-// The sprites of a version 2 archive whose 8-bit data does not start with
-// its count of pixels, as the runtime reads it; -1 when the file is none.
+// Sprites of a version 2 archive whose 8-bit data lacks its pixel count up front.
 int wrongLengths(QString const &path)
 {
-    QByteArray const b = KenroTest::readFile(path);
+    QByteArray const b = readFile(path);
     auto le = [&b](qint64 at, int size) {
         qint64 value = 0;
         for (int i = size - 1; at >= 0 && at + size <= b.size() && i >= 0; --i)
@@ -120,14 +159,7 @@ int wrongLengths(QString const &path)
     return wrong;
 }
 
-QJsonObject readJson(QString const &path)
-{
-    return QJsonDocument::fromJson(KenroTest::readFile(path)).object();
-}
-
-// What a change of version keeps of a sprite manifest: the palettes and
-// sprites, but through version 1.01, which keeps palettes per sprite and
-// links only on one palette, the sprites without their palettes and links.
+// Version 1.01 keeps palettes per sprite and links only on one palette.
 QJsonArray comparable(QJsonObject const &manifest, bool throughVersion1)
 {
     QJsonArray sprites{throughVersion1 ? QJsonValue() : manifest.value(u"palettes"_s)};
@@ -140,42 +172,112 @@ QJsonArray comparable(QJsonObject const &manifest, bool throughVersion1)
     return sprites;
 }
 
+// One line "kenro: <what>: <why>" on stderr and nothing on stdout.
+bool failed(Result const &result, QString const &what, QString const &why)
+{
+    return result.out.isEmpty() && result.err.startsWith(u"kenro: %1: "_s.arg(what)) &&
+        result.err.indexOf(u'\n') == result.err.size() - 1 && result.err.contains(why);
+}
+
+// Actions, sprites, palettes and sounds as the header of file \a path counts them.
+QList<int> header(QString const &path)
+{
+    QByteArray const bytes = readFile(path);
+    auto le32 = [&bytes](int offset) {
+        return bytes.size() < offset + 4 ? -1 : qFromLittleEndian<qint32>(bytes.data() + offset);
+    };
+    if (bytes.startsWith("ElecbyteSnd"))
+        return {-1, -1, -1, le32(0x10)};
+    // Version 1 counts its images at 0x14; version 2 its sprites at 0x28 and palettes at 0x30.
+    if (bytes.startsWith("ElecbyteSpr"))
+        return {-1, le32(bytes.at(15) == 1 ? 0x14 : 0x28), bytes.at(15) == 1 ? -1 : le32(0x30), -1};
+    int actions = 0;
+    for (QByteArray const &line : bytes.toLower().split('\n'))
+        actions += line.trimmed().startsWith("[begin action") ? 1 : 0;
+    return {actions, -1, -1, -1};
+}
+
+QStringList const counted{u"action"_s, u"sprite"_s, u"palette"_s, u"sound"_s};
+
+QList<int> totals(QJsonValue const &counts)
+{
+    QList<int> out;
+    for (QString const &count : counted)
+        out += at(counts, count + u's').toInt();
+    return out;
+}
+
+QString plural(qsizetype count, QString const &word)
+{
+    return u"%1 %2%3"_s.arg(count).arg(word, count == 1 ? QString() : u"s"_s);
+}
+
+QString tally(QJsonValue const &report)
+{
+    int const notes = at(report, "notes").toInt();
+    return plural(at(report, "errors").toInt(), u"error"_s) + u", "_s +
+        plural(at(report, "warnings").toInt(), u"warning"_s) +
+        (notes ? u", "_s + plural(notes, u"note"_s) : QString());
+}
+
+QString projectLine(QJsonValue const &project, QString const &base)
+{
+    QStringList parts{plural(at(project, "files").toArray().size(), u"file"_s)};
+    QList<int> const sums = totals(at(project, "totals"));
+    for (int i = 0; i < 4; ++i)
+        parts += plural(sums.at(i), counted.at(i));
+    return u"  %1: %2 \"%3\" by %4, %5; %6\n"_s.arg(
+        at(project, "path").toString().mid(base.size() + 1), at(project, "type").toString(),
+        at(project, "name").toString(), at(project, "author").toString(), parts.join(u", "_s),
+        tally(project));
+}
+
 } // namespace
 
 class KenroCliTest : public QObject
 {
     Q_OBJECT
 
-private:
     QTemporaryDir m_dir; // inputs, which no failure may change
     QTemporaryDir m_work; // outputs
     QTemporaryDir m_config;
+    QString m_game; // the real game folder
+    QJsonObject m_report; // what `info --json` says of it
 
     QString path(QString const &name) const { return m_dir.filePath(name); }
-
-    // \a text split at its blanks; a word that starts with "@" is in the test
-    // folder, with "%" in the output folder, with "$" in the test data.
+    // Words starting "@" are inputs, "%" outputs, "$" test data.
     QStringList words(QString const &text) const
     {
         QStringList split = text.split(u' ', Qt::SkipEmptyParts);
+        QMap<QChar, QString> const folders{
+            {u'@', m_dir.path()}, {u'%', m_work.path()}, {u'$', KenroTest::testDataPath()}};
         for (QString &word : split) {
-            if (word.startsWith(u'@'))
-                word = m_dir.filePath(word.mid(1));
-            else if (word.startsWith(u'%'))
-                word = m_work.filePath(word.mid(1));
-            else if (word.startsWith(u'$'))
-                word = KenroTest::testDataPath() + u'/' + word.mid(1);
+            if (folders.contains(word.at(0)))
+                word = folders.value(word.at(0)) + u'/' + word.mid(1);
         }
         return split;
     }
-
-    Result run(QStringList const &arguments) const
+    QString where(QString const &word) const { return words(word).value(0); }
+    // The tool in \a folder, with an empty configuration of its own.
+    Result run(QStringList const &arguments, QString const &folder = QString()) const
     {
-        return KenroTest::kenro(arguments, m_config.path());
+        QProcess process;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.remove(u"KENRO_SETTINGS"_s);
+        environment.insert(u"XDG_CONFIG_HOME"_s, m_config.path());
+        process.setProcessEnvironment(environment);
+        process.setWorkingDirectory(folder);
+        process.start(QStringLiteral(KENRO_EXECUTABLE), arguments);
+        bool const finished = process.waitForFinished(120000);
+        if (!finished) {
+            process.kill();
+            process.waitForFinished();
+        }
+        return {finished && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                QString::fromUtf8(process.readAllStandardOutput()),
+                QString::fromUtf8(process.readAllStandardError())};
     }
     Result run(QString const &arguments) const { return run(words(arguments)); }
-
-    // Empty when \a arguments run without a word on stderr; what went wrong otherwise.
     QString problem(QString const &arguments) const
     {
         Result const result = run(arguments);
@@ -183,94 +285,131 @@ private:
             ? QString()
             : u"kenro %1: exit %2, %3"_s.arg(arguments).arg(result.code).arg(result.err);
     }
-
     QJsonObject info(QString const &file) const { return run(u"info --json "_s + file).json(); }
+
+    // Each file's counts against its header, and each total against its sum.
+    void checkCounts(QJsonObject const &report)
+    {
+        QList<int> all{0, 0, 0, 0};
+        for (QJsonValue const &project : at(report, "projects").toArray()) {
+            QList<int> sums{0, 0, 0, 0};
+            for (QJsonValue const &file : at(project, "files").toArray()) {
+                QString const path = at(file, "path").toString();
+                QVERIFY2(QFile::exists(path), qPrintable(path));
+                if (!u"Sprites Sounds Animations"_s.split(u' ').contains(fields(file, "type")))
+                    continue;
+                QList<int> const expected = header(path), counts = totals(at(file, "counts"));
+                for (int i = 0; i < 4; ++i) {
+                    // Palette files (.act) that a character names join its archive's.
+                    bool const joined = i == 2 && at(project, "fileTypes/Palettes").isDouble();
+                    QVERIFY2(expected.at(i) < 0 || counts.at(i) == expected.at(i) ||
+                                 (joined && counts.at(i) > expected.at(i)),
+                             qPrintable(path));
+                    sums[i] += counts.at(i);
+                    all[i] += counts.at(i);
+                }
+            }
+            QCOMPARE(totals(at(project, "totals")), sums);
+        }
+        QCOMPARE(totals(at(report, "totals")), all);
+    }
+
+    // `check` says in text and in JSON what \a report says.
+    void checkAgrees(QString const &path, Result const &check, QJsonObject const &report,
+                     QString const &folder = QString())
+    {
+        static QRegularExpression const pattern(
+            u"^(.+):[1-9]\\d*:[1-9]\\d*: (error|warning|note): .+$"_s);
+        QStringList lines = check.out.split(u'\n', Qt::SkipEmptyParts);
+        QVERIFY(check.code == (at(report, "errors").toInt() ? 1 : 0) && check.err.isEmpty());
+        QCOMPARE(lines.takeLast(), u"%1: %2"_s.arg(path, tally(report)));
+        int errors = 0;
+        for (QString const &line : std::as_const(lines)) {
+            QRegularExpressionMatch const match = pattern.match(line);
+            QVERIFY2(match.hasMatch() &&
+                         QFileInfo::exists(QDir(folder).filePath(match.captured(1))),
+                     qPrintable(line));
+            errors += match.captured(2) == "error"_L1;
+        }
+        QCOMPARE(u"%1 errors, %2 lines"_s.arg(errors).arg(lines.size()),
+                 u"%1 errors, %2 lines"_s.arg(at(report, "errors").toInt())
+                     .arg(errors + at(report, "warnings").toInt() + at(report, "notes").toInt()));
+        Result const json = run({u"check"_s, u"--json"_s, path}, folder);
+        QVERIFY(json.code == check.code && at(json.json(), "errors").toInt() == errors &&
+                at(json.json(), "diagnostics").toArray().size() == lines.size());
+    }
 
 private Q_SLOTS:
     void initTestCase()
     {
         QVERIFY(m_dir.isValid() && m_work.isValid());
         QVERIFY(QFile::exists(QStringLiteral(KENRO_EXECUTABLE)));
-        QByteArray garbage;
-        for (int i = 0; i < 4096; ++i)
-            garbage.append(char((i * 7919 + 13) % 251));
-        QByteArray grey;
-        for (int i = 0; i < 768; ++i)
-            grey.append(char(i / 3));
-        // Sprite manifests, each wrong in one way.
-        auto sprites = [](QByteArray const &sprite, QByteArray const &palettes = "[]") {
-            return R"({"version": "2.01", "palettes": )" + palettes + R"(, "sprites": [)" + sprite +
-                "]}";
-        };
-        QByteArray const plain = R"({"group": 0, "number": 0, "x": 0, "y": 0)";
-        QByteArray const wav = tone(2, 22050);
-        QList<QPair<char const *, QByteArray>> const files{
-            {"tone.wav", wav},
-            {"cut.wav", wav.left(30)},
-            {"kept.wav", "the old content"},
-            {"kept.flac", "the old content"},
-            {"garbage.wav", garbage},
-            {"binary.def", garbage},
-            {"junk.ogg", "OggS" + garbage},
-            {"empty.flac", {}},
-            {"sprites.sff", "ElecbyteSpr"},
-            {"notes.xyz", "text"},
-            {"short.act", QByteArray(700, 'x')},
-            {"grey.act", grey},
-            // A screen's definition names files but defines no character:
-            // "bad" stays a plain folder, read file by file.
-            {"bad/bad.cns", "[Info\r\nname = \"open\r\nstray\r\n"},
-            {"bad/good.def", "[Info]\r\nname = \"Sample\"\r\n[Files]\r\nspr = s.sff\r\n"},
-            {"bad/s.sff", "ElecbyteSpr"},
-            // The smallest character: a definition and its states.
-            {"hero/hero.def", "[Info]\nname = Hero\n[Files]\nst = hero.cns\n"},
-            {"hero/hero.cns", "[Statedef 0]\ntype = S\n"},
-            {"wavs/1_0.wav", wav},
-            {"wavs/0_5.wav", tone(1, 11025)},
-            {"wavs/readme.txt", "not a sound"},
-            {"sm/broken/sounds.json", "{\"sounds\": ["},
-            {"sm/missing/sounds.json",
-             R"({"sounds": [{"group": 0, "number": 0, "file": "0.wav"}]})"},
-            {"sm/outside/sounds.json",
-             R"({"sounds": [{"group": 0, "number": 0, "file": "../a"}]})"},
-            {"pm/broken/sprites.json", "{\"sprites\": ["},
-            {"pm/noversion/sprites.json", R"({"palettes": [], "sprites": []})"},
-            {"pm/outside/sprites.json", sprites(plain + R"(, "file": "../x.png"})")},
-            {"pm/palette/sprites.json", sprites(plain + R"(, "palette": 0})")},
-            {"pm/colors/sprites.json",
-             sprites("", R"([{"group": 0, "number": 0, "colors": "1"}])")},
-            {"pm/axis/sprites.json", sprites(R"({"group": 0, "number": 0, "x": 40000, "y": 0})")},
-            {"pm/link/sprites.json", sprites(plain + R"(, "link": 0})")},
-            {"pm/missing/sprites.json", sprites(plain + R"(, "file": "0-0.png"})")},
-            {"pm/garbage/sprites.json", sprites(plain + R"(, "file": "0-0.png"})")},
-            {"pm/garbage/0-0.png", "\x89PNG\r\n\x1a\n garbage"},
-            // Sprites as export writes them: a 4 x 3 sprite of three colours,
-            // a sprite linked to it, and a true-colour one.
-            {"sf/sprites.json", R"({"version": "2.01",
+        QByteArray const wav = tone(2, 22050), garbage = KenroTest::noise(4096, 11);
+        QByteArrayList const made{wav,
+                                  garbage,
+                                  garbage,
+                                  wav.left(30),
+                                  "OggS" + garbage,
+                                  wav,
+                                  tone(1, 11025),
+                                  QByteArray(700, 'x')};
+        QStringList const names = u"tone.wav garbage.wav binary.def cut.wav junk.ogg wavs/1_0.wav "
+                                  "wavs/0_5.wav short.act"_s.split(u' ');
+        for (int i = 0; i < made.size(); ++i)
+            QVERIFY(writeFile(path(names.at(i)), made.at(i)));
+        // "bad" names files but defines no character, so it stays a plain folder.
+        for (QString const &file :
+             {u"kept.wav|the old content"_s, u"kept.flac|the old content"_s, u"empty.flac|"_s,
+              u"sprites.sff|ElecbyteSpr"_s, u"notes.xyz|text"_s, u"wavs/readme.txt|not a sound"_s,
+              u"bad/bad.cns|[Info\r\nname = \"open\r\nstray\r\n"_s, u"bad/s.sff|ElecbyteSpr"_s,
+              u"bad/good.def|[Info]\r\nname = \"Sample\"\r\n[Files]\r\nspr = s.sff\r\n"_s,
+              u"hero/hero.def|[Info]\nname = Hero\n[Files]\nst = hero.cns\n"_s,
+              u"hero/hero.cns|[Statedef 0]\ntype = S\n"_s,
+              uR"(sm/broken/sounds.json|{"sounds": [)"_s,
+              uR"(sm/missing/sounds.json|{"sounds":[{"group":0,"number":0,"file":"0.wav"}]})"_s,
+              uR"(sm/outside/sounds.json|{"sounds":[{"group":0,"number":0,"file":"../a"}]})"_s,
+              uR"(pm/broken/sprites.json|{"sprites": [)"_s,
+              uR"(pm/noversion/sprites.json|{"palettes": [], "sprites": []})"_s,
+              u"pm/garbage/0-0.png|"_s + QString::fromLatin1("\x89PNG\r\n\x1a\n garbage"),
+              uR"(sf/sprites.json|{"version": "2.01",
     "palettes": [{"group": 1, "number": 1, "colors": "000000ff00000000ff"}], "sprites": [
         {"group": 0, "number": 0, "x": 1, "y": -2, "palette": 0, "file": "0-0.png"},
         {"group": 0, "number": 1, "x": 0, "y": 0, "palette": 0, "file": "0-1.png", "link": 0},
-        {"group": 5, "number": 0, "x": 3, "y": 4, "file": "5-0.png"}]})"}};
-        for (auto const &[name, bytes] : files)
-            QVERIFY2(KenroTest::writeFile(path(QLatin1String(name)), bytes), name);
+        {"group": 5, "number": 0, "x": 3, "y": 4, "file": "5-0.png"}]})"_s})
+            QVERIFY(writeFile(path(file.section(u'|', 0, 0)), file.section(u'|', 1).toLatin1()));
+        for (QString const &row : // "folder|palettes|sprites" of a version 2.01 manifest
+             {uR"(outside||{"group":0,"number":0,"x":0,"y":0,"file":"../x.png"})"_s,
+              uR"(palette||{"group":0,"number":0,"x":0,"y":0,"palette":0})"_s,
+              uR"(colors|{"group":0,"number":0,"colors":"1"}|)"_s,
+              uR"(axis||{"group":0,"number":0,"x":40000,"y":0})"_s,
+              uR"(link||{"group":0,"number":0,"x":0,"y":0,"link":0})"_s,
+              uR"(missing||{"group":0,"number":0,"x":0,"y":0,"file":"0-0.png"})"_s,
+              uR"(garbage||{"group":0,"number":0,"x":0,"y":0,"file":"0-0.png"})"_s})
+            QVERIFY(writeFile(path(u"pm/%1/sprites.json"_s.arg(row.section(u'|', 0, 0))),
+                              uR"({"version":"2.01","palettes":[%1],"sprites":[%2]})"_s
+                                  .arg(row.section(u'|', 1, 1), row.section(u'|', 2))
+                                  .toLatin1()));
         QImage indexed(4, 3, QImage::Format_Indexed8);
         indexed.setColorTable({qRgba(0, 0, 0, 0), qRgb(255, 0, 0), qRgb(0, 0, 255)});
         for (int i = 0; i < 12; ++i)
             indexed.setPixel(i % 4, i / 4, uint((i % 4 + i / 4) % 3));
         QImage color(2, 2, QImage::Format_ARGB32);
         color.fill(qRgba(10, 200, 30, 128));
-        QVERIFY(indexed.save(path(u"sf/0-0.png"_s)) && indexed.save(path(u"sf/0-1.png"_s)));
-        QVERIFY(color.save(path(u"sf/5-0.png"_s)));
-        // Folders: an empty one, and one where a sprite's file should go.
+        QVERIFY(indexed.save(path(u"sf/0-0.png"_s)) && indexed.save(path(u"sf/0-1.png"_s)) &&
+                color.save(path(u"sf/5-0.png"_s)));
         QVERIFY(QDir().mkpath(path(u"folder"_s)) && QDir().mkpath(path(u"blocked/0-0.png"_s)));
-
-        // A small archive of each kind of sprite, damaged copies of it, and a sound bank.
         QCOMPARE(problem(u"sprites build @sf @tiny.sff"_s), QString());
         QCOMPARE(problem(u"sounds build @wavs @bank.snd"_s), QString());
-        QByteArray archive = KenroTest::readFile(path(u"tiny.sff"_s));
-        QVERIFY(KenroTest::writeFile(path(u"cut.sff"_s), archive.left(archive.size() / 2)));
+        QByteArray archive = readFile(path(u"tiny.sff"_s));
+        QVERIFY(writeFile(path(u"cut.sff"_s), archive.left(archive.size() / 2)));
         archive[36] = char(0x7F); // a sprite count far past the list
-        QVERIFY(KenroTest::writeFile(path(u"count.sff"_s), archive));
+        QVERIFY(writeFile(path(u"count.sff"_s), archive));
+        if (KenroTest::testDataPath().isEmpty())
+            return;
+        m_game = KenroTest::testDataPath() + u"/game"_s;
+        Result const game = run({u"info"_s, u"--json"_s, m_game});
+        QVERIFY2(game.code == 0 && game.err.isEmpty(), qPrintable(game.err));
+        m_report = game.json();
     }
 
     void help()
@@ -278,20 +417,17 @@ private Q_SLOTS:
         Result const tool = run(u"--help"_s);
         QVERIFY(tool.code == 0 && tool.out.contains(u"Exit codes: 0 done, 1 check found errors"_s));
         QVERIFY(run(u"--version"_s).out.startsWith(u"kenro 0."_s));
-        for (QString const &command :
-             {u"info"_s, u"check"_s, u"convert"_s, u"sounds export"_s, u"sounds build"_s,
-              u"sprites export"_s, u"sprites build"_s}) {
-            QVERIFY2(tool.out.contains(u"\n  %1 "_s.arg(command)), qPrintable(command));
+        for (QString const command : {"info", "check", "convert", "sounds export", "sounds build",
+                                      "sprites export", "sprites build"}) {
             Result const asked = run(command + u" --help"_s);
-            QVERIFY2(asked.code == 0 && asked.err.isEmpty() &&
+            QVERIFY2(tool.out.contains(u"\n  %1 "_s.arg(command)) && !asked.code &&
+                         asked.err.isEmpty() && run(u"help "_s + command).out == asked.out &&
                          asked.out.startsWith(u"Usage: kenro %1 [options]"_s.arg(command)),
-                     qPrintable(asked.out + asked.err));
-            QCOMPARE(run(u"help "_s + command).out, asked.out);
+                     qPrintable(command));
         }
     }
-    // Every wrong use ends with one line on stderr and its exit code, and
-    // changes nothing: no output, not even a half-written one or a first
-    // sprite before the failure, and a target that was there stays as it was.
+
+    // A failure changes nothing: no output, not even half of one, and no target is replaced.
     void failures_data()
     {
         QTest::addColumn<QStringList>("arguments");
@@ -355,10 +491,6 @@ private Q_SLOTS:
         // Root writes into read-only folders: the row means something to others only.
         if (::geteuid() != 0)
             rows += u"4 convert @tone.wav @locked/o.flac | @locked/o.flac | permission denied"_s;
-        for (QString const &file : {u"garbage.wav"_s, u"cut.wav"_s, u"junk.ogg"_s, u"empty.flac"_s})
-            rows += u"3 convert @%1 @kept.wav | @%1 | not a valid"_s.arg(file);
-        for (QString const &file : {u"sprites.sff"_s, u"cut.sff"_s, u"count.sff"_s})
-            rows += u"3 sprites export @%1 @o | @%1 | not a valid SFF sprite archive"_s.arg(file);
         for (QString const &row :
              {u"broken | not valid JSON"_s, u"noversion | no \"version\""_s,
               u"outside | a plain \"file\" name"_s, u"palette | a listed \"palette\""_s,
@@ -366,7 +498,10 @@ private Q_SLOTS:
               u"link | an earlier \"link\""_s})
             rows += u"3 sprites build @pm/%1 @o.sff | @pm/%1/sprites.json | %2"_s.arg(
                 row.section(u" | "_s, 0, 0), row.section(u" | "_s, 1));
-        // Inputs that are missing, damaged or of no known kind, to either command.
+        for (QString const &file : {u"garbage.wav"_s, u"cut.wav"_s, u"junk.ogg"_s, u"empty.flac"_s})
+            rows += u"3 convert @%1 @kept.wav | @%1 | not a valid"_s.arg(file);
+        for (QString const &file : {u"sprites.sff"_s, u"cut.sff"_s, u"count.sff"_s})
+            rows += u"3 sprites export @%1 @o | @%1 | not a valid SFF sprite archive"_s.arg(file);
         for (QString const &row :
              {u"none.wav | no such file"_s, u"binary.def | not a text file"_s,
               u"garbage.wav | not a valid"_s, u"sprites.sff | not a valid SFF sprite archive"_s,
@@ -393,22 +528,16 @@ private Q_SLOTS:
         QFETCH(QString, what);
         QFETCH(QString, why);
         QString const locked = path(u"locked"_s);
-        if (what.startsWith(locked)) {
-            QVERIFY(QDir().mkpath(locked));
-            QVERIFY(QFile::setPermissions(locked, QFile::ReadOwner | QFile::ExeOwner));
-        }
+        if (what.startsWith(locked))
+            QVERIFY(QDir().mkpath(locked) &&
+                    QFile::setPermissions(locked, QFile::ReadOwner | QFile::ExeOwner));
         QMap<QString, QByteArray> const before = snapshot(m_dir.path());
         Result const result = run(arguments);
         QFile::setPermissions(locked, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        QCOMPARE(result.code, code);
-        QVERIFY2(result.err.contains(why), qPrintable(result.err));
-        QByteArray reason;
-        QVERIFY2(what.isEmpty() || KenroTest::isOneLineFailure(result, &reason), reason.data());
-        QVERIFY2(result.err.startsWith(u"kenro: %1: "_s.arg(what)) || what.isEmpty(),
-                 qPrintable(result.err));
-        QMap<QString, QByteArray> const after = snapshot(m_dir.path());
-        QCOMPARE(after.keys(), before.keys());
-        QVERIFY(after == before);
+        QVERIFY2(result.code == code &&
+                     (what.isEmpty() ? result.err.contains(why) : failed(result, what, why)),
+                 qPrintable(u"exit %1: %2%3"_s.arg(result.code).arg(result.out, result.err)));
+        QVERIFY(snapshot(m_dir.path()) == before);
     }
 
     void convert_data()
@@ -417,26 +546,18 @@ private Q_SLOTS:
         QTest::addColumn<QString>("target");
         QTest::addColumn<int>("channels"); // 0 for the source's
         QTest::addColumn<int>("frequency");
-        QTest::newRow("WAV copy") << u"@tone.wav"_s << u"copy.wav"_s << 0 << 0;
-        QTest::newRow("FLAC") << u"@tone.wav"_s << u"tone.flac"_s << 0 << 0;
-        QTest::newRow("Ogg") << u"@tone.wav"_s << u"tone.ogg"_s << 0 << 0;
-        QTest::newRow("format option") << u"@tone.wav --format flac"_s << u"tone.bin"_s << 0 << 0;
-        QTest::newRow("rate and mono")
-            << u"@tone.wav --rate 11025 --channels=1"_s << u"mono.wav"_s << 1 << 11025;
-        // Every source to WAV, and each writer from sources of each depth and layout.
-        for (auto const &[source, suffix] : {std::pair{"44k_stereo16.wav", "wav"},
-                                             {"44k_stereo16.flac", "wav"},
-                                             {"44k_stereo16.ogg", "wav"},
-                                             {"44k_stereo16.mp3", "wav"},
-                                             {"22k_mono8.wav", "wav"},
-                                             {"48k_mono24.flac", "wav"},
-                                             {"44k_stereo16.wav", "flac"},
-                                             {"22k_mono8.wav", "flac"},
-                                             {"48k_mono24.flac", "ogg"},
-                                             {"44k_stereo16.mp3", "ogg"}})
-            QTest::addRow("%s to %s", source, suffix)
-                << u"$sounds/coded/voice_"_s + QLatin1String(source)
-                << u"real."_s + QLatin1String(suffix) << 0 << 0;
+        addRow("WAV copy", "@tone.wav", "copy.wav", 0, 0);
+        addRow("FLAC", "@tone.wav", "tone.flac", 0, 0);
+        addRow("Ogg", "@tone.wav", "tone.ogg", 0, 0);
+        addRow("format option", "@tone.wav --format flac", "tone.bin", 0, 0);
+        addRow("rate and mono", "@tone.wav --rate 11025 --channels=1", "mono.wav", 1, 11025);
+        for (QString const &row :
+             u"44k_stereo16.wav:wav 44k_stereo16.flac:wav 44k_stereo16.ogg:wav "
+             "44k_stereo16.mp3:wav 22k_mono8.wav:wav 48k_mono24.flac:wav "
+             "44k_stereo16.wav:flac 22k_mono8.wav:flac 48k_mono24.flac:ogg "
+             "44k_stereo16.mp3:ogg"_s.split(u' '))
+            QTest::newRow(qPrintable(row)) << u"$sounds/coded/voice_"_s + row.section(u':', 0, 0)
+                                           << u"real."_s + row.section(u':', 1) << 0 << 0;
     }
 
     void convert()
@@ -449,36 +570,25 @@ private Q_SLOTS:
             KENRO_REQUIRE_TESTDATA(data);
         }
         QStringList options = words(arguments);
-        QString const source = options.takeFirst();
-        QString const output = m_work.filePath(target);
+        QString const source = options.takeFirst(), output = m_work.filePath(target);
         Result const result = run(QStringList{u"convert"_s, source, output} + options);
-        QCOMPARE(result.code, 0);
-        QCOMPARE(result.err, QString());
-        QVERIFY2(result.out.contains(u"-> "_s + target), qPrintable(result.out));
-
-        SoundSample const original = readSound(source);
-        SoundSample const converted = readSound(output);
+        QVERIFY2(result.code == 0 && result.err.isEmpty() && result.out.contains(u"-> "_s + target),
+                 qPrintable(result.out + result.err));
+        SoundSample const original = readSound(source), converted = readSound(output);
         QVERIFY(!original.data.isEmpty());
         QCOMPARE(int(converted.channels), channels ? channels : int(original.channels));
         QCOMPARE(int(converted.frequency), frequency ? frequency : int(original.frequency));
-        QByteArray const head = KenroTest::readFile(output).left(4);
-        if (head == "fLaC") {
-            // Lossless: the same values, widened to 24 bits.
+        QByteArray const head = readFile(output).left(4);
+        qint64 const frames = qint64(original.frames) * converted.frequency / original.frequency;
+        if (head == "fLaC") // lossless: the same values, widened to 24 bits
             QCOMPARE(converted.data, widenedTo24(original));
-        } else if (head == "RIFF" && options.isEmpty()) {
+        else if (head == "RIFF" && options.isEmpty())
             QCOMPARE(converted.data, original.data);
-        } else {
-            // Lossy or resampled: the whole length, give or take a block.
-            qint64 const frames =
-                qint64(original.frames) * converted.frequency / original.frequency;
+        else // lossy or resampled: the whole length, give or take a block
             QVERIFY2(std::abs(qint64(converted.frames) - frames) <= 2048,
                      qPrintable(u"%1 frames, %2 expected"_s.arg(converted.frames).arg(frames)));
-        }
     }
 
-    // Each real script and animation list reads without an error, with each
-    // section where the file has it. (`check` of the same files runs on their
-    // folders and games.)
     void realText_data()
     {
         QTest::addColumn<QString>("file");
@@ -487,7 +597,7 @@ private Q_SLOTS:
               "game/data/fight.def", "game/data/system.def", "text/latin1_info.def",
               "text/utf16le_bom_info.def", "text/sjis_constants.cns", "game/chars/kfm/kfm.air",
               "game/chars/training/Training.air", "game/data/fightfx.air"})
-            QTest::newRow(file) << QString::fromLatin1(file);
+            addRow(file, file);
     }
 
     void realText()
@@ -497,53 +607,43 @@ private Q_SLOTS:
         QString const path = data + u'/' + file;
         bool const air = file.endsWith(".air"_L1);
         QJsonObject const report = info(path);
-        QCOMPARE(at(report, "path").toString(), path);
-        QCOMPARE(at(report, "errors").toInt(-1), 0);
-        QCOMPARE(at(report, "kind").toString(),
-                 air ? u"AIR animations"_s : QFileInfo(file).suffix().toUpper() + u" script"_s);
-        QList<QByteArray> const text = KenroTest::readFile(path).toLower().split('\n');
-        int headings = 0;
-        for (QByteArray const &line : text)
-            headings += line.trimmed().startsWith("[begin action") ? 1 : 0;
-        QJsonArray const parts = at(report, "parts").toArray();
-        QVERIFY(!parts.isEmpty());
-        QCOMPARE(at(report, air ? "facts/actions" : "facts/sections").toInt(), parts.size());
-        QVERIFY(!air || parts.size() == headings);
-        int entries = 0;
-        int previous = 0;
+        QCOMPARE(fields(report, u"path,errors,kind"_s),
+                 u"%1|0|%2"_s.arg(path,
+                                  air ? u"AIR animations"_s
+                                      : QFileInfo(file).suffix().toUpper() + u" script"_s));
+        QList<QByteArray> const text = readFile(path).toLower().split('\n');
+        QJsonArray const parts = at(report, u"parts"_s).toArray();
+        int entries = 0, previous = 0;
+        QVERIFY(!parts.isEmpty() && (!air || parts.size() == header(path).at(0)));
+        QCOMPARE(at(report, air ? u"facts/actions"_s : u"facts/sections"_s).toInt(), parts.size());
         for (QJsonValue const &part : parts) {
-            entries += at(part, air ? "frames" : "values").toInt();
-            int const line = at(part, "line").toInt();
-            QVERIFY(line > previous);
-            previous = line;
+            entries += at(part, air ? u"frames"_s : u"values"_s).toInt();
+            int const line = at(part, u"line"_s).toInt();
+            QVERIFY(line > std::exchange(previous, line));
             // Where the report says, the file has the heading: UTF-16 aside.
             QByteArray const heading = text.value(line - 1).trimmed();
-            QByteArray const number = at(part, "name").toString().section(u' ', -1).toLatin1();
-            if (air)
-                QVERIFY2(heading.startsWith("[begin action") && heading.contains(number),
-                         heading.data());
-            else if (!file.startsWith("text/utf16"_L1))
-                QVERIFY2(heading.startsWith('['), heading.data());
+            QByteArray const number = at(part, u"name"_s).toString().section(u' ', -1).toLatin1();
+            QVERIFY2(air ? heading.startsWith("[begin action") && heading.contains(number)
+                         : heading.startsWith('[') || file.startsWith("text/utf16"_L1),
+                     heading.data());
         }
-        QCOMPARE(at(report, air ? "facts/frames" : "facts/values").toInt(), entries);
-        QVERIFY(!air || at(report, "facts/frames with collision boxes").toInt() <= entries);
+        QCOMPARE(at(report, air ? u"facts/frames"_s : u"facts/values"_s).toInt(), entries);
+        QVERIFY(!air || at(report, u"facts/frames with collision boxes"_s).toInt() <= entries);
     }
 
     void realFolder()
     {
         KENRO_REQUIRE_TESTDATA(data);
         QString const folder = data + u"/game/chars"_s;
-        Result const check = run({u"check"_s, folder});
-        QCOMPARE(check.code, 0);
         // kfm.air has boxes under a header of the other type: warnings, which fail no check.
-        QVERIFY2(check.out.endsWith(u"%1: 0 errors, 5 warnings\n"_s.arg(folder)),
-                 qPrintable(check.out));
-        // Every content file is read: none is named as not supported.
-        QCOMPARE(check.err, QString());
+        Result const check = run({u"check"_s, folder});
+        QVERIFY2(check.code == 0 && check.err.isEmpty() &&
+                     check.out.endsWith(u"%1: 0 errors, 5 warnings\n"_s.arg(folder)),
+                 qPrintable(check.out + check.err));
         Result const info = run({u"info"_s, folder});
-        QCOMPARE(info.code, 0);
-        QCOMPARE(info.err, QString());
-        QVERIFY(info.out.startsWith(u"%1: folder, 17 files examined\n"_s.arg(folder)));
+        QVERIFY2(info.code == 0 && info.err.isEmpty() &&
+                     info.out.startsWith(u"%1: folder, 17 files examined\n"_s.arg(folder)),
+                 qPrintable(info.out + info.err));
         for (QString const &line :
              {u"kfm/kfm.def: DEF script, sections 4, values 23, file sections 1; 0 errors"_s,
               u"kfm/kfm.sff: SFF sprite archive, version 2.01, sprites 281, palettes 7, groups 60, "
@@ -552,46 +652,24 @@ private Q_SLOTS:
             QVERIFY2(info.out.contains(u"\n  %1/"_s.arg(folder) + line), qPrintable(line));
     }
 
-    // Each fault of a script in its place, in text and in JSON; the damaged
-    // archive beside it is an error of the folder; a fault of an animation list.
     void diagnostics()
     {
         QString const bad = path(u"bad/bad.cns"_s);
-        Result const text = run({u"check"_s, bad});
-        Result const json = run({u"check"_s, bad, u"--json"_s});
+        Result const text = run({u"check"_s, bad}), json = run({u"check"_s, bad, u"--json"_s});
         QVERIFY(text.code == 1 && json.code == 1 && text.err.isEmpty());
         static QRegularExpression const message(u"(: error: )[^\\n]+"_s);
         QString shown = QString(text.out).replace(message, u"\\1"_s);
-        for (QJsonValue const &each : at(json.json(), "diagnostics").toArray())
-            shown += u"%1:%2:%3: %4: %5\n"_s.arg(at(each, "file").toString())
-                         .arg(at(each, "line").toInt())
-                         .arg(at(each, "column").toInt())
-                         .arg(at(each, "severity").toString(), at(each, "message").toString());
+        for (QJsonValue const &each : at(json.json(), u"diagnostics"_s).toArray())
+            shown += fields(each, u"file,line,column,severity,message"_s)
+                         .replace(u'|', u':')
+                         .replace(u":error:"_s, u": error: "_s) +
+                u'\n';
         // The heading without "]", the string opened at column 8, the stray word.
         QString const expected = u"%1:1:1: error: \n%1:2:8: error: \n%1:3:1: error: \n"_s.arg(bad);
         QCOMPARE(QString(shown).replace(message, u"\\1"_s),
                  expected + u"%1: 3 errors, 0 warnings\n"_s.arg(bad) + expected);
         QCOMPARE(shown.count(u"error: \n"_s), 3); // each with a message in JSON
-        QCOMPARE(at(json.json(), "errors").toInt(), 3);
-
-        Result const check = run(u"check @bad"_s);
-        QCOMPARE(check.code, 1);
-        QCOMPARE(check.out.count(": error: "_L1), 4);
-        QVERIFY(
-            check.out.contains(path(u"bad/s.sff:1:1: error: not a valid SFF sprite archive"_s)));
-        QJsonObject const report = info(u"@bad"_s);
-        QCOMPARE(at(report, "kind").toString(), u"folder"_s);
-        QCOMPARE(at(report, "files").toArray().size(), 3);
-        QCOMPARE(at(report, "skipped").toArray().size(), 0);
-        QCOMPARE(at(report, "errors").toInt(), 4);
-        QCOMPARE(at(report, "files/1/facts/files"), QJsonValue(QJsonArray{u"spr = s.sff"_s}));
-
-        QString const air = m_work.filePath(u"bad.air"_s);
-        QVERIFY(KenroTest::writeFile(air, "[Begin Action 0]\r\n0,0, 0,0, 5\r\nfoo\r\n"));
-        Result const animations = run({u"check"_s, air});
-        QCOMPARE(animations.code, 1);
-        QVERIFY2(animations.out.startsWith(air + u":3:1: error: "_s), qPrintable(animations.out));
-        QVERIFY(animations.out.endsWith(u"%1: 1 error, 0 warnings\n"_s.arg(air)));
+        QCOMPARE(at(json.json(), u"errors"_s).toInt(), 3);
     }
 
     void progressOnTerminal_data()
@@ -600,13 +678,13 @@ private Q_SLOTS:
         QTest::addColumn<QString>("target");
         QTest::addColumn<QString>("result"); // what the result begins with
         QTest::addColumn<QString>("title");
-        QString const files = u": folder, 3 files examined"_s;
-        QString const game = u": IKEMEN GO game, 2 characters, 2 stages"_s;
-        QTest::newRow("folder") << true << u"@bad"_s << files << u"Examining"_s;
-        QTest::newRow("folder, switched off") << false << u"@bad"_s << files << u"Examining"_s;
-        QTest::newRow("character") << true << u"@hero"_s << u": 1 character"_s << u"Opening"_s;
-        QTest::newRow("game") << true << u"$game"_s << game << u"Opening the game"_s;
-        QTest::newRow("game, switched off") << false << u"$game"_s << game << u"Opening the game"_s;
+        char const *files = ": folder, 3 files examined";
+        char const *game = ": IKEMEN GO game, 2 characters, 2 stages";
+        addRow("folder", true, "@bad", files, "Examining");
+        addRow("folder, switched off", false, "@bad", files, "Examining");
+        addRow("character", true, "@hero", ": 1 character", "Opening");
+        addRow("game", true, "$game", game, "Opening the game");
+        addRow("game, switched off", false, "$game", game, "Opening the game");
     }
 
     void progressOnTerminal()
@@ -618,77 +696,54 @@ private Q_SLOTS:
         if (target.startsWith(u'$')) {
             KENRO_REQUIRE_TESTDATA(data);
         }
-        QString const folder = words(target).constFirst();
-        // script(1) runs the tool on a terminal of its own and copies what it shows.
-        QString const script = u"/usr/bin/script"_s;
-        QVERIFY2(QFile::exists(script), "script(1) of util-linux runs the tool on a terminal");
-        QString const settings = m_work.filePath(u"progress.ini"_s);
-        QVERIFY(KenroTest::writeFile(settings, drawn ? "" : "[General]\nprogress=false\n"));
+        QString const folder = where(target), settings = m_work.filePath(u"progress.ini"_s);
+        QVERIFY(writeFile(settings, drawn ? "" : "[General]\nprogress=false\n"));
+        // script(1) gives the tool a terminal of its own.
+        QString const command = QStringLiteral(KENRO_EXECUTABLE " --settings %1 info %2");
         QProcess process;
-        process.start(
-            script,
-            {u"-qefc"_s,
-             QStringLiteral(KENRO_EXECUTABLE " --settings %1 info %2").arg(settings, folder),
-             u"/dev/null"_s});
+        process.start(u"/usr/bin/script"_s,
+                      {u"-qefc"_s, command.arg(settings, folder), u"/dev/null"_s});
         QVERIFY(process.waitForFinished(60000));
         QString const shown = QString::fromUtf8(process.readAllStandardOutput());
         QVERIFY2(shown.contains(folder + result), qPrintable(shown));
         QCOMPARE(shown.contains(u"\r%1 ["_s.arg(title)), drawn);
-        // The bar's line is cleared before the result.
         QCOMPARE(shown.contains(u"100%\r\033[2K"_s + folder + result), drawn);
     }
 
     void fileFacts()
     {
-        QCOMPARE(at(info(u"@grey.act"_s), "facts/distinct colours").toInt(), 256);
-        QJsonObject const wav = info(u"@tone.wav"_s);
-        QCOMPARE(at(wav, "kind").toString(), u"WAV sound"_s);
-        QCOMPARE(at(wav, "facts").toObject(),
-                 (QJsonObject{{u"channels"_s, 2},
-                              {u"bits"_s, 16},
-                              {u"rate"_s, 22050},
-                              {u"frames"_s, 22050},
-                              {u"seconds"_s, 1.0}}));
-        // A bank built of "<group>_<number>.wav" files: in group and number
-        // order, whatever the folder's order; other files are left out.
-        QJsonObject const bank = info(u"@bank.snd"_s);
-        QCOMPARE(at(bank, "kind").toString(), u"SND sound bank"_s);
-        QCOMPARE(at(bank, "facts/sounds").toInt(), 2);
-        QCOMPARE(at(bank, "facts/groups").toInt(), 2);
-        QCOMPARE(at(bank, "facts/seconds").toDouble(), 2.0);
-        QCOMPARE(at(bank, "parts").toArray().size(), 2);
-        QCOMPARE(at(bank, "parts/0/name").toString(), u"0,5"_s);
-        QCOMPARE(at(bank, "parts/1/name").toString(), u"1,0"_s);
-        QCOMPARE(at(bank, "parts/1/bytes").toInt(), int(QFileInfo(path(u"wavs/1_0.wav"_s)).size()));
+        QCOMPARE(
+            fields(info(u"@tone.wav"_s), u"kind,facts"_s),
+            uR"(WAV sound|{"bits":16,"channels":2,"frames":22050,"rate":22050,"seconds":1})"_s);
+        QCOMPARE(
+            fields(info(u"@bank.snd"_s),
+                   u"kind,facts/sounds,facts/groups,facts/seconds,parts/0/name,parts/1/name,"
+                   "parts/1/bytes,parts/2"_s),
+            u"SND sound bank|2|2|2|0,5|1,0|%1|"_s.arg(QFileInfo(path(u"wavs/1_0.wav"_s)).size()));
         QCOMPARE(problem(u"sounds export @bank.snd %named"_s), QString());
         QCOMPARE(differences(m_work.filePath(u"named"_s), path(u"wavs"_s)),
                  (QStringList{u"sounds.json"_s, u"readme.txt"_s}));
     }
 
-    // Exported, built again and exported again, an archive or a bank gives
-    // the same files; in its own version the same manifest, in another the
-    // same sprites; a version that cannot hold a sprite refuses and leaves
-    // no file.
     void roundTrips_data()
     {
         QTest::addColumn<QString>("source");
         QTest::addColumn<QStringList>("builds"); // options, " => " and the formats they make
         QStringList const versions{u"--version 1"_s, u"--version 2"_s};
-        QTest::newRow("made") << u"@tiny.sff"_s << QStringList{u" => PNG32 1, RLE8 1"_s};
+        addRow("made", "@tiny.sff", QStringList{u" => PNG32 1, RLE8 1"_s});
         // LZ5 holds only the first 32 colours in its runs: the portrait of more stays RLE8.
-        QTest::newRow("kfm") << u"$game/chars/kfm/kfm.sff"_s
-                             << versions +
-                QStringList{u"--compress lz5 => LZ5 239, RLE8 1"_s,
-                            u"--compress png => PNG8 240"_s};
-        for (char const *name :
+        addRow("kfm", "$game/chars/kfm/kfm.sff",
+               versions +
+                   QStringList{u"--compress lz5 => LZ5 239, RLE8 1"_s,
+                               u"--compress png => PNG8 240"_s});
+        addRow("true-colour", "$game/screenpack/num72.sff",
+               QStringList{u"--version 1 => refused"_s, u"--version 2"_s});
+        for (QString const name :
              {"chars/kfm/intro.sff", "chars/kfm/ending.sff", "chars/training/Training.sff",
-              "stages/kfm.sff", "stages/stage0.sff", "data/fight.sff"})
-            QTest::newRow(name) << u"$game/"_s + QLatin1String(name) << versions;
-        QTest::newRow("true-colour") << u"$game/screenpack/num72.sff"_s
-                                     << QStringList{u"--version 1 => refused"_s, u"--version 2"_s};
-        QTest::newRow("kfm-sounds") << u"$game/chars/kfm/kfm.snd"_s << QStringList{QString()};
-        QTest::newRow("training-sounds")
-            << u"$game/chars/training/Training.snd"_s << QStringList{QString()};
+              "stages/kfm.sff", "stages/stage0.sff", "data/fight.sff", "chars/kfm/kfm.snd",
+              "chars/training/Training.snd"})
+            QTest::newRow(qPrintable(name)) << u"$game/"_s +
+                    name << (name.endsWith(".snd"_L1) ? QStringList{QString()} : versions);
     }
 
     void roundTrips()
@@ -698,78 +753,292 @@ private Q_SLOTS:
         if (source.startsWith(u'$')) {
             KENRO_REQUIRE_TESTDATA(data);
         }
-        QString const kind = source.endsWith(".snd"_L1) ? u"sounds"_s : u"sprites"_s;
-        QString const stem =
-            u'%' + QString::fromLatin1(QTest::currentDataTag()).replace(u'/', u'_');
-        QString const first = words(stem).at(0);
-        QCOMPARE(problem(u"%1 export %2 %3"_s.arg(kind, source, stem)), QString());
-        QJsonObject const manifest = readJson(first + u"/sprites.json"_s);
+        bool const sounds = source.endsWith(".snd"_L1);
+        QString const kind = sounds ? u"sounds"_s : u"sprites"_s;
+        QString const first =
+            m_work.filePath(QString::fromLatin1(QTest::currentDataTag()).replace(u'/', u'_'));
+        QCOMPARE(problem(u"%1 export %2 %3"_s.arg(kind, source, first)), QString());
+        QJsonObject const manifest =
+            QJsonDocument::fromJson(readFile(first + u"/sprites.json"_s)).object();
         for (QJsonValue const &sprite : manifest.value(u"sprites"_s).toArray())
-            QVERIFY(!QImage(first + u'/' + at(sprite, "file").toString()).isNull());
-        QVERIFY(wrongLengths(words(source).at(0)) <= 0);
-        QCOMPARE(
-            entries(first).size(),
-            1 + at(info(source), kind == "sounds"_L1 ? "facts/sounds" : "facts/sprites").toInt());
+            QVERIFY(!QImage(first + u'/' + at(sprite, u"file"_s).toString()).isNull());
+        QVERIFY(wrongLengths(where(source)) <= 0);
+        QCOMPARE(entries(first).size(),
+                 1 + at(info(source), sounds ? u"facts/sounds"_s : u"facts/sprites"_s).toInt());
         for (int i = 0; i < builds.size(); ++i) {
+            QString const options = builds.at(i).section(u" => "_s, 0, 0);
             QString const formats = builds.at(i).section(u" => "_s, 1);
-            QString const again = u"%1.%2"_s.arg(stem).arg(i);
-            QString const archive = words(again).at(0) + source.right(4);
-            Result const build =
-                run(words(u"%1 build %2"_s.arg(kind, stem)) + QStringList{archive} +
-                    words(builds.at(i).section(u" => "_s, 0, 0)));
-            if (formats == "refused"_L1) {
-                // Version 1.01 holds no true colour.
-                QCOMPARE(build.code, 3);
-                QByteArray reason;
-                QVERIFY2(KenroTest::isOneLineFailure(build, &reason), reason.data());
-                QVERIFY2(build.err.contains("is a true-colour image"_L1), qPrintable(build.err));
-                QVERIFY(!QFile::exists(archive));
+            QString const again = u"%1.%2"_s.arg(first).arg(i), archive = again + source.right(4);
+            Result const build = run(u"%1 build %2 %3 %4"_s.arg(kind, first, archive, options));
+            if (formats == "refused"_L1) { // version 1.01 holds no true colour
+                QVERIFY2(build.code == 3 && failed(build, archive, u"is a true-colour image"_s) &&
+                             !QFile::exists(archive),
+                         qPrintable(build.err));
                 continue;
             }
             // Version 1.01 keeps no palette that no sprite uses, and says so.
             QVERIFY2(build.code == 0, qPrintable(build.err));
             if (!formats.isEmpty())
-                QCOMPARE(at(info(archive), "facts/formats").toString(), formats);
-            QVERIFY(kind == "sounds"_L1 || wrongLengths(archive) <= 0);
-            QCOMPARE(run({kind, u"export"_s, archive, words(again).at(0)}).code, 0);
-            QCOMPARE(differences(first, words(again).at(0)), QStringList());
-            if (kind == "sounds"_L1) {
-                QVERIFY(KenroTest::readFile(archive) == KenroTest::readFile(words(source).at(0)));
+                QCOMPARE(at(info(archive), u"facts/formats"_s).toString(), formats);
+            QVERIFY(sounds || wrongLengths(archive) <= 0);
+            QCOMPARE(run({kind, u"export"_s, archive, again}).code, 0);
+            QCOMPARE(differences(first, again), QStringList());
+            QVERIFY(!sounds || readFile(archive) == readFile(where(source)));
+            if (sounds)
                 continue;
-            }
-            QJsonObject const made = readJson(words(again).at(0) + u"/sprites.json"_s);
+            QJsonObject const made =
+                QJsonDocument::fromJson(readFile(again + u"/sprites.json"_s)).object();
             bool const throughVersion1 =
-                builds.at(i) == "--version 1"_L1 || manifest.value(u"version"_s) == u"1.01"_s;
+                options == "--version 1"_L1 || manifest.value(u"version"_s) == u"1.01"_s;
             if (made.value(u"version"_s) == manifest.value(u"version"_s))
                 QCOMPARE(made, manifest);
             QCOMPARE(comparable(made, throughVersion1), comparable(manifest, throughVersion1));
         }
     }
 
-    // Sprites as the tool writes them: indexed ones with their palette,
-    // colour 0 transparent, true colour with its alpha; a linked sprite
-    // whose picture changed gets an image of its own.
     void spriteFolder()
     {
         QCOMPARE(problem(u"sprites export @tiny.sff %tiny"_s), QString());
         QString const folder = m_work.filePath(u"tiny"_s);
-        QCOMPARE(entries(folder),
-                 (QStringList{u"0-0.png"_s, u"0-1.png"_s, u"5-0.png"_s, u"sprites.json"_s}));
+        QCOMPARE(entries(folder).join(u' '), u"0-0.png 0-1.png 5-0.png sprites.json"_s);
         QImage indexed(folder + u"/0-0.png"_s);
         QCOMPARE(indexed.format(), QImage::Format_Indexed8);
         QCOMPARE(indexed.colorTable().mid(0, 4),
                  (QList<QRgb>{qRgba(0, 0, 0, 0), qRgb(255, 0, 0), qRgb(0, 0, 255), qRgb(0, 0, 0)}));
-        QCOMPARE(indexed.pixelIndex(1, 0), 1);
-        QCOMPARE(indexed.pixelIndex(2, 2), 1);
+        QVERIFY(indexed.pixelIndex(1, 0) == 1 && indexed.pixelIndex(2, 2) == 1);
         QCOMPARE(QImage(folder + u"/5-0.png"_s).pixel(1, 1), qRgba(10, 200, 30, 128));
         indexed.setPixel(0, 0, 2);
         QVERIFY(indexed.save(folder + u"/0-1.png"_s));
         QCOMPARE(problem(u"sprites build %tiny %changed.sff"_s), QString());
-        QJsonObject const report = info(u"%changed.sff"_s);
-        QCOMPARE(at(report, "facts/linked sprites").toInt(-1), 0);
-        QCOMPARE(at(report, "facts/formats").toString(), u"PNG32 1, RLE8 2"_s);
+        QCOMPARE(fields(info(u"%changed.sff"_s), u"facts/linked sprites,facts/formats"_s),
+                 u"0|PNG32 1, RLE8 2"_s);
+    }
+
+    void gameFolder()
+    {
+        KENRO_REQUIRE_TESTDATA(data);
+        QString const game = m_game + u'/';
+        QCOMPARE(fields(m_report, "kind,engine"), u"game|IKEMEN GO"_s);
+        QStringList paths;
+        QSet<QString> inProjects, others;
+        for (QJsonValue const &project : at(m_report, "projects").toArray()) {
+            paths += fields(project, "type,path").remove(game);
+            for (QJsonValue const &file : at(project, "files").toArray()) {
+                inProjects.insert(at(file, "path").toString());
+                if (at(file, "shared").toBool())
+                    paths += u"shared "_s + at(file, "path").toString().remove(game);
+            }
+        }
+        QCOMPARE(paths.join(u"; "_s),
+                 u"character|chars/kfm/kfm.def; shared data/common1.cns; "
+                 "character|chars/training/Training.def; shared data/common1.cns; "
+                 "stage|stages/kfm.def; stage|stages/stage0.def"_s);
+        checkCounts(m_report);
+        for (QJsonValue const &file : at(m_report, "files").toArray())
+            others.insert(at(file, "path").toString());
+        QVERIFY(others.contains(game + u"data/fight.sff"_s) && !inProjects.intersects(others));
+        qsizetype all = at(m_report, "skipped").toArray().size() +
+            at(m_report, "otherFiles").toInt() + inProjects.size() + others.size();
+        for (QDirIterator walk(m_game, QDir::Files, QDirIterator::Subdirectories); walk.hasNext();
+             walk.next())
+            --all;
+        QCOMPARE(all, 0);
+        // The files are listed only with --all.
+        Result const text = run({u"info"_s, m_game});
+        QVERIFY2(text.out.startsWith(m_game + u": IKEMEN GO game, 2 characters, 2 stages\n"_s) &&
+                     text.out.count(u'\n') < 16 && !text.out.contains(u"chars/kfm/kfm.sff:"_s),
+                 qPrintable(text.out));
+        for (QJsonValue const &project : at(m_report, "projects").toArray())
+            QVERIFY2(text.out.contains(projectLine(project, m_game)),
+                     qPrintable(projectLine(project, m_game) + text.out));
+        Result const detail = run({u"info"_s, u"--all"_s, m_game});
+        for (QString const &path : inProjects + others)
+            QVERIFY2(detail.out.contains(u"  "_s + path.mid(game.size()) + u':'), qPrintable(path));
+        checkAgrees(m_game, run({u"check"_s, m_game}), m_report);
+    }
+
+    void projectsAlone_data()
+    {
+        QTest::addColumn<QString>("path"); // below the game
+        QTest::addColumn<int>("index"); // of the project in the game's report
+        QTest::addColumn<int>("otherFiles"); // beside it, of no content kind
+        QTest::addColumn<bool>("relative"); // given from within the game
+        addRow("kfm folder", "chars/kfm", 0, 1, false);
+        addRow("kfm.def", "chars/kfm/kfm.def", 0, 0, false);
+        addRow("training folder", "chars/training", 1, 0, false);
+        addRow("stage kfm.def", "stages/kfm.def", 2, 0, false);
+        addRow("stage0.def", "stages/stage0.def", 3, 0, false);
+        addRow("relative folder", "chars/kfm", 0, 1, true);
+        addRow("relative definition", "stages/kfm.def", 2, 0, true);
+    }
+
+    void projectsAlone()
+    {
+        KENRO_REQUIRE_TESTDATA(data);
+        QFETCH(QString, path);
+        QFETCH(int, index);
+        QFETCH(int, otherFiles);
+        QFETCH(bool, relative);
+        QString const target = relative ? path : m_game + u'/' + path;
+        QString const folder = relative ? m_game : QString();
+        // Files are shown relative to the folder the tool runs in.
+        QByteArray text = QJsonDocument(at(m_report, "projects")[index].toObject()).toJson();
+        if (relative)
+            text.replace(m_game.toUtf8() + '/', "");
+        QJsonObject const expected = QJsonDocument::fromJson(text).object();
+        Result const info = run({u"info"_s, u"--json"_s, target}, folder);
+        QCOMPARE(fields(info.json(), "kind,otherFiles,files"), u"projects|%1|[]"_s.arg(otherFiles));
+        QCOMPARE(at(info.json(), "projects").toArray(), QJsonArray{expected});
+        if (!relative)
+            checkCounts(info.json());
+        Result const shown = run({u"info"_s, target}, folder);
+        QString const base = path.endsWith(".def"_L1) ? QFileInfo(target).path() : target;
+        QVERIFY2(info.code == 0 && shown.code == 0 &&
+                     shown.out.contains(projectLine(expected, base)),
+                 qPrintable(shown.out));
+        for (QJsonValue const &file : at(expected, "files").toArray()) {
+            QString const name = at(file, "path").toString();
+            QString const line = name.startsWith(base + u'/') ? name.mid(base.size() + 1) : name;
+            QVERIFY2(shown.out.contains(u"    "_s + line + u':'), qPrintable(line + shown.out));
+        }
+        checkAgrees(target, run({u"check"_s, target}, folder), info.json(), folder);
+    }
+
+    // The common states are the game's, so no game around the sample character is a note.
+    void sampleCharacter_data()
+    {
+        QTest::addColumn<QString>("file"); // where the diagnostic stands
+        QTest::addColumn<QString>("marker"); // what its line holds
+        QTest::addColumn<QString>("text"); // how the line goes on after the line number
+        QTest::addColumn<int>("errors"); // of the folder; its definition alone has one at most
+        QTest::addColumn<int>("files");
+        addRow("whole", "sample.def", "stcommon", "1: note: The file 'common1.cns' named", 0, 7);
+        addRow("script", "sample.cns", "run.fwd = \"", "11: error: The string is not closed", 1, 7);
+        addRow("missing", "sample.def", "sound =", "1: error: The file 'sample.snd' named", 1, 6);
+        addRow("damaged", "sample.def", "sprite =", "1: error: The file 'sample.sff' named", 2, 6);
+    }
+
+    void sampleCharacter()
+    {
+        QFETCH(QString, file);
+        QFETCH(QString, marker);
+        QFETCH(QString, text);
+        QFETCH(int, errors);
+        QFETCH(int, files);
+        QString const fault = QString::fromLatin1(QTest::currentDataTag());
+        QString const folder = m_work.filePath(fault), sff = folder + u"/sample.sff"_s;
+        QString const cns = folder + u"/sample.cns"_s;
+        QVERIFY(KenroTest::copyTree(QStringLiteral(KENRO_SAMPLE_DIR), folder));
+        if (fault == "script"_L1)
+            QVERIFY(KenroTest::writeFile(cns, readFile(cns).replace("run.fwd = ", "run.fwd = \"")));
+        if (fault == "missing"_L1)
+            QVERIFY(QFile::remove(folder + u"/sample.snd"_s));
+        if (fault == "damaged"_L1)
+            QVERIFY(KenroTest::writeFile(sff, readFile(sff).left(100)));
+        QByteArray const bytes = readFile(folder + u'/' + file);
+        qsizetype const marked = bytes.indexOf(marker.toUtf8());
+        QString const line =
+            u"\n%1/%2:%3:%4"_s.arg(folder, file).arg(bytes.left(marked).count('\n') + 1).arg(text);
+        for (QString const &path : {folder, folder + u"/sample.def"_s}) {
+            // A definition given alone is examined without the damaged archive beside it.
+            int const found = path == folder ? errors : qMin(errors, 1);
+            Result const check = run({u"check"_s, path});
+            QVERIFY2(marked >= 0 && (u'\n' + check.out).contains(line) &&
+                         check.out.count(": error: "_L1) == found &&
+                         check.out.endsWith(u"%1: %2, 0 warnings, 1 note\n"_s.arg(
+                             path, plural(found, u"error"_s))),
+                     qPrintable(line + check.out));
+            QVERIFY(fault != "damaged"_L1 || path != folder ||
+                    check.out.contains(sff + u":1:1: error: not a valid SFF sprite archive"_s));
+            QJsonObject const report = run({u"info"_s, u"--json"_s, path}).json();
+            QCOMPARE(fields(report, "errors,projects/0/name"), u"%1|Kenro Sample"_s.arg(found));
+            QCOMPARE(at(report, "projects/0/files").toArray().size(), files);
+            checkCounts(report);
+            checkAgrees(path, check, report);
+        }
+    }
+
+    void gameWithSharedStates()
+    {
+        QString const game = m_work.filePath(u"game"_s);
+        QVERIFY(
+            KenroTest::writeFile(game + u"/data/system.def"_s, "[Files]\n") &&
+            KenroTest::writeFile(game + u"/data/common1.cns"_s, "[Statedef 5150]\ntype = \"L\n") &&
+            KenroTest::writeFile(game + u"/chars/empty/readme.txt"_s, "none"));
+        QVERIFY(KenroTest::copyTree(QStringLiteral(KENRO_SAMPLE_DIR), game + u"/chars/one"_s) &&
+                KenroTest::copyTree(QStringLiteral(KENRO_SAMPLE_DIR), game + u"/chars/two"_s));
+        Result const check = run({u"check"_s, game});
+        QVERIFY2(check.out.count(u"/data/common1.cns:2:8: error: "_s) == 1 &&
+                     !check.out.contains(u": note: "_s) &&
+                     check.out.contains(
+                         game + u"/chars/empty:1:1: warning: no definition of a project here"_s) &&
+                     check.out.endsWith(u"%1: 1 error, 1 warning\n"_s.arg(game)),
+                 qPrintable(check.out));
+        // Each character counts the fault of the states it holds; the game counts it once.
+        QJsonObject const report = run({u"info"_s, u"--json"_s, game}).json();
+        QCOMPARE(fields(report, "kind,errors,projects/0/errors,projects/1/errors,projects/2"),
+                 u"game|1|1|1|"_s);
+        QVERIFY(at(report, "projects/0/files").toArray().size() == 8 &&
+                at(report, "projects/1/files").toArray().size() == 8);
+        checkCounts(report);
+        checkAgrees(game, check, report);
+    }
+
+    // A box is answered "no" or its only button, a file dialog cancelled.
+    void boxesAreAnsweredSafely()
+    {
+        DialogGuard guard;
+        qApp->installEventFilter(&guard);
+        auto const no = QMessageBox::question(nullptr, u"Reload?"_s, u"The file changed."_s,
+                                              QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes);
+        auto const ok = QMessageBox::critical(nullptr, u"Error!"_s, u"Broken."_s, QMessageBox::Ok);
+        QString const file = QFileDialog::getOpenFileName(
+            nullptr, u"Open"_s, QString(), QString(), nullptr, QFileDialog::DontUseNativeDialog);
+        qApp->removeEventFilter(&guard);
+        QVERIFY(no == QMessageBox::No && ok == QMessageBox::Ok && file.isEmpty());
+        QCOMPARE(guard.answered(), 3);
+    }
+
+    // What the library sets stays in the run: the user's file is untouched.
+    // A run never watches files, whatever the file says, and its jobs are
+    // silent where stderr is no terminal, as under the test runner.
+    void optionsFromSettingsFile()
+    {
+        QTemporaryDir dir;
+        QString const file = dir.filePath(u"kenro.ini"_s);
+        QByteArray const content =
+            "[General]\nprogress=false\nenable_file_watcher=true\ncache_type=2\n";
+        QVERIFY(KenroTest::writeFile(file, content));
+        {
+            CliInterface host(file);
+            QVERIFY(Interface::instance() == &host && host.settingsDirectory() == dir.path());
+            QVERIFY(!host.progressEnabled() &&
+                    !host.option(u"enable_file_watcher"_s, true).toBool());
+            int const cache = host.option(u"cache_type"_s, 0).toInt();
+            host.setOption(u"cache_type"_s, 3);
+            QCOMPARE(QList<int>({cache, host.option(u"missing"_s, 7).toInt(),
+                                 host.option(u"cache_type"_s, 0).toInt()}),
+                     QList<int>({2, 7, 3}));
+            std::unique_ptr<ProgressJob> job(host.progressProvider()->newJob(u"Saving"_s, 0));
+            QVERIFY(!static_cast<ProgressBar *>(job.get())->isVisible());
+        }
+        QVERIFY(Interface::instance() == nullptr && KenroTest::readFile(file) == content);
+    }
+
+    // The file named on the command line, else the environment's, else the user's.
+    void settingsFileChoice()
+    {
+        QByteArray const saved = qgetenv("KENRO_SETTINGS");
+        qputenv("KENRO_SETTINGS", "/from/environment.ini");
+        QString const chosen = CliInterface::settingsFile(u"given.ini"_s) + u' ' +
+            CliInterface::settingsFile(QString());
+        qunsetenv("KENRO_SETTINGS");
+        QCOMPARE(chosen, u"given.ini /from/environment.ini"_s);
+        QVERIFY(CliInterface::settingsFile(QString()).endsWith("/kenro/kenro.ini"_L1));
+        if (!saved.isNull())
+            qputenv("KENRO_SETTINGS", saved);
     }
 };
 
-QTEST_GUILESS_MAIN(KenroCliTest)
+QTEST_MAIN(KenroCliTest)
 #include "tst_kenrocli.moc"
