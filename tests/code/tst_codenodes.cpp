@@ -1,25 +1,79 @@
+// Code nodes without a document: the chain, the sections that gather values
+// and frames, the tree model over them, and the values themselves.
+#include "testdata.h"
 #include "testnodes.h"
 
 #include <QAbstractItemModelTester>
-#include <QTest>
+#include <QDate>
+#include <QRandomGenerator>
+#include <QSignalSpy>
 #include <QTextDocument>
+#include <QTreeView>
 
 using namespace Kenro;
 using namespace KenroTest;
 
 namespace {
 
-QTextBlock line(QTextDocument &document, int number)
-{
-    return document.findBlockByNumber(number);
-}
+using Nodes = QList<CodeNode *>;
+using Tester = QAbstractItemModelTester;
 
-QList<CodeNode *> chain(CodeNode *root)
+TestValue *val(char const *name, CodeNode *after, QTextBlock const &block = {}, int value = 0)
 {
-    QList<CodeNode *> nodes;
-    for (CodeNode *node = root; node; node = node->next())
-        nodes.append(node);
+    return new TestValue(QString::fromLatin1(name), ValueCode::Int, block, after, value);
+}
+TestGroup *grp(char const *name, CodeNode *after, QTextBlock const &block = {})
+{
+    return new TestGroup(QString::fromLatin1(name), block, after);
+}
+template<typename List>
+QString names(List const &nodes)
+{
+    QStringList out;
+    for (CodeNode const *node : nodes)
+        out << dynamic_cast<NamedCode const *>(node)->name();
+    return out.join(QLatin1Char(' '));
+}
+Nodes chainOf(CodeNode *root)
+{
+    Nodes nodes;
+    for (CodeNode *node = root->next(); node; node = node->next())
+        nodes << node;
     return nodes;
+}
+QString chain(CodeNode *root)
+{
+    return names(chainOf(root));
+}
+QList<int> lines(Nodes const &nodes)
+{
+    QList<int> out;
+    for (CodeNode const *node : nodes)
+        out << node->lineNo();
+    return out;
+}
+QVariantList ints(std::initializer_list<int> values)
+{
+    return QVariantList(values.begin(), values.end());
+}
+// The links of the chain agree both ways, and parents and children agree.
+void checkConsistency(RootCode &root, Nodes const &alive)
+{
+    CodeNode *previous = &root;
+    for (CodeNode *node = root.next(); node; previous = node, node = node->next()) {
+        QCOMPARE(node->previous(), previous);
+        QVERIFY(node->isValid());
+    }
+    QCOMPARE(chainOf(&root).size(), alive.size());
+    for (CodeNode *node : alive) {
+        if (ParentCode *parent = node->parent()) {
+            QCOMPARE(parent->childAt(static_cast<unsigned int>(parent->childIndex(node))), node);
+            QVERIFY(node->type() != CodeNode::Value || parent->type() == CodeNode::Group);
+        }
+        auto *parentCode = dynamic_cast<ParentCode *>(node);
+        for (unsigned int i = 0; parentCode && i < parentCode->childCount(); ++i)
+            QCOMPARE(parentCode->childAt(i)->parent(), parentCode);
+    }
 }
 
 } // namespace
@@ -32,229 +86,128 @@ private Q_SLOTS:
     void chainAndLineNumbers()
     {
         QTextDocument document(QStringLiteral("[Data]\nlife = 1000\n\npower = 3000\n"));
+        auto line = [&document](int n) { return document.findBlockByNumber(n); };
         TestRoot root;
-        auto *group = new TestGroup(QStringLiteral("Data"), line(document, 0), &root);
-        auto *life =
-            new TestValue(QStringLiteral("life"), ValueCode::Int, line(document, 1), group, 1000);
-        // A node without a block belongs to the next node that has one.
-        auto *loose = new TestValue(QStringLiteral("loose"), ValueCode::Int, QTextBlock(), life);
-        auto *power =
-            new TestValue(QStringLiteral("power"), ValueCode::Int, line(document, 3), loose, 3000);
-        QCOMPARE(chain(&root), (QList<CodeNode *>{&root, group, life, loose, power}));
+        auto *group = grp("Data", &root, line(0));
+        auto *life = val("life", group, line(1));
+        auto *loose = val("loose", life); // belongs to the next node that has a line
+        auto *power = val("power", loose, line(3));
+        QCOMPARE(chain(&root), "Data life loose power");
         QCOMPARE(power->previous(), loose);
-        QCOMPARE(group->lineNo(), 0);
-        QCOMPARE(loose->lineNo(), 3);
-        QCOMPARE(power->lineNo(), 3);
-        QCOMPARE(root.lineNo(), 0);
+        QCOMPARE(lines({&root, group, loose, power}), QList<int>({0, 0, 3, 3}));
         QCOMPARE(loose->document(), nullptr);
         QCOMPARE(life->document(), &document);
-
         // Line numbers follow edits above the node: they are never stored.
-        QTextCursor cursor(&document);
-        cursor.setPosition(line(document, 0).length() - 1);
+        QTextCursor cursor(line(0));
+        cursor.movePosition(QTextCursor::EndOfBlock);
         cursor.insertText(QStringLiteral("\n; comment\n"));
-        QCOMPARE(group->lineNo(), 0);
-        QCOMPARE(life->lineNo(), 3);
-        QCOMPARE(power->lineNo(), 5);
-
-        // At the end of the chain without a block: -1.
-        auto *tail = new TestValue(QStringLiteral("tail"), ValueCode::Int, QTextBlock(), power);
-        QCOMPARE(tail->lineNo(), -1);
-
+        QCOMPARE(lines({group, life, power, val("tail", power)}), QList<int>({0, 3, 5, -1}));
         // A node made in the middle links itself directly behind its predecessor.
-        auto *middle = new TestValue(QStringLiteral("middle"), ValueCode::Int, QTextBlock(), group);
-        QCOMPARE(chain(&root), (QList<CodeNode *>{&root, group, middle, life, loose, power, tail}));
-        QCOMPARE(group->values(), (QList<ValueCode *>{middle, life, loose, power, tail}));
+        auto *middle = val("middle", group);
+        QCOMPARE(chain(&root), "Data middle life loose power tail");
+        QCOMPARE(names(group->values()), "middle life loose power tail");
         middle->release();
-        QCOMPARE(chain(&root), (QList<CodeNode *>{&root, group, life, loose, power, tail}));
+        QCOMPARE(chain(&root), "Data life loose power tail");
         QCOMPARE(life->previous(), group);
     }
-
-    void searchesAlongParentsAndChain()
+    void sectionsGatherAndHandOnValues()
     {
         TestRoot root;
-        auto *outer = new TestGroup(QStringLiteral("A"), QTextBlock(), &root);
-        auto *value = new TestValue(QStringLiteral("v"), ValueCode::Int, QTextBlock(), outer);
-        auto *animation = new TestAnimation(QStringLiteral("1"), QTextBlock(), value);
-        auto *frame = new TestFrame(QString(), QTextBlock(), animation);
-        auto *second = new TestGroup(QStringLiteral("B"), QTextBlock(), frame);
-
-        QCOMPARE(frame->previous(CodeNode::Group, 0), outer);
-        QCOMPARE(frame->previous(CodeNode::Group, CodeNode::Animation), nullptr);
-        // The type test comes before the stop test.
-        QCOMPARE(frame->previous(CodeNode::Animation, CodeNode::AnimationMask), animation);
-        QCOMPARE(outer->next(CodeNode::Group, CodeNode::SectionMask), nullptr);
-        QCOMPARE(outer->next(CodeNode::Group, 0), second);
-        QCOMPARE(frame->next(CodeNode::Group, CodeNode::SectionMask), second);
-        QCOMPARE(outer->next(CodeNode::Frame, CodeNode::Group), frame);
-        QCOMPARE(value->next(CodeNode::Frame, CodeNode::Animation), nullptr);
-        QCOMPARE(frame->parent(CodeNode::Animation, 0), animation);
-        QCOMPARE(frame->parent(CodeNode::Root, 0), &root);
-        QCOMPARE(frame->parent(CodeNode::Root, CodeNode::Animation), nullptr);
-        QCOMPARE(second->next(CodeNode::Value, 0), nullptr);
-        QCOMPARE(root.previous(CodeNode::Root, 0), nullptr);
-    }
-
-    void valuesFindTheirSection()
-    {
-        TestRoot root;
-        // No heading above: no parent, but in the chain.
-        auto *orphan = new TestValue(QStringLiteral("o"), ValueCode::Int, QTextBlock(), &root);
+        Tester tester(&root, Tester::FailureReportingMode::QtTest);
+        auto *orphan = val("o", &root); // no heading above: in the chain, without a parent
         QCOMPARE(orphan->parent(), nullptr);
-        QCOMPARE(root.next(), orphan);
-
-        auto *group = new TestGroup(QStringLiteral("G"), QTextBlock(), orphan);
-        auto *a = new TestValue(QStringLiteral("a"), ValueCode::Int, QTextBlock(), group);
-        auto *b = new TestValue(QStringLiteral("b"), ValueCode::Int, QTextBlock(), a);
-        // Behind a value: one row behind it in the same group.
-        auto *ab = new TestValue(QStringLiteral("ab"), ValueCode::Int, QTextBlock(), a);
-        QCOMPARE(group->values(), (QList<ValueCode *>{a, ab, b}));
-        // Right behind the heading: row 0.
-        auto *first = new TestValue(QStringLiteral("first"), ValueCode::Int, QTextBlock(), group);
-        QCOMPARE(group->valueAt(0), first);
-        QCOMPARE(group->valueAt(4), nullptr);
-        QCOMPARE(root.childs(), (QList<CodeNode *>{group}));
-
-        // Behind an animation heading a value has no section.
-        auto *animation = new TestAnimation(QStringLiteral("0"), QTextBlock(), b);
-        auto *frame = new TestFrame(QString(), QTextBlock(), animation);
-        auto *stray = new TestValue(QStringLiteral("s"), ValueCode::Int, QTextBlock(), frame);
-        QCOMPARE(stray->parent(), nullptr);
-        QCOMPARE(frame->parent(), animation);
-        QCOMPARE(root.childs(), (QList<CodeNode *>{group, animation}));
-
-        QCOMPARE(group->valueByName(QStringLiteral("b")), b);
-        QCOMPARE(group->valueByName(QStringLiteral("zz")), nullptr);
-        QCOMPARE(group->value(QStringLiteral("zz")), QVariant());
-    }
-
-    void headingsGatherAndHandOnValues()
-    {
-        TestRoot root;
-        QAbstractItemModelTester tester(&root,
-                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
-        auto *top = new TestGroup(QStringLiteral("Top"), QTextBlock(), &root);
-        auto *a = new TestValue(QStringLiteral("a"), ValueCode::Int, QTextBlock(), top);
-        auto *b = new TestValue(QStringLiteral("b"), ValueCode::Int, QTextBlock(), a);
-        auto *c = new TestValue(QStringLiteral("c"), ValueCode::Int, QTextBlock(), b);
-        auto *next = new TestGroup(QStringLiteral("Next"), QTextBlock(), c);
-        auto *d = new TestValue(QStringLiteral("d"), ValueCode::Int, QTextBlock(), next);
-        QCOMPARE(top->values(), (QList<ValueCode *>{a, b, c}));
-
+        auto *top = grp("Top", orphan);
+        auto *a = val("a", top);
+        auto *c = val("c", a);
+        auto *b = val("b", a); // behind a value: one row behind it
+        val("first", top); // right behind the heading: row 0
+        QCOMPARE(names(top->values()), "first a b c");
+        QCOMPARE(top->valueByName(QStringLiteral("b")), b);
+        QCOMPARE(top->valueAt(4), nullptr);
+        QCOMPARE(top->value(QStringLiteral("zz")), QVariant());
+        auto *next = grp("Next", c);
+        auto *d = val("d", next);
         // A heading typed in the middle of a section takes the values below it.
-        auto *middle = new TestGroup(QStringLiteral("Middle"), QTextBlock(), a);
-        QCOMPARE(top->values(), (QList<ValueCode *>{a}));
-        QCOMPARE(middle->values(), (QList<ValueCode *>{b, c}));
-        QCOMPARE(next->values(), (QList<ValueCode *>{d}));
-        QCOMPARE(root.childs(), (QList<CodeNode *>{top, middle, next}));
-
+        auto *middle = grp("Middle", a);
+        QCOMPARE(names(top->values()) + '|' + names(middle->values()), "first a|b c");
+        QCOMPARE(names(root.childs()), "Top Middle Next");
         // Deleting a heading gives its values to the section above, at the end.
         middle->remove(false);
-        QCOMPARE(top->values(), (QList<ValueCode *>{a, b, c}));
-        QCOMPARE(b->parent(), top);
-        QCOMPARE(root.childs(), (QList<CodeNode *>{top, next}));
-
+        QCOMPARE(names(top->values()), "first a b c");
+        QCOMPARE(names(root.childs()), "Top Next");
         // With no section above, the values are left without a parent.
         top->remove(false);
         QCOMPARE(a->parent(), nullptr);
-        QCOMPARE(c->parent(), nullptr);
-        QCOMPARE(root.childs(), (QList<CodeNode *>{next}));
-
-        // A heading passes frames and takes them from their animation.
+        QCOMPARE(names(root.childs()), "Next");
+        // Behind an animation heading a value has no section; a heading
+        // passes frames and takes them from their animation.
         auto *animation = new TestAnimation(QStringLiteral("0"), QTextBlock(), d);
         auto *frame = new TestFrame(QString(), QTextBlock(), animation);
+        QCOMPARE(val("s", frame)->parent(), nullptr);
         QCOMPARE(frame->parent(), animation);
-        new TestGroup(QStringLiteral("Cut"), QTextBlock(), animation);
+        grp("Cut", animation);
         QCOMPARE(frame->parent(), nullptr);
         QCOMPARE(animation->childCount(), 0u);
-
         // remove(true) without a document takes the children along.
-        bool const before = CodeNode::isValid(d);
-        QVERIFY(before);
         next->remove(true);
-        QVERIFY(!CodeNode::isValid(d));
-        QVERIFY(!CodeNode::isValid(next));
+        QVERIFY(!CodeNode::isValid(d) && !CodeNode::isValid(next));
     }
-
     void groupLastLine()
     {
         QTextDocument document(QStringLiteral(
             "[A]\nx = 1\n[A.sub]\ny = 2\n[B]\nz = 3\n[Begin Action 0]\n0,0, 0,0, 5\n"));
+        auto line = [&document](int n) { return document.findBlockByNumber(n); };
         TestRoot root;
-        auto *a = new TestGroup(QStringLiteral("A"), line(document, 0), &root);
-        auto *x = new TestValue(QStringLiteral("x"), ValueCode::Int, line(document, 1), a, 1);
-        auto *sub = new TestGroup(QStringLiteral("A.sub"), line(document, 2), x);
+        auto *a = grp("A", &root, line(0));
+        auto *sub = grp("A.sub", val("x", a, line(1)), line(2));
         // Nest the sub-section in A by hand, as an extension's parser would.
         root.removeChild(sub);
         a->ParentCode::insertChild(sub, 0);
-        auto *y = new TestValue(QStringLiteral("y"), ValueCode::Int, line(document, 3), sub, 2);
-        auto *b = new TestGroup(QStringLiteral("B"), line(document, 4), y);
-        auto *z = new TestValue(QStringLiteral("z"), ValueCode::Int, line(document, 5), b, 3);
-        auto *animation = new TestAnimation(QStringLiteral("0"), line(document, 6), z);
-        new TestFrame(QString(), line(document, 7), animation);
-
-        QCOMPARE(a->lastLine(), 3); // a nested group does not end an outer one
-        QCOMPARE(sub->lastLine(), 3);
-        QCOMPARE(b->lastLine(), 5);
-        QCOMPARE(b->code(), QStringLiteral("[B]\u2029z = 3\u2029"));
-        auto *loose = new TestGroup(QStringLiteral("L"), QTextBlock(), &root);
-        QCOMPARE(loose->lastLine(), -1);
-
-        auto *last = new TestGroup(QStringLiteral("Last"), line(document, 7), animation->next());
+        auto *b = grp("B", val("y", sub, line(3)), line(4));
+        auto *animation = new TestAnimation(QStringLiteral("0"), line(6), val("z", b, line(5)));
+        new TestFrame(QString(), line(7), animation);
+        auto *last = grp("Last", animation->next(), line(7));
+        auto *loose = grp("L", &root);
+        // A nested group does not end an outer one.
+        QCOMPARE((QList<int>{a->lastLine(), sub->lastLine(), b->lastLine(), loose->lastLine()}),
+                 (QList<int>{3, 3, 5, -1}));
         QCOMPARE(last->lastLine(), document.blockCount());
+        QCOMPARE(b->code(), QStringLiteral("[B]\u2029z = 3\u2029"));
         QCOMPARE(last->code(), QStringLiteral("0,0, 0,0, 5\u2029"));
-        QCOMPARE(y->parent(), sub);
     }
-
     void selectionAndRewrites()
     {
         QTextDocument document(QStringLiteral("[Data]\nlife  =   1000 ; health\nattack = 10"));
         TestRoot root;
-        auto *group = new TestGroup(QStringLiteral("Data"), line(document, 0), &root);
-        auto *life =
-            new TestValue(QStringLiteral("life"), ValueCode::Int, line(document, 1), group, 1000);
-        auto *attack =
-            new TestValue(QStringLiteral("attack"), ValueCode::Int, line(document, 2), life, 10);
+        auto *group = grp("Data", &root, document.findBlockByNumber(0));
+        auto *life = val("life", group, document.findBlockByNumber(1));
+        auto *attack = val("attack", life, document.findBlockByNumber(2));
         QCOMPARE(life->select().selectedText(), QStringLiteral("life  =   1000 ; health\u2029"));
         QCOMPARE(attack->select().selectedText(), QStringLiteral("attack = 10"));
-        QCOMPARE(group->code(), document.toPlainText().replace(QLatin1Char('\n'), QChar(0x2029)));
         QVERIFY(TestValue(QString(), ValueCode::Int, QTextBlock(), nullptr).select().isNull());
-
         // A rewrite replaces the line's text and keeps its line break.
         life->change(QStringLiteral("life = 900"));
-        QCOMPARE(document.toPlainText(), QStringLiteral("[Data]\nlife = 900\nattack = 10"));
         attack->change(QStringLiteral("attack = 11"));
         QCOMPARE(document.toPlainText(), QStringLiteral("[Data]\nlife = 900\nattack = 11"));
-
         // remove(false) takes the node's own line, line break included.
         life->remove(false);
         QCOMPARE(document.toPlainText(), QStringLiteral("[Data]\nattack = 11"));
     }
-
     void lineRewriteRules_data()
     {
         QTest::addColumn<QString>("oldText");
         QTest::addColumn<QString>("text");
         QTest::addColumn<bool>("preserve");
         QTest::addColumn<QString>("result");
-        QTest::newRow("comment kept with one blank")
-            << "life = 1000   ; health"
-            << "life = 900" << false << "life = 900 ; health";
-        QTest::newRow("no comment") << "life = 1000"
-                                    << "life = 900" << false << "life = 900";
-        QTest::newRow("spacing kept") << "  life  =  1000"
-                                      << "life = 900" << true << "  life  =  900";
-        QTest::newRow("spacing and comment kept")
-            << "\tvelocity =  2, 3 ; fast"
-            << "velocity = 4, 5" << true << "\tvelocity =  4, 5 ; fast";
-        QTest::newRow("more words than before") << "x  =  1"
-                                                << "x = 1, 2" << true << "x  =  1, 2";
-        QTest::newRow("comment marker inside a word") << "name = a;b ;c"
-                                                      << "name = x" << true << "name = x ;c";
-        QTest::newRow("nothing merged falls back") << ""
-                                                   << "life = 900" << true << "life = 900";
+        addRow("comment kept", "life = 1000   ; health", "life = 900", false,
+               "life = 900 ; health");
+        addRow("no comment", "life = 1000", "life = 900", false, "life = 900");
+        addRow("spacing kept", "  life  =  1000", "life = 900", true, "  life  =  900");
+        addRow("spacing and comment", "\tv =  2, 3 ; fast", "v = 4, 5", true, "\tv =  4, 5 ; fast");
+        addRow("more words than before", "x  =  1", "x = 1, 2", true, "x  =  1, 2");
+        addRow("marker inside a word", "name = a;b ;c", "name = x", true, "name = x ;c");
+        addRow("nothing merged", "", "life = 900", true, "life = 900");
     }
-
     void lineRewriteRules()
     {
         QFETCH(QString, oldText);
@@ -263,47 +216,194 @@ private Q_SLOTS:
         QFETCH(QString, result);
         QCOMPARE(TestValue::rewrittenLine(oldText, text, preserve, QStringLiteral(";")), result);
     }
-
-    void namedProperties()
+    void modelShowsTheTree()
     {
-        TestValue value(QStringLiteral("life"), ValueCode::Int, QTextBlock(), nullptr, 1);
-        QCOMPARE(value.propertyNames(),
-                 QStringList({QStringLiteral("DisplayName"), QStringLiteral("Name")}));
-        QCOMPARE(value.property(QStringLiteral("Name")).toString(), QStringLiteral("life"));
-        QCOMPARE(value.property(QStringLiteral("DisplayName")).toString(), QStringLiteral("life"));
-        QVERIFY(!value.property(QStringLiteral("name")).isValid());
-        value.setProperty(QStringLiteral("DisplayName"), QStringLiteral("ignored"));
-        QCOMPARE(value.name(), QStringLiteral("life"));
-        value.setProperty(QStringLiteral("Name"), QStringLiteral("power"));
-        QCOMPARE(value.name(), QStringLiteral("power"));
+        TestRoot root(3);
+        Tester tester(&root, Tester::FailureReportingMode::QtTest);
+        auto *life = val("life", grp("Data", &root));
+        auto *animation = new TestAnimation(QStringLiteral("Begin Action 0"), QTextBlock(), life);
+        auto *second = new TestFrame(QStringLiteral("0,1"), QTextBlock(),
+                                     new TestFrame(QString(), QTextBlock(), animation));
+        QModelIndex const group = root.index(0, 0), frames = root.index(1, 0);
+        QStringList shown;
+        for (QModelIndex const &index : {group, root.index(0, 0, frames), root.index(1, 0, frames)})
+            shown << index.data().toString();
+        QCOMPARE(shown, QStringList({"Data", "Frame 1", "Frame - 0,1"}));
+        QCOMPARE(root.index(0, 0, group).data(Qt::EditRole).toString(), "life");
+        QCOMPARE(RootCode::node(root.index(1, 0, frames)), second);
+        QVERIFY(!root.index(5, 0).isValid());
+        QCOMPARE(root.rowCount(root.index(0, 0, group)), 0); // a value has no rows
+        life->remove(false);
+        QCOMPARE(root.rowCount(group), 0);
+        // Version and type tell of a change only.
+        QSignalSpy version(&root, &RootCode::versionChanged);
+        QSignalSpy type(&root, &RootCode::typeChanged);
+        for (int version : {2, 2})
+            root.setVersion(version, true);
+        root.setVersion(3, false);
+        for (int type : {3, 4})
+            root.setFileType(type, true);
+        QCOMPARE(version.count() + 10 * type.count(), 11);
+        QCOMPARE(root.version(), static_cast<unsigned short>(3));
     }
-
-    void poolReusesBlocks()
+    void staleIndexesNeverCrashAView()
     {
-        auto *first = new TestValue(QStringLiteral("a"), ValueCode::Int, QTextBlock(), nullptr);
-        QVERIFY(first->isValid());
-        void *address = first;
-        std::size_t const bytes = CodeNode::poolBytes();
-        first->release();
-        QVERIFY(!CodeNode::isValid(static_cast<CodeNode *>(address)));
-        QVERIFY(!CodeNode::isValid(nullptr));
-        // The same size comes back at the same address, and counts as valid again.
-        auto *second = new TestValue(QStringLiteral("b"), ValueCode::Int, QTextBlock(), nullptr);
-        QCOMPARE(static_cast<void *>(second), address);
-        QVERIFY(CodeNode::isValid(static_cast<CodeNode *>(address)));
-        QCOMPARE(CodeNode::poolBytes(), bytes);
-        // Once the free blocks of earlier tests are used up, new ones are taken.
-        QList<TestValue *> more;
-        for (int i = 0; i < 500; ++i)
-            more.append(new TestValue(QStringLiteral("c"), ValueCode::Int, QTextBlock(), nullptr));
-        QVERIFY(CodeNode::poolBytes() > bytes);
-        for (TestValue *value : more) {
-            QCOMPARE(reinterpret_cast<quintptr>(value) % alignof(std::max_align_t), quintptr(0));
-            value->release();
-        }
-        second->release();
         TestRoot root;
-        QVERIFY(root.isValid()); // the root never comes from the pool
+        CodeNode *after = grp("G", &root);
+        Nodes values;
+        for (int i = 0; i < 5; ++i)
+            values.append(after = val("v", after, QTextBlock(), i));
+        QTreeView view;
+        view.setModel(&root);
+        view.expandAll();
+        view.resize(200, 300);
+        view.show();
+        QModelIndex const stale = root.index(2, 0, root.index(0, 0));
+        view.setCurrentIndex(stale);
+        values.at(2)->release();
+        // The index still points at the released node: every answer is empty.
+        QVERIFY(!root.data(stale).isValid());
+        QCOMPARE(root.rowCount(stale), 0);
+        QVERIFY(!root.index(0, 0, stale).isValid());
+        QModelIndex const parent = root.parent(stale);
+        QVERIFY(!parent.isValid() || parent == root.index(0, 0));
+        view.viewport()->repaint();
+        QCoreApplication::processEvents();
+        QCOMPARE(root.rowCount(root.index(0, 0)), 4);
+        root.childAt(0)->release(); // its values are left to the section above (none)
+        view.viewport()->repaint();
+        QCoreApplication::processEvents();
+        QCOMPARE(root.rowCount(), 0);
+    }
+    void randomCreationAndRelease()
+    {
+        QTextDocument document(QStringLiteral("line\n").repeated(64));
+        TestRoot root;
+        Tester tester(&root, Tester::FailureReportingMode::QtTest);
+        QRandomGenerator random(20261122);
+        Nodes alive;
+        for (int step = 0; step < 4000; ++step) {
+            if (random.bounded(10) < 6 || alive.isEmpty()) {
+                CodeNode *after = alive.isEmpty() || random.bounded(8) == 0
+                    ? static_cast<CodeNode *>(&root)
+                    : alive.at(random.bounded(alive.size()));
+                QTextBlock const block = random.bounded(3) == 0
+                    ? QTextBlock()
+                    : document.findBlockByNumber(random.bounded(64));
+                QString const name = QString::number(step);
+                int const kind = random.bounded(6);
+                alive << (kind == 0 ? static_cast<CodeNode *>(new TestGroup(name, block, after))
+                              : kind == 1
+                              ? static_cast<CodeNode *>(new TestAnimation(name, block, after))
+                              : kind == 2
+                              ? static_cast<CodeNode *>(new TestFrame(name, block, after))
+                              : new TestValue(name, ValueCode::Int, block, after, step));
+            } else {
+                alive.takeAt(random.bounded(alive.size()))->release();
+            }
+            if (step % 50 == 0 || alive.size() < 3) {
+                checkConsistency(root, alive);
+                if (QTest::currentTestFailed())
+                    QFAIL(qPrintable(QStringLiteral("inconsistent after step %1").arg(step)));
+            }
+        }
+        root.destroy();
+        QCOMPARE(root.next(), nullptr);
+        QCOMPARE(root.rowCount(), 0);
+    }
+    // What a value of each type keeps of what it is given, and writes back.
+    void valuesConvertAndWriteBack_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QVariant>("input");
+        QTest::addColumn<QVariant>("stored");
+        QTest::addColumn<QString>("text");
+        using V = ValueCode;
+        // An invalid stored value: what was given is kept as it is.
+        auto row = [](char const *name, V::Type type, QVariant const &input, QVariant const &stored,
+                      QString const &text) {
+            addRow(name, type, input, stored.isValid() ? stored : input, text);
+        };
+        row("string", V::String, 12, "12", "12");
+        row("keyword", V::Keyword, "2", 2u, "high");
+        row("keywords", V::KeywordVector, ints({0, 2}), {}, "");
+        row("floatvec2 from list", V::FloatVec2, ints({3}), QPointF(3, 0), "3, 0");
+        row("floatvec2", V::FloatVec2, QPointF(1, 2.5), {}, "1, 2.5");
+        row("precision", V::FloatVec2, QPointF(1.23456789, 0), {}, "1.23457, 0");
+        row("int", V::Int, "-7", -7, "-7");
+        row("intvec2", V::IntVec2, QPoint(-3, 4), {}, "-3, 4");
+        row("intvec2 from list", V::IntVec2, ints({4, 5, 6}), QPoint(4, 5), "4, 5");
+        row("intvector of one", V::IntVector, "9", ints({9}), "9");
+        row("intvector", V::IntVector, ints({1, 2, 3}), {}, "1, 2, 3");
+        row("floatvec3", V::FloatVec3, QVariantList{0.5, 1.0, 2.0}, {}, "0.5, 1, 2");
+        row("boolean", V::Boolean, true, {}, "1");
+        row("date", V::Date, QDate(2024, 3, 2), {}, QDate(2024, 3, 2).toString(Qt::TextDate));
+        row("unknown kept", V::Unknown, QSize(1, 2), {}, "");
+    }
+    void valuesConvertAndWriteBack()
+    {
+        QFETCH(int, type);
+        QFETCH(QVariant, input);
+        QFETCH(QVariant, stored);
+        QFETCH(QString, text);
+        TestValue value(QString(), ValueCode::Type(type), QTextBlock(), nullptr, input);
+        QCOMPARE(value.rawValue(), stored);
+        QCOMPARE(value.rawValue().typeId(), stored.typeId());
+        value.setValue(input);
+        QCOMPARE(value.rawValue(), stored);
+        QCOMPARE(value.asString(value.valueType(), value.rawValue(), QLatin1Char(',')), text);
+        QCOMPARE(value.asString(value.valueType(), value.rawValue(), QChar()),
+                 QString(text).replace(", ", " "));
+        // A value held as a string is written as it stands, whatever the type says.
+        TestValue string(QString(), ValueCode::String, QTextBlock(), nullptr, "as typed");
+        QCOMPARE(string.asString(ValueCode::Type(type), "as typed", QLatin1Char(',')), "as typed");
+    }
+    void valuesReadInOtherShapes()
+    {
+        auto make = [](ValueCode::Type type, QVariant const &value) {
+            return TestValue(QString(), type, QTextBlock(), nullptr, value);
+        };
+        TestValue const scalar = make(ValueCode::Int, 7),
+                        list = make(ValueCode::IntVector, ints({1, 2, 3}));
+        QCOMPARE(scalar.asIntVector() + list.asIntVector(), QList<int>({7, 1, 2, 3}));
+        QCOMPARE(scalar.asRealVector() + list.asRealVector(), QList<double>({7, 1, 2, 3}));
+        QCOMPARE(scalar.asPoint(), QPoint(7, 0));
+        QCOMPARE(scalar.asSize(), QSize(7, 0));
+        QCOMPARE(scalar.asRect(), QRect(QPoint(7, 0), QPoint(-1, -1)));
+        QCOMPARE(list.asPoint(), QPoint(1, 2));
+        QCOMPARE(list.asRect(), QRect(QPoint(1, 2), QPoint(3, -1))); // the bottom stays -1
+        QCOMPARE(make(ValueCode::IntVec4, ints({-10, -20, 10, 0})).asRect(),
+                 QRect(QPoint(-10, -20), QPoint(10, 0)));
+        TestValue const point = make(ValueCode::IntVec2, QPoint(3, 4));
+        QCOMPARE(point.asSize(), QSize(3, 4));
+        QVERIFY(point.asIntVector().isEmpty());
+        QCOMPARE(make(ValueCode::FloatVec2, QPointF(0.5, 1.5)).asPointF(), QPointF(0.5, 1.5));
+        // A keyword vector counts as a scalar first, then gives its elements.
+        TestValue const keywords = make(ValueCode::KeywordVector, ints({2, 1}));
+        QCOMPARE(keywords.asRealVector(), QList<double>({0, 2, 1}));
+        QCOMPARE(keywords.asIntVector(), QList<int>({0}));
+        TestValue const keyword = make(ValueCode::Keyword, 2);
+        QCOMPARE(keyword.value().toString() + keyword.valueText(), "highhigh");
+    }
+    void changesReachTheGroupAndTheViews()
+    {
+        TestRoot root;
+        auto *group = grp("G", &root);
+        auto *a = val("a", group, QTextBlock(), 1);
+        auto *b = val("b", a, QTextBlock(), 2);
+        QSignalSpy changed(&root, &QAbstractItemModel::dataChanged);
+        b->valueChanged(QStringLiteral("5"));
+        QCOMPARE(b->rawValue(), QVariant(5));
+        QCOMPARE(group->changedChildren, Nodes({b}));
+        QCOMPARE(changed.count(), 1);
+        QModelIndex const index = changed.first().first().toModelIndex();
+        QCOMPARE(RootCode::node(index), b);
+        QCOMPARE(index.parent(), root.index(0, 0));
+        // setValue leaves the tree and the views alone, and so does a value without a parent.
+        a->setValue(9);
+        QCOMPARE(group->value(QStringLiteral("a")), QVariant(9));
+        val("l", &root)->valueChanged(3);
+        QCOMPARE(changed.count(), 1);
     }
 };
 

@@ -1,299 +1,219 @@
-#include <kenro/engine/engine.h>
-#include <kenro/project/parentproject.h>
+#include <kenro/engine/extension.h>
+#include <kenro/engine/ktranslator.h>
+#include <kenro/project/filesystemarchive.h>
 
 #include "dialoganswerer.h"
-#include "memoryarchive.h"
+#include "testdata.h"
 #include "testengine.h"
 #include "testinterface.h"
-#include "testproject.h"
 
-#include <QAbstractItemModelTester>
+#include <QBuffer>
 #include <QColor>
-#include <QDir>
 #include <QImage>
-#include <QRect>
-#include <QSignalSpy>
-#include <QTest>
+#include <QTemporaryDir>
+
+#include <dlfcn.h>
 
 #include <memory>
 
 using namespace Kenro;
+using namespace Qt::StringLiterals;
 using KenroTest::DialogAnswerer;
 using KenroTest::TestEngine;
 using KenroTest::TestInterface;
 
 namespace {
 
-QByteArray readAll(QString const &path)
+bool isLoaded(QString const &path)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    void *handle = dlopen(QFile::encodeName(path).constData(), RTLD_NOW | RTLD_NOLOAD);
+    if (handle)
+        dlclose(handle); // gives back the reference RTLD_NOLOAD took
+    return handle;
 }
 
-bool writeAll(QString const &path, QByteArray const &bytes)
+int listed()
 {
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    int count = 0;
+    for (int type = 0; type < Extension::TypeCount; ++type)
+        count += ExtensionManager::list(Extension::Type(type)).size();
+    return count;
+}
+
+// The instances of \a engine: their names, or with \a fields all that they hold.
+QString instances(TestEngine const &engine, bool fields = false)
+{
+    QStringList all;
+    for (unsigned int i = 0; i < engine.count(); ++i) {
+        EngineInstances::Info const it = engine.at(i);
+        all << (fields ? QStringList{it.name, it.exe, it.params, it.icon}.join(u',') : it.name);
+    }
+    return all.join(u' ');
 }
 
 } // namespace
 
-class TestEngineSuite : public QObject
+class TestEngines : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
     void configurationRoundTrip()
     {
-        TestInterface host;
+        auto host = std::make_unique<TestInterface>();
         DialogAnswerer answerer;
-        QString const config = host.settingsDirectory() + QStringLiteral("/alpha_config.xml");
+        QString const config = host->settingsDirectory() + u"/alpha_config.xml"_s;
+        QVariantMap const options{{u"colour"_s, QColor(10, 20, 30, 128)},
+                                  {u"area"_s, QRect(QPoint(10, 20), QPoint(39, 59))},
+                                  {u"looksLikeColour"_s, u"1,2,3"_s},
+                                  {u"plain"_s, u"some & <text>"_s},
+                                  {u"negative"_s, u"-1,2,3"_s}};
         {
-            TestEngine engine(QStringLiteral("alpha"));
+            TestEngine engine(u"alpha"_s);
             QCOMPARE(engine.configFile(), config);
-            QCOMPARE(engine.directory(), QStringLiteral("/engines/alpha"));
-            QCOMPARE(engine.count(), 0u);
-            engine.add(QStringLiteral("Release"), QStringLiteral("/opt/game/run"),
-                       QStringLiteral("-windowed"), QString());
-            engine.add(QStringLiteral("Debug"), QStringLiteral("/opt/game/run-debug"), QString(),
-                       QStringLiteral("/icons/debug.png"));
-            engine.setOption(QStringLiteral("colour"), QColor(10, 20, 30, 128));
-            engine.setOption(QStringLiteral("area"), QRect(QPoint(10, 20), QPoint(39, 59)));
-            engine.setOption(QStringLiteral("looksLikeColour"), QStringLiteral("1,2,3"));
-            engine.setOption(QStringLiteral("looksLikeRect"), QStringLiteral("10,20,30,40"));
-            engine.setOption(QStringLiteral("plain"), QStringLiteral("some & <text>"));
-            engine.setOption(QStringLiteral("negative"), QStringLiteral("-1,2,3"));
+            engine.add(u"Release"_s, u"/opt/run"_s, u"-windowed"_s, QString());
+            engine.add(u"Debug"_s, QString(), QString(), u"/icons/debug.png"_s);
+            for (auto it = options.cbegin(); it != options.cend(); ++it)
+                engine.setOption(it.key(), it.value());
         }
-        QVERIFY(answerer.seen.isEmpty());
-
         // The written file: instances first, fields in their order, then options.
-        QString const text = QString::fromUtf8(readAll(config));
-        QVERIFY(text.startsWith(QStringLiteral("<?xml")));
-        int const release = text.indexOf(QStringLiteral("<engine name=\"Release\">"));
-        int const exe = text.indexOf(QStringLiteral("name=\"exe\" value=\"/opt/game/run\""));
-        int const icon = text.indexOf(QStringLiteral("name=\"icon\""));
-        int const params = text.indexOf(QStringLiteral("name=\"params\" value=\"-windowed\""));
-        int const firstConfig = text.indexOf(QStringLiteral("<config "));
-        QVERIFY(release >= 0 && release < exe && exe < icon && icon < params);
-        QVERIFY(params < text.indexOf(QStringLiteral("<engine name=\"Debug\">")));
-        QVERIFY(firstConfig > text.lastIndexOf(QStringLiteral("</engine>")));
-        QVERIFY(text.contains(QStringLiteral("<config name=\"colour\" value=\"10,20,30\"/>")));
-        QVERIFY(text.contains(QStringLiteral("<config name=\"area\" value=\"10,20,30,40\"/>")));
-
-        // A restart reads it all back, with the documented conversions.
-        TestEngine engine(QStringLiteral("alpha"));
-        QCOMPARE(engine.count(), 2u);
-        QCOMPARE(engine.at(0).name, QStringLiteral("Release"));
-        QCOMPARE(engine.at(0).exe, QStringLiteral("/opt/game/run"));
-        QCOMPARE(engine.at(0).params, QStringLiteral("-windowed"));
-        QCOMPARE(engine.at(1).icon, QStringLiteral("/icons/debug.png"));
-        QVariant const colour = engine.option(QStringLiteral("colour"));
-        QCOMPARE(colour.typeId(), int(QMetaType::QColor));
-        QCOMPARE(colour.value<QColor>(), QColor(10, 20, 30)); // alpha is not kept
-        QVariant const area = engine.option(QStringLiteral("area"));
-        QCOMPARE(area.typeId(), int(QMetaType::QRect));
-        QCOMPARE(area.toRect(), QRect(10, 20, 30, 40));
-        QCOMPARE(engine.option(QStringLiteral("looksLikeColour")).value<QColor>(), QColor(1, 2, 3));
-        QRect const rect = engine.option(QStringLiteral("looksLikeRect")).toRect();
-        QCOMPARE(rect.right(), 39);
-        QCOMPARE(rect.bottom(), 59);
-        QCOMPARE(engine.option(QStringLiteral("plain")), QVariant(QStringLiteral("some & <text>")));
-        QCOMPARE(engine.option(QStringLiteral("negative")), QVariant(QStringLiteral("-1,2,3")));
+        QString const text = QString::fromUtf8(KenroTest::readFile(config));
+        int at = 0;
+        for (char const *part :
+             {"<engine name=\"Release\">", "name=\"exe\" value=\"/opt/run\"", "name=\"icon\"",
+              "name=\"params\" value=\"-windowed\"", "<engine name=\"Debug\">", "</engine>",
+              "<config name=\"area\" value=\"10,20,30,40\"/>"}) {
+            QVERIFY2(text.indexOf(QLatin1String(part), at) > at, part);
+            at = text.indexOf(QLatin1String(part), at);
+        }
+        // A restart reads it all back; colours lose their alpha, and text that
+        // looks like a colour is one.
+        TestEngine engine(u"alpha"_s);
+        QCOMPARE(instances(engine, true),
+                 "Release,/opt/run,-windowed, Debug,,,/icons/debug.png"_L1);
+        QVariantMap read, expected = options;
+        for (QString const &key : options.keys())
+            read.insert(key, engine.option(key));
+        expected[u"colour"_s] = QColor(10, 20, 30);
+        expected[u"looksLikeColour"_s] = QColor(1, 2, 3);
+        QCOMPARE(read, expected);
+        QVERIFY(answerer.seen.isEmpty());
+        // An option the engine lacks is the host's; a null value is the engine's own answer.
+        host->options.insert(u"hostOnly"_s, 7);
+        QVERIFY(engine.option(u"hostOnly"_s, 1) == 7 && engine.option(u"nowhere"_s, 1) == 1);
+        engine.setOption(u"hostOnly"_s, QVariant());
+        QVERIFY(engine.option(u"hostOnly"_s, 1).isNull());
+        QCOMPARE(engine.path(), host->applicationDirectory() + u"/engines/alpha"_s);
+        host->dpiFactor = 2; // left, top, width and height scale apart
+        QCOMPARE(host->scaleToDPI(QRect(1, 2, 10, 20)), QRect(2, 4, 20, 40));
+        host.reset();
+        // Without a host nothing is read or written.
+        TestEngine lone(u"gamma"_s);
+        QVERIFY(lone.configFile().isEmpty() && lone.load() && lone.save());
+        QCOMPARE(lone.path(), QDir::currentPath() + u"/engines/gamma"_s);
     }
 
-    void optionsFallBackToTheHost()
-    {
-        TestInterface host;
-        host.options.insert(QStringLiteral("hostOnly"), 7);
-        TestEngine engine(QStringLiteral("beta"));
-        QCOMPARE(engine.option(QStringLiteral("hostOnly"), 1), QVariant(7));
-        QCOMPARE(engine.option(QStringLiteral("nowhere"), 1), QVariant(1));
-        engine.setOption(QStringLiteral("hostOnly"), 8);
-        QCOMPARE(engine.option(QStringLiteral("hostOnly"), 1), QVariant(8));
-        // A null value is the engine's own answer, not a reason to ask further.
-        engine.setOption(QStringLiteral("hostOnly"), QVariant());
-        QVERIFY(engine.option(QStringLiteral("hostOnly"), 1).isNull());
-        QVERIFY(engine.options.contains(QStringLiteral("hostOnly")));
-    }
-
-    void withoutHostNothingIsReadOrWritten()
-    {
-        QString const before = QDir::currentPath();
-        TestEngine engine(QStringLiteral("gamma"));
-        QVERIFY(engine.configFile().isEmpty());
-        QVERIFY(engine.load());
-        QVERIFY(engine.save());
-        QCOMPARE(engine.path(), before + QStringLiteral("/engines/gamma"));
-        engine.setOption(QStringLiteral("x"), 1);
-        QCOMPARE(engine.option(QStringLiteral("x"), 2), QVariant(1));
-        QCOMPARE(engine.option(QStringLiteral("y"), 2), QVariant(2));
-    }
-
-    void pathAndTypeNames()
-    {
-        TestInterface host;
-        TestEngine engine(QStringLiteral("delta"));
-        QCOMPARE(engine.path(), host.applicationDirectory() + QStringLiteral("/engines/delta"));
-        QCOMPARE(engine.publicEngine(), &engine);
-
-        KenroTest::MemoryArchive archive;
-        KenroTest::TestParentProject parent(QStringLiteral("/game/"), archive);
-        KenroTest::TestProject project(&parent, 1, nullptr, false);
-        QCOMPARE(project.typeName(), QString()); // no engine yet
-        parent.testEngine = &engine;
-        QCOMPARE(project.typeName(), QStringLiteral("Stage"));
-    }
-
-    void instancesAsAModel()
-    {
-        TestInterface host;
-        TestEngine engine(QStringLiteral("epsilon"));
-        QAbstractItemModelTester tester(&engine,
-                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QSignalSpy removed(&engine, &QAbstractItemModel::rowsRemoved);
-        QSignalSpy inserted(&engine, &QAbstractItemModel::rowsInserted);
-        QSignalSpy changed(&engine, &QAbstractItemModel::dataChanged);
-
-        engine.clear();
-        QCOMPARE(removed.count(), 0); // nothing to clear, nothing said
-
-        for (QString const &name :
-             {QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d")})
-            engine.add(name, QStringLiteral("/bin/") + name, QString(), QString());
-        QCOMPARE(inserted.count(), 4);
-        QCOMPARE(inserted.last().at(1).toInt(), 3);
-
-        engine.move(0, 2);
-        QCOMPARE(engine.at(2).name, QStringLiteral("a"));
-        QCOMPARE(engine.at(0).name, QStringLiteral("b"));
-        engine.move(3, 0);
-        QCOMPARE(engine.at(0).name, QStringLiteral("d"));
-
-        engine.edit(1, QStringLiteral("B"), QStringLiteral("/bin/B"), QStringLiteral("-x"),
-                    QString());
-        QCOMPARE(changed.count(), 1);
-        QCOMPARE(changed.last().at(0).toModelIndex().row(), 1);
-        QCOMPARE(engine.data(engine.index(1), Qt::DisplayRole), QVariant(QStringLiteral("B")));
-        QVERIFY(!engine.data(engine.index(1), Qt::ToolTipRole).isValid());
-        QVERIFY(!engine.data(engine.index(9), Qt::DisplayRole).isValid());
-
-        engine.remove(17); // out of range
-        QCOMPARE(engine.count(), 4u);
-        engine.remove(1);
-        QCOMPARE(engine.count(), 3u);
-        QCOMPARE(removed.count(), 1);
-
-        QVERIFY(engine.run(0, nullptr, QStringLiteral("-p")));
-        QCOMPARE(engine.runs, QStringList{QStringLiteral("0:-p")});
-
-        engine.clear();
-        QCOMPARE(engine.count(), 0u);
-        QCOMPARE(removed.count(), 2);
-        QCOMPARE(removed.last().at(2).toInt(), 2);
-    }
-
-    void iconsFallBackToTheEngineDirectory()
-    {
-        TestInterface host;
-        QString const engineDirectory = host.resourceDirectory() + QStringLiteral("/engines/zeta");
-        QVERIFY(QDir().mkpath(engineDirectory));
-        QImage red(4, 4, QImage::Format_ARGB32);
-        red.fill(Qt::red);
-        QVERIFY(red.save(engineDirectory + QStringLiteral("/icon.png")));
-        QImage blue(4, 4, QImage::Format_ARGB32);
-        blue.fill(Qt::blue);
-        QString const own = host.settingsDirectory() + QStringLiteral("/own.png");
-        QVERIFY(blue.save(own));
-
-        TestEngine engine(QStringLiteral("zeta"));
-        engine.add(QStringLiteral("plain"), QString(), QString(), QString());
-        engine.add(QStringLiteral("own"), QString(), QString(), own);
-        auto const colourOf = [&engine](int row) {
-            QIcon const icon = engine.data(engine.index(row), Qt::DecorationRole).value<QIcon>();
-            return icon.pixmap(4, 4).toImage().pixelColor(1, 1);
-        };
-        QCOMPARE(colourOf(0), QColor(Qt::red));
-        QCOMPARE(colourOf(1), QColor(Qt::blue));
-    }
-
-    void configurationWithoutInstancesAnnouncesNothing()
-    {
-        TestInterface host;
-        QString const config = host.settingsDirectory() + QStringLiteral("/eta_config.xml");
-        QVERIFY(writeAll(config,
-                         "<?xml version=\"1.0\"?>\n<configuration>\n"
-                         "<config name=\"k\" value=\"v\"/>\n</configuration>\n"));
-        TestEngine engine(QStringLiteral("eta"));
-        QSignalSpy inserted(&engine, &QAbstractItemModel::rowsInserted);
-        QVERIFY(engine.load());
-        QCOMPARE(inserted.count(), 0);
-        QCOMPARE(engine.count(), 0u);
-        QCOMPARE(engine.option(QStringLiteral("k")), QVariant(QStringLiteral("v")));
-    }
-
-    void malformedConfigurationKeepsWhatCameBefore()
+    void badConfigurations()
     {
         TestInterface host;
         DialogAnswerer answerer;
-        QString const config = host.settingsDirectory() + QStringLiteral("/theta_config.xml");
-        QVERIFY(writeAll(config,
-                         "<?xml version=\"1.0\"?>\n<configuration>\n"
-                         " <engine name=\"first\">\n"
-                         "  <param name=\"exe\" value=\"/bin/first\"/>\n"
-                         "  <param name=\"other\" value=\"ignored\"/>\n"
-                         " </engine>\n"
-                         " <config name=\"early\" value=\"1,2,3,4\"/>\n"
-                         " <engine name=\"second\">\n"
-                         "  <param name=\"exe\" value=\"/bin/second\"\n"));
-        std::unique_ptr<TestEngine> engine(new TestEngine(QStringLiteral("theta")));
-        QCOMPARE(answerer.seen.size(), 1);
-        QCOMPARE(answerer.seen.first().title, QStringLiteral("XML error"));
-        // The host's text, filled with the reader's error and where it stopped.
-        QVERIFY(answerer.seen.first().text.endsWith(QStringLiteral(" at line 10, column 0")));
-        QVERIFY(engine->count() >= 1);
-        QCOMPARE(engine->at(0).name, QStringLiteral("first"));
-        QCOMPARE(engine->at(0).exe, QStringLiteral("/bin/first"));
-        QCOMPARE(engine->option(QStringLiteral("early")).toRect(), QRect(1, 2, 3, 4));
-        QVERIFY(!engine->load());
+        // Broken halfway: what came before is kept, and the host's text tells where.
+        QVERIFY(KenroTest::writeFile(
+            host.settingsDirectory() + u"/theta_config.xml"_s,
+            "<?xml version=\"1.0\"?>\n<configuration>\n <engine name=\"first\">\n"
+            "  <param name=\"exe\" value=\"/bin/first\"/>\n  <param "
+            "name=\"other\" value=\"ignored\"/>\n </engine>\n <config "
+            "name=\"early\" value=\"1,2,3,4\"/>\n <engine name=\"second\">\n"
+            "  <param name=\"exe\" value=\"/bin/second\"\n"));
+        {
+            TestEngine engine(u"theta"_s);
+            QCOMPARE(answerer.titles(), QStringList{u"XML error"_s});
+            QVERIFY(answerer.seen[0].text.endsWith(u" at line 10, column 0"_s));
+            QCOMPARE(instances(engine, true), "first,/bin/first,, second,,,"_L1);
+            QCOMPARE(engine.option(u"early"_s), QVariant(QRect(1, 2, 3, 4)));
+            QVERIFY(!engine.load());
+        }
+        QCOMPARE(TestEngine(u"theta"_s).at(0).name, u"first"_s); // ending it wrote a sound file
         QCOMPARE(answerer.seen.size(), 2);
-
-        // The engine stays usable, and ending it writes a sound file.
-        engine.reset();
-        TestEngine again(QStringLiteral("theta"));
-        QCOMPARE(answerer.seen.size(), 2);
-        QCOMPARE(again.at(0).name, QStringLiteral("first"));
+        // A folder where the file should be can be neither read nor written.
+        answerer.seen.clear();
+        QString const folder = host.settingsDirectory() + u"/iota_config.xml"_s;
+        QVERIFY(QDir().mkpath(folder));
+        TestEngine(u"iota"_s).add(QString(), QString(), QString(), QString());
+        QCOMPARE(answerer.titles(), QStringList(2, u"Configuration error!"_s));
+        QCOMPARE(answerer.seen[0].text + u'|' + answerer.seen[1].text,
+                 u"Can't open engine configuration from '%1'!|"
+                 u"Can't save engine configuration to '%1'!"_s.arg(folder));
+        TestEngine(u"deeper/kappa"_s).add(QString(), QString(), QString(), QString());
+        QVERIFY(QFile::exists(host.settingsDirectory() + u"/deeper/kappa_config.xml"_s));
     }
 
-    void unreadableAndUnwritableConfigurations()
+    void extensionsLoadDispatchAndShutDownInOrder()
     {
-        TestInterface host;
+        // Libraries load in name order and receive the directory.
         DialogAnswerer answerer;
-        // A directory where the file should be can be neither opened nor written.
-        QString const config = host.settingsDirectory() + QStringLiteral("/iota_config.xml");
-        QVERIFY(QDir().mkpath(config));
-        {
-            TestEngine engine(QStringLiteral("iota"));
-            QCOMPARE(answerer.seen.size(), 1);
-            QCOMPARE(answerer.seen.at(0).title, QStringLiteral("Configuration error!"));
-            QCOMPARE(answerer.seen.at(0).text,
-                     QStringLiteral("Can't open engine configuration from '%1'!").arg(config));
-            QVERIFY(!engine.save());
-            QCOMPARE(answerer.seen.at(1).text,
-                     QStringLiteral("Can't save engine configuration to '%1'!").arg(config));
+        QTemporaryDir plugins, scratch;
+        QString const log = scratch.filePath(u"events.log"_s);
+        qputenv("KENRO_PLUGIN_LOG", QFile::encodeName(log));
+        QStringList loaded;
+        for (auto [name, from] : {std::pair{"libbeta.so", KENRO_TEST_PLUGIN_BETA},
+                                  {"libalpha.so", KENRO_TEST_PLUGIN_ALPHA},
+                                  {"libnoentry.so", KENRO_TEST_PLUGIN_NOENTRY}}) {
+            loaded << plugins.filePath(QLatin1String(name));
+            QVERIFY(QFile::copy(QString::fromUtf8(from), loaded.last()));
         }
-        QCOMPARE(answerer.seen.size(), 3); // the save on destruction fails as well
+        QVERIFY(KenroTest::writeFile(plugins.filePath(u"garbage.so"_s), "not a shared library\n"));
+        QVERIFY(KenroTest::writeFile(plugins.filePath(u"notes.txt"_s), ""));
+        auto manager = std::make_unique<ExtensionManager>(plugins.path());
+        QVERIFY(isLoaded(loaded[0]) && isLoaded(loaded[1]) && !isLoaded(loaded[2]));
+        QImage image;
+        QBuffer device;
+        for (Extension *reader : ExtensionManager::byFormat(Extension::ImageReader, "TST")) {
+            if (static_cast<ImageReaderExtension *>(reader)->read(&device, image))
+                break;
+        }
+        QCOMPARE(image.size(), QSize(2, 3));
+        // Filters of engine-bound formats follow the current engine.
+        TestEngine engine;
+        QString filters = ExtensionManager::filters(Extension::AnimationReader, &engine);
+        engine.identifier = u"other-engine"_s;
+        filters += u'|' + ExtensionManager::filters(Extension::AnimationReader, &engine) + u'|' +
+            ExtensionManager::filters(Extension::ImageReader, nullptr);
+        QCOMPARE(filters,
+                 "Test animations (*.air);;Any (*.xan)|Any (*.xan)|"
+                 "Test images (*.tst);;Test images (*.tst)"_L1);
+        // Archives by the suffix of a name, any case; the file system otherwise.
+        QCOMPARE(ExtensionManager::archiveFor(u"/x/data.Pak"_s, 1), nullptr);
+        QCOMPARE(ExtensionManager::archiveFor(u"/x/data.zip"_s, 0),
+                 static_cast<Archive *>(&FileSystemArchive::instance()));
+        // Lists in type order, each from its back; then the libraries, the last loaded first.
+        manager.reset();
+        QCOMPARE(QString::fromUtf8(KenroTest::readFile(log)).split(u'\n', Qt::SkipEmptyParts),
+                 QStringList({u"register alpha "_s + plugins.path(),
+                              u"register beta "_s + plugins.path(), u"alpha read"_s, u"beta read"_s,
+                              u"alpha create /x/data.Pak 1"_s, u"release beta PAK"_s,
+                              u"release alpha PAK"_s, u"release beta TST"_s, u"release alpha TST"_s,
+                              u"release beta XAN"_s, u"release alpha AIR"_s, u"unload beta"_s,
+                              u"unload alpha"_s}));
+        QVERIFY(!isLoaded(loaded[0]) && !isLoaded(loaded[1]));
+        QVERIFY(listed() == 0 && answerer.seen.isEmpty());
+        qunsetenv("KENRO_PLUGIN_LOG");
+    }
 
-        // A missing folder on the way to the file is made on save.
-        QString const nested =
-            host.settingsDirectory() + QStringLiteral("/deeper/kappa_config.xml");
-        {
-            TestEngine engine(QStringLiteral("deeper/kappa"));
-            engine.add(QStringLiteral("k"), QString(), QString(), QString());
-        }
-        QVERIFY(QFile::exists(nested));
-        QCOMPARE(answerer.seen.size(), 3);
+    void actionTexts()
+    {
+        QStringList texts;
+        for (int id : {0, 4, 115, 171, 173, 217, 218, -1})
+            texts << u"%1 %2|%3"_s.arg(id).arg(KTranslator::instance()->text(id),
+                                               KTranslator::instance()->toolTip(id));
+        QCOMPARE(texts,
+                 QStringList({u"0 System|"_s,
+                              u"4 Code toolbar|Show/Hide the code toolbar in all code editors"_s,
+                              u"115 |Add one or more sprites"_s, u"171 |"_s,
+                              u"173 |Import one or more sounds from another opened project..."_s,
+                              u"217 Emulator|"_s, u"218 |"_s, u"-1 |"_s}));
     }
 };
 
-QTEST_MAIN(TestEngineSuite)
+QTEST_MAIN(TestEngines)
 #include "tst_engine.moc"

@@ -1,10 +1,7 @@
 #include <kenro/engine/extension.h>
 #include <kenro/project/filesystemarchive.h>
 #include <kenro/project/filewatchobject.h>
-#include <kenro/project/jobstats.h>
-#include <kenro/project/parentproject.h>
 
-#include "dialoganswerer.h"
 #include "memoryarchive.h"
 #include "modelnames.h"
 #include "testdata.h"
@@ -14,132 +11,127 @@
 #include "testproject.h"
 
 #include <QAbstractItemModelTester>
-#include <QDir>
 #include <QDirIterator>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTest>
+
+#include <memory>
 
 using namespace Kenro;
-using KenroTest::childIndex;
-using KenroTest::childNames;
-using KenroTest::copyTree;
+using namespace Qt::StringLiterals;
+using KenroTest::indexAt;
+using KenroTest::readFile;
+using KenroTest::rowNames;
 using KenroTest::TestParentProject;
-
-using Jobs = KenroTest::TestJobs;
+using KenroTest::TestProject;
+using KenroTest::TextFile;
 
 namespace {
 
+using Tester = QAbstractItemModelTester;
+constexpr auto reportToQtTest = QAbstractItemModelTester::FailureReportingMode::QtTest;
+
 // A text file that also follows its file on disk, recording pauses.
-class WatchedFile : public KenroTest::TextFile, public FileWatchObject
+class WatchedFile : public TextFile, public FileWatchObject
 {
 public:
     QString fileName() const override { return TextFile::fileName(); }
     void reload() override {}
-    void pauseWatch(bool pause) override { pauses.append(pause); }
-    QList<bool> pauses;
+    void pauseWatch(bool pause) override { pauses += pause ? u'p' : u'r'; }
+    QString pauses;
 };
 
-/**
- * A project read from a character's definition: the files of its [Files]
- * section that exist beside it, with leading "/" as engines list them.
- */
-class DefProject : public KenroTest::TestProject
+// An open project on \a main of \a parent, listing \a entries; close() ends it.
+TestProject *open(ParentProject &parent, QString const &main,
+                  QList<Project::FileEntry> const &entries = {})
 {
-    Q_OBJECT
-
-public:
-    DefProject(ParentProject *parent, QString const &definition)
-        : TestProject(parent, 0, readMain(parent->archive(), definition), true)
-    {
-        Archive &store = parent->archive();
-        QString const directory = store.absoluteFilePath(definition);
-        bool inFiles = false;
-        for (QByteArray const &raw : main->content.split('\n')) {
-            QString line = QString::fromLatin1(raw);
-            line = line.left(line.indexOf(QLatin1Char(';'))).trimmed();
-            if (line.startsWith(QLatin1Char('['))) {
-                inFiles = line.compare(QLatin1String("[Files]"), Qt::CaseInsensitive) == 0;
-                continue;
-            }
-            int const equals = line.indexOf(QLatin1Char('='));
-            if (!inFiles || equals < 0)
-                continue;
-            QString const key = line.left(equals).trimmed().toLower();
-            QString const value = line.mid(equals + 1).trimmed();
-            if (value.isEmpty() || !store.fileExists(directory + QLatin1Char('/') + value))
-                continue;
-            int type = 5;
-            if (key == QLatin1String("sprite"))
-                type = Sprites;
-            else if (key == QLatin1String("sound"))
-                type = Sounds;
-            else if (key == QLatin1String("anim"))
-                type = Animations;
-            else if (key == QLatin1String("cmd") || key == QLatin1String("cns") ||
-                     key.startsWith(QLatin1String("st")))
-                type = Scripts;
-            entries.append(FileEntry(type, QLatin1Char('/') + value));
-        }
-        addToParent();
-    }
-
-    // The files of the project on disk, relative to its folder.
-    QStringList relativeFiles() const
-    {
-        QStringList names{QFileInfo(fileName()).fileName()};
-        for (FileEntry const &entry : entries) {
-            if (!names.contains(entry.second.mid(1)))
-                names.append(entry.second.mid(1));
-        }
-        return names;
-    }
-
-    static KenroTest::TextFile *readMain(Archive &archive, QString const &definition)
-    {
-        auto *file = new WatchedFile;
-        file->fromFile(archive, definition, 0, nullptr);
-        main = file;
-        return file;
-    }
-
-    void close()
-    {
-        release();
-        delete this;
-    }
-
-    static inline KenroTest::TextFile *main = nullptr;
-};
-
-// A game folder as an engine would open it: characters are folders, stages
-// are definition files.
-class GameRoot : public TestParentProject
-{
-    Q_OBJECT
-
-public:
-    GameRoot(QString const &base, Archive &archive, Engine *engine)
-        : TestParentProject(base, archive)
-    {
-        testEngine = engine;
-        addPath(QStringLiteral("chars"), ProjectDirectories);
-        addPath(QStringLiteral("stages"), ProjectFiles, {QStringLiteral("*.def")});
-    }
-};
-
-// The only folder in \a directory, or empty.
-QString onlyEntry(QString const &directory)
-{
-    QStringList const names = QDir(directory).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
-    return names.size() == 1 ? names.first() : QString();
+    auto *file = new WatchedFile;
+    if (!file->fromFile(parent.archive(), main, 0, nullptr))
+        file->name = main;
+    auto *project = new TestProject(&parent, 0, file, true);
+    project->entries = entries;
+    project->addToParent();
+    return project;
 }
 
-class AsyncFile : public KenroTest::TextFile
+void close(Project *project)
 {
-public:
-    Capabilities capabilities() const override { return AsyncSave; }
+    project->release();
+    delete project;
+}
+
+// The files that a character's definition names in its [Files] section and
+// that exist beside it, with a leading "/" as engines list them.
+QList<Project::FileEntry> definitionFiles(QString const &definition)
+{
+    QList<Project::FileEntry> entries;
+    bool inFiles = false;
+    for (QByteArray const &raw : readFile(definition).split('\n')) {
+        QString const line = QString::fromLatin1(raw).section(u';', 0, 0).trimmed();
+        inFiles =
+            line.startsWith(u'[') ? line.compare("[Files]"_L1, Qt::CaseInsensitive) == 0 : inFiles;
+        QString const key = line.section(u'=', 0, 0).trimmed().toLower();
+        QString const value = line.section(u'=', 1).trimmed();
+        if (inFiles && !value.isEmpty() &&
+            QFileInfo::exists(QFileInfo(definition).path() + u'/' + value))
+            entries.append({key == "sprite"_L1     ? Project::Sprites
+                                : key == "anim"_L1 ? Project::Animations
+                                                   : Project::Scripts,
+                            u'/' + value});
+    }
+    return entries;
+}
+
+// The names of the files of a project on disk, relative to its game's folder.
+QStringList filesOf(TestProject const *project, QString const &game)
+{
+    QString const main = QDir(game).relativeFilePath(project->fileName());
+    QString const folder = main.left(main.lastIndexOf(u'/') + 1);
+    QStringList names{main};
+    for (Project::FileEntry const &entry : project->entries) {
+        if (!names.contains(folder + entry.second.mid(1)))
+            names.append(folder + entry.second.mid(1));
+    }
+    return names;
+}
+
+// The names of \a names whose files below \a to differ from those below \a from.
+QStringList differing(QStringList const &names, QString const &from, QString const &to)
+{
+    QStringList out;
+    for (QString const &name : names)
+        if (readFile(from + name) != readFile(to + name))
+            out.append(name);
+    return out;
+}
+
+// A copy of the game of the test data, opened as an engine would: characters
+// are folders, stages are definition files.
+struct Game
+{
+    explicit Game(QString const &data)
+    {
+        copied = KenroTest::copyTree(data + u"/game"_s, base.chopped(1));
+    }
+    void open()
+    {
+        root = std::make_unique<TestParentProject>(base, FileSystemArchive::instance());
+        root->testEngine = &engine;
+        root->addPath(u"chars"_s, ParentProject::ProjectDirectories);
+        root->addPath(u"stages"_s, ParentProject::ProjectFiles, {u"*.def"_s});
+    }
+    TestProject *character(QString const &name, ParentProject *parent = nullptr)
+    {
+        QString const main = base + u"chars/"_s + name;
+        return ::open(parent ? *parent : *root, main, definitionFiles(main));
+    }
+    QTemporaryDir dir;
+    QString base = dir.path() + u"/game/"_s;
+    bool copied = false;
+    KenroTest::TestInterface host;
+    KenroTest::TestEngine engine;
+    std::unique_ptr<TestParentProject> root;
 };
 
 } // namespace
@@ -149,512 +141,183 @@ class TestParentProjects : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void pathsAndModel()
+    void projectTree()
     {
         KenroTest::TestInterface host;
         KenroTest::MemoryArchive archive;
-        archive.files.insert(QStringLiteral("/root/stages/a.def"), "a");
-        archive.files.insert(QStringLiteral("/root/stages/b.sff"), "b");
-        archive.files.insert(QStringLiteral("/root/chars/x/x.def"), "x");
-        TestParentProject parent(QStringLiteral("/root/"), archive);
-        QAbstractItemModelTester tester(&parent,
-                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QCOMPARE(parent.basePath(), QStringLiteral("/root/"));
-        QVERIFY(parent.addPath(QString(), 1) == nullptr);
-
-        auto *stages = parent.addPath(QStringLiteral("/stages/"), ParentProject::ProjectFiles,
-                                      {QStringLiteral("*.def")});
-        QVERIFY(stages && stages->isDirectory() && !stages->isProject());
-        QCOMPARE(stages->fullPath(), QStringLiteral("/root/stages/"));
-        QModelIndex const stagesIndex = childIndex(parent, QModelIndex(), QStringLiteral("stages"));
-        QCOMPARE(childNames(parent, stagesIndex), QStringList{QStringLiteral("a.def")});
-        ParentProject::Path *stage = parent.itemPath(parent.index(0, 0, stagesIndex));
-        QVERIFY(stage->isProject() && !stage->isDirectory() && !stage->isFile());
-        QCOMPARE(stage->fileType(), 0);
-        QCOMPARE(stage->fullPath(), QStringLiteral("/root/stages/a.def")); // no trailing "/"
-
-        // Filters that pass nothing give no children; components made on the
-        // way share the flags.
-        auto *deep = parent.addPath(QStringLiteral("chars/x"), ParentProject::ProjectFiles,
-                                    {QStringLiteral("*.none")});
-        QVERIFY(deep);
-        QModelIndex const chars = childIndex(parent, QModelIndex(), QStringLiteral("chars"));
-        QCOMPARE(childNames(parent, chars), QStringList{QStringLiteral("x")});
-        QCOMPARE(parent.rowCount(parent.index(0, 0, chars)), 0);
-        QCOMPARE(parent.filePath(QStringLiteral("/root/chars/x/")), deep);
-        QCOMPARE(parent.filePath(QStringLiteral("/root/")), parent.itemPath(QModelIndex()));
-        QVERIFY(!parent.filePath(QStringLiteral("/elsewhere/chars/")));
-        QVERIFY(!parent.filePath(QStringLiteral("/root/chars/y/")));
-
-        // Roles: names for display and tips, icons by kind from the host.
-        QCOMPARE(stagesIndex.data(Qt::ToolTipRole).toString(), QStringLiteral("stages"));
-        host.iconRequests.clear();
-        stagesIndex.data(Qt::DecorationRole);
-        QCOMPARE(host.iconRequests, QStringList{QStringLiteral("icon_folder")});
-        QVERIFY(!stagesIndex.data(Qt::EditRole).isValid());
-
-        parent.removePath(QStringLiteral("/root/chars/x"));
-        QCOMPARE(parent.rowCount(chars), 0);
-        parent.removePath(QStringLiteral("chars/missing")); // nothing there, nothing done
-        parent.removePath(QStringLiteral("chars"));
-        QCOMPARE(childNames(parent, QModelIndex()), QStringList{QStringLiteral("stages")});
-    }
-
-    void projectSubtreesAndIcons()
-    {
-        KenroTest::TestInterface host;
-        KenroTest::MemoryArchive archive;
-        TestParentProject parent(QStringLiteral("/root/"), archive);
-        QAbstractItemModelTester tester(&parent,
-                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
-        auto *main = new KenroTest::TextFile;
-        main->name = QStringLiteral("/root/chars/hero/hero.def");
-        auto *project = new KenroTest::TestProject(&parent, 0, main, true);
-        project->entries = {{Project::Animations, QStringLiteral("/hero.air")},
-                            {Project::Scripts, QStringLiteral("/states/a.cns")},
-                            {Project::Scripts, QStringLiteral("/states/b.cns")},
-                            {Project::Sprites, QStringLiteral("/art/hero.sff")}};
-        project->addToParent();
-        QCOMPARE(parent.refCount(), 1u);
-        QCOMPARE(parent.openedProjects(), QList<Project *>{project});
-
-        QModelIndex const hero =
-            childIndex(parent, childIndex(parent, QModelIndex(), QStringLiteral("chars")),
-                       QStringLiteral("hero"));
-        QVERIFY(hero.isValid());
-        QCOMPARE(childNames(parent, hero),
-                 (QStringList{QStringLiteral("hero.def"), QStringLiteral("hero.air"),
-                              QStringLiteral("states"), QStringLiteral("art")}));
-        QModelIndex const states = childIndex(parent, hero, QStringLiteral("states"));
-        QCOMPARE(childNames(parent, states),
-                 (QStringList{QStringLiteral("a.cns"), QStringLiteral("b.cns")}));
-        ParentProject::Path *air =
-            parent.itemPath(childIndex(parent, hero, QStringLiteral("hero.air")));
-        QVERIFY(air->isFile() && !air->isProject());
-        QCOMPARE(air->fileType(), int(Project::Animations));
-        QCOMPARE(air->fullPath(), QStringLiteral("/root/chars/hero/hero.air"));
-
-        host.iconRequests.clear();
         for (QString const &name :
-             {QStringLiteral("hero.def"), QStringLiteral("hero.air"), QStringLiteral("art")})
-            childIndex(parent, hero, name).data(Qt::DecorationRole);
-        childIndex(parent, childIndex(parent, hero, QStringLiteral("art")),
-                   QStringLiteral("hero.sff"))
-            .data(Qt::DecorationRole);
-        QCOMPARE(host.iconRequests,
-                 (QStringList{QStringLiteral("icon_code"), QStringLiteral("icon_animation"),
-                              QStringLiteral("icon_folder"), QStringLiteral("icon_sprite")}));
-
-        // The tree follows the file list: moved, dropped and new entries.
-        QPersistentModelIndex const kept = childIndex(parent, hero, QStringLiteral("hero.air"));
-        project->entries = {{Project::Sprites, QStringLiteral("/art/hero.sff")},
-                            {Project::Animations, QStringLiteral("/hero.air")},
-                            {Project::Sounds, QStringLiteral("/hero.snd")}};
-        project->fileHierarchyChanged();
-        QCOMPARE(childNames(parent, hero),
-                 (QStringList{QStringLiteral("hero.def"), QStringLiteral("art"),
-                              QStringLiteral("hero.air"), QStringLiteral("hero.snd")}));
-        QVERIFY(kept.isValid());
-        QCOMPARE(kept.data().toString(), QStringLiteral("hero.air"));
-
-        // The first project node answers for what lies outside any project;
-        // a project node gives its first child that is a project itself.
-        QCOMPARE(parent.projectForFile(nullptr),
-                 parent.itemPath(childIndex(parent, hero, QStringLiteral("hero.def"))));
-        QCOMPARE(parent.projectForFile(parent.itemPath(kept)), parent.projectForFile(nullptr));
-
-        QSignalSpy closed(&parent, &ParentProject::fileClosed);
-        project->release();
-        delete project;
-        QCOMPARE(closed.count(), 1); // the main file
-        QCOMPARE(parent.rowCount(childIndex(parent, QModelIndex(), QStringLiteral("chars"))), 0);
-        QCOMPARE(parent.refCount(), 0u);
-        QCOMPARE(parent.disposed, 1);
-        QVERIFY(parent.projectForFile(nullptr) == nullptr);
-    }
-
-    void sharedFoldersOutliveTheirProjects()
-    {
-        KenroTest::TestInterface host;
-        KenroTest::MemoryArchive archive;
-        for (QString const &name : {QStringLiteral("stages/a.def"), QStringLiteral("stages/a.sff"),
-                                    QStringLiteral("stages/b.def"), QStringLiteral("stages/b.sff"),
-                                    QStringLiteral("chars/x/x.def")})
-            archive.files.insert(QStringLiteral("/root/") + name, "");
-        TestParentProject parent(QStringLiteral("/root/"), archive);
-        QAbstractItemModelTester tester(&parent,
-                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
-        auto *stages = static_cast<ParentProject::DirectoryPath *>(parent.addPath(
-            QStringLiteral("stages"), ParentProject::ProjectFiles, {QStringLiteral("*.def")}));
-        parent.addPath(QStringLiteral("chars"), ParentProject::ProjectDirectories);
-        QModelIndex const stagesIndex = childIndex(parent, QModelIndex(), QStringLiteral("stages"));
-        QModelIndex const charsIndex = childIndex(parent, QModelIndex(), QStringLiteral("chars"));
-        QStringList const scanned{QStringLiteral("a.def"), QStringLiteral("b.def")};
-
-        auto open = [&](QString const &main, QString const &file) {
-            auto *definition = new KenroTest::TextFile;
-            definition->name = QStringLiteral("/root/") + main;
-            auto *project = new KenroTest::TestProject(&parent, 0, definition, true);
-            if (!file.isEmpty())
-                project->entries = {{Project::Sprites, file}};
-            project->addToParent();
-            return project;
-        };
-        auto close = [](KenroTest::TestProject *project) {
-            project->release();
-            delete project;
-        };
-
+             u"stages/a.def stages/a.sff stages/b.def chars/x/x.def"_s.split(u' '))
+            archive.files.insert(u"/root/"_s + name, "");
+        TestParentProject parent(u"/root/"_s, archive);
+        Tester tester(&parent, reportToQtTest);
+        QVERIFY(!parent.addPath(QString(), 1));
+        auto *stages = static_cast<ParentProject::DirectoryPath *>(
+            parent.addPath(u"/stages/"_s, ParentProject::ProjectFiles, {u"*.def"_s}));
+        parent.addPath(u"chars"_s, ParentProject::ProjectDirectories);
+        ParentProject::Path *stage = parent.itemPath(indexAt(parent, u"stages/a.def"_s));
+        QVERIFY(stages->isDirectory() && !stages->isProject() && stage->isProject() &&
+                !stage->isDirectory() && !stage->isFile());
+        QCOMPARE(stages->fullPath() + u' ' + stage->fullPath(),
+                 "/root/stages/ /root/stages/a.def"_L1);
+        QVERIFY(parent.filePath(u"/root/"_s) == parent.itemPath(QModelIndex()) &&
+                !parent.filePath(u"/elsewhere/chars/"_s) && !parent.filePath(u"/root/chars/y/"_s));
         // Two projects of one scanned folder: its entries stay, each adds its files.
-        KenroTest::TestProject *a = open(QStringLiteral("stages/a.def"), QStringLiteral("/a.sff"));
-        KenroTest::TestProject *b = open(QStringLiteral("stages/b.def"), QStringLiteral("/b.sff"));
-        QStringList const both{QStringLiteral("a.def"), QStringLiteral("b.def"),
-                               QStringLiteral("a.sff"), QStringLiteral("b.sff")};
-        QCOMPARE(childNames(parent, stagesIndex), both);
-        QVERIFY(parent.itemPath(parent.index(0, 0, stagesIndex))->isProject());
-        QCOMPARE(parent.filePath(QStringLiteral("/root/stages/b.sff"))->fileType(),
-                 int(Project::Sprites));
+        TestProject *a = open(parent, u"/root/stages/a.def"_s, {{Project::Sprites, u"/a.sff"_s}});
+        TestProject *b = open(parent, u"/root/stages/b.def"_s, {{Project::Sprites, u"/b.sff"_s}});
         stages->scan(); // as when the folder changes on disk
-        QCOMPARE(childNames(parent, stagesIndex), both);
+        QCOMPARE(rowNames(parent, u"stages"_s), "a.def b.def a.sff b.sff"_L1);
+        QCOMPARE(parent.filePath(u"/root/stages/b.sff"_s)->fileType(), int(Project::Sprites));
         close(a);
-        QCOMPARE(childNames(parent, stagesIndex),
-                 (QStringList{QStringLiteral("a.def"), QStringLiteral("b.def"),
-                              QStringLiteral("b.sff")}));
+        QCOMPARE(rowNames(parent, u"stages"_s), "a.def b.def b.sff"_L1);
         b->entries.clear();
         b->fileHierarchyChanged();
-        QCOMPARE(childNames(parent, stagesIndex), scanned);
+        QCOMPARE(rowNames(parent, u"stages"_s), "a.def b.def"_L1);
         close(b);
-        QCOMPARE(childNames(parent, stagesIndex), scanned);
-
-        // A scanned project folder stays when its project closes, without its files.
-        KenroTest::TestProject *x = open(QStringLiteral("chars/x/x.def"), QStringLiteral("/x.air"));
-        QModelIndex const xIndex = childIndex(parent, charsIndex, QStringLiteral("x"));
-        QCOMPARE(childNames(parent, xIndex),
-                 (QStringList{QStringLiteral("x.def"), QStringLiteral("x.air")}));
+        TestProject *x = open(parent, u"/root/chars/x/x.def"_s,
+                              {{Project::Animations, u"/x.air"_s},
+                               {Project::Scripts, u"/states/a.cns"_s},
+                               {Project::Scripts, u"/states/b.cns"_s},
+                               {Project::Sprites, u"/art/x.sff"_s}});
+        QCOMPARE(parent.openedProjects(), QList<Project *>{x});
+        QCOMPARE(rowNames(parent, u"chars/x"_s) + u'|' + rowNames(parent, u"chars/x/states"_s),
+                 "x.def x.air states art|a.cns b.cns"_L1);
+        ParentProject::Path *air = parent.itemPath(indexAt(parent, u"chars/x/x.air"_s));
+        QVERIFY(air->isFile() && !air->isProject() && air->fileType() == Project::Animations);
+        QCOMPARE(air->fullPath(), u"/root/chars/x/x.air"_s);
+        host.iconRequests.clear();
+        for (QString const &name : u"x.def x.air art art/x.sff"_s.split(u' '))
+            indexAt(parent, u"chars/x/"_s + name).data(Qt::DecorationRole);
+        QCOMPARE(host.iconRequests.join(u' '),
+                 "icon_code icon_animation icon_folder icon_sprite"_L1);
+        // The tree follows the file list: moved, dropped and new entries.
+        QPersistentModelIndex const kept = indexAt(parent, u"chars/x/x.air"_s);
+        x->entries = {{Project::Sprites, u"/art/x.sff"_s},
+                      {Project::Animations, u"/x.air"_s},
+                      {Project::Sounds, u"/x.snd"_s}};
+        x->fileHierarchyChanged();
+        QCOMPARE(rowNames(parent, u"chars/x"_s), "x.def art x.air x.snd"_L1);
+        QCOMPARE(kept.data().toString(), u"x.air"_s);
+        QSignalSpy closed(&parent, &ParentProject::fileClosed);
         close(x);
-        QCOMPARE(childNames(parent, charsIndex), QStringList{QStringLiteral("x")});
-        QCOMPARE(parent.rowCount(childIndex(parent, charsIndex, QStringLiteral("x"))), 0);
-        QCOMPARE(parent.disposed, 2);
-    }
-
-    void loneProjectRootAndGameMarker()
-    {
-        KenroTest::MemoryArchive archive;
-        archive.files.insert(QStringLiteral("/game/data/system.def"), "");
-        KenroTest::TestEngine engine;
-        TestParentProject game(QStringLiteral("/game/"), archive);
-        QVERIFY(!game.isGame()); // no engine
-        game.testEngine = &engine;
-        QVERIFY(game.isGame());
-        TestParentProject lone(QStringLiteral("/game/chars/"), archive);
-        lone.testEngine = &engine;
-        QVERIFY(!lone.isGame());
-
-        // A project whose folder is the root itself hangs its files on the root.
-        auto *main = new KenroTest::TextFile;
-        main->name = QStringLiteral("/game/chars/hero.def");
-        KenroTest::TestProject project(&lone, 0, main, true);
-        project.entries = {{Project::Animations, QStringLiteral("/hero.air")}};
-        project.addToParent();
-        QCOMPARE(childNames(lone, QModelIndex()),
-                 (QStringList{QStringLiteral("hero.def"), QStringLiteral("hero.air")}));
-        project.release();
-        QCOMPARE(lone.disposed, 1);
-    }
-
-    void saveWritesModifiedFiles()
-    {
-        KenroTest::TestInterface host;
-        KenroTest::MemoryArchive archive;
-        archive.files.insert(QStringLiteral("/root/p/p.def"), "old");
-        archive.files.insert(QStringLiteral("/root/p/p.air"), "old");
-        TestParentProject parent(QStringLiteral("/root/"), archive);
-        auto *main = new KenroTest::TextFile;
-        main->fromFile(archive, QStringLiteral("/root/p/p.def"), 0, nullptr);
-        KenroTest::TestProject project(&parent, 0, main, true);
-        project.addToParent();
-        auto *air = new AsyncFile;
-        air->fromFile(archive, QStringLiteral("/root/p/p.air"), 0, nullptr);
-        project.addFile(air, Project::Animations);
-        auto *gone = new KenroTest::TextFile; // its file is not in the archive
-        gone->name = QStringLiteral("/root/p/gone.cns");
-        gone->modified = true;
-        project.addFile(gone, Project::Scripts);
-
-        main->content = "new";
-        main->modified = true;
-        air->content = "moved";
-        air->modified = true;
-        Jobs jobs;
-        parent.save(&jobs);
-        QCOMPARE(archive.files.value(QStringLiteral("/root/p/p.def")), QByteArray("new"));
-        QCOMPARE(archive.files.value(QStringLiteral("/root/p/p.air")), QByteArray("moved"));
-        QVERIFY(!archive.files.contains(QStringLiteral("/root/p/gone.cns")));
-        QCOMPARE(gone->writes, 0);
-        QCOMPARE(jobs.titles,
-                 (QStringList{QStringLiteral("Saving..."), QStringLiteral("Saving p.air")}));
-        QCOMPARE(jobs.jobs.front()->maximum, 1u);
-        QCOMPARE(jobs.jobs.front()->value, 1u);
-        QCOMPARE(jobs.jobs.back()->detached, 1);
-
-        // Nothing modified, nothing written.
-        int const writes = main->writes;
-        parent.save(nullptr);
-        QCOMPARE(main->writes, writes);
-        project.release();
-    }
-
-    void backupPlaceAndReadOnlyRestore()
-    {
-        KenroTest::TestInterface host;
-        KenroTest::MemoryArchive archive(QStringLiteral("game.zip"));
-        archive.files.insert(QStringLiteral("/root/p/p.def"), "def");
-        TestParentProject parent(QStringLiteral("/root/"), archive);
-        auto *main = new WatchedFile;
-        main->fromFile(archive, QStringLiteral("/root/p/p.def"), 0, nullptr);
-        KenroTest::TestProject project(&parent, 0, main, true);
-        project.addToParent();
-
-        // Backups of a project inside an archive lie beside the archive.
-        QRegularExpression const stamp(
-            QStringLiteral("^/memory/game\\.zip/backup/"
-                           "\\d\\d\\.\\d\\d\\.\\d{4}_\\d+\\.\\d+\\.\\d+_(am|pm)_first$"));
-        QString const place = parent.backupPath(QStringLiteral("first"));
-        QVERIFY2(stamp.match(place).hasMatch(), qPrintable(place));
-        TestParentProject onDisk(QStringLiteral("/disk/game/"), FileSystemArchive::instance());
-        QVERIFY(onDisk.backupPath(QString()).startsWith(QStringLiteral("/disk/game/backup/")));
-
-        // A read-only archive cannot take a backup back: nothing is touched.
-        archive.readOnly = true;
-        QVERIFY(!parent.restoreBackup(QStringLiteral("/first"), nullptr));
-        QVERIFY(main->pauses.isEmpty());
-        QCOMPARE(host.refreshes, 0);
-        QCOMPARE(archive.files.value(QStringLiteral("/root/p/p.def")), QByteArray("def"));
-        project.release();
+        QCOMPARE(closed.count(), 1); // the main file
+        // A scanned project folder stays when its project closes, without its files.
+        QCOMPARE(rowNames(parent, u"chars"_s) + u'|' + rowNames(parent, u"chars/x"_s), "x|"_L1);
+        QCOMPARE(parent.disposed, 2); // each time the last project closes
+        parent.removePath(u"chars/missing"_s); // nothing there, nothing done
+        parent.removePath(u"/root/chars"_s);
+        QCOMPARE(rowNames(parent, QString()), "stages"_L1);
     }
 
     void gameTreeFollowsTheDisk()
     {
-        KENRO_REQUIRE_TESTDATA(testdata);
-        KenroTest::TestInterface host;
-        QTemporaryDir copy;
-        QString const base = copy.path() + QStringLiteral("/game/");
-        QVERIFY(
-            copyTree(testdata + QStringLiteral("/game"), copy.path() + QStringLiteral("/game")));
-        KenroTest::TestEngine engine;
-        GameRoot game(base, FileSystemArchive::instance(), &engine);
-        QAbstractItemModelTester tester(&game,
-                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QVERIFY(game.isGame());
-        QModelIndex const chars = childIndex(game, QModelIndex(), QStringLiteral("chars"));
-        QModelIndex const stages = childIndex(game, QModelIndex(), QStringLiteral("stages"));
-        QCOMPARE(childNames(game, chars),
-                 (QStringList{QStringLiteral("kfm"), QStringLiteral("training")}));
-        QCOMPARE(childNames(game, stages),
-                 (QStringList{QStringLiteral("kfm.def"), QStringLiteral("stage0.def")}));
-        QVERIFY(game.itemPath(game.index(0, 0, chars))->isProject());
-
+        KENRO_REQUIRE_TESTDATA(data);
+        Game game(data);
+        QVERIFY(game.copied);
+        game.open();
+        TestParentProject &root = *game.root;
+        Tester tester(&root, reportToQtTest);
+        QVERIFY(root.isGame());
+        QCOMPARE(rowNames(root, u"chars"_s) + u'|' + rowNames(root, u"stages"_s),
+                 "kfm training|kfm.def stage0.def"_L1);
+        QVERIFY(root.itemPath(indexAt(root, u"chars/kfm"_s))->isProject());
         // Folders and files that come and go on disk come and go in the tree.
-        QVERIFY(QDir().mkpath(base + QStringLiteral("chars/newcomer")));
-        QTRY_COMPARE(childNames(game, chars),
-                     (QStringList{QStringLiteral("kfm"), QStringLiteral("newcomer"),
-                                  QStringLiteral("training")}));
-        QVERIFY(KenroTest::writeFile(base + QStringLiteral("stages/arena.def"), "[Info]\n"));
-        QVERIFY(KenroTest::writeFile(base + QStringLiteral("stages/arena.sff"), "x"));
-        QTRY_COMPARE(childNames(game, stages),
-                     (QStringList{QStringLiteral("arena.def"), QStringLiteral("kfm.def"),
-                                  QStringLiteral("stage0.def")}));
-        QVERIFY(QDir(base + QStringLiteral("chars/newcomer")).removeRecursively());
-        QVERIFY(QFile::remove(base + QStringLiteral("stages/kfm.def")));
-        QTRY_COMPARE(childNames(game, chars),
-                     (QStringList{QStringLiteral("kfm"), QStringLiteral("training")}));
-        QTRY_COMPARE(childNames(game, stages),
-                     (QStringList{QStringLiteral("arena.def"), QStringLiteral("stage0.def")}));
-
-        // An open character shows its files under its folder.
-        auto *kfm = new DefProject(&game, base + QStringLiteral("chars/kfm/kfm.def"));
-        QModelIndex const kfmIndex = childIndex(game, chars, QStringLiteral("kfm"));
-        QStringList const files = childNames(game, kfmIndex);
-        QCOMPARE(files.first(), QStringLiteral("kfm.def"));
-        for (QString const &name :
-             {QStringLiteral("kfm.cmd"), QStringLiteral("kfm.cns"), QStringLiteral("kfm.sff"),
-              QStringLiteral("kfm.air"), QStringLiteral("kfm.snd"), QStringLiteral("kfm.ai")})
-            QVERIFY2(files.contains(name), qPrintable(name));
-        QCOMPARE(files.count(QStringLiteral("kfm.cns")), 1); // listed twice, shown once
-        QCOMPARE(game.filePath(base + QStringLiteral("chars/kfm/kfm.air"))->fileType(),
+        QVERIFY(QDir().mkpath(game.base + u"chars/newcomer"_s));
+        QVERIFY(KenroTest::writeFile(game.base + u"stages/arena.def"_s, "[Info]\n"));
+        QVERIFY(KenroTest::writeFile(game.base + u"stages/arena.sff"_s, "x"));
+        QTRY_COMPARE(rowNames(root, u"chars"_s), "kfm newcomer training"_L1);
+        QTRY_COMPARE(rowNames(root, u"stages"_s), "arena.def kfm.def stage0.def"_L1);
+        QVERIFY(QDir(game.base + u"chars/newcomer"_s).removeRecursively());
+        QVERIFY(QFile::remove(game.base + u"stages/kfm.def"_s));
+        QTRY_COMPARE(rowNames(root, u"chars"_s), "kfm training"_L1);
+        QTRY_COMPARE(rowNames(root, u"stages"_s), "arena.def stage0.def"_L1);
+        // An open character shows its files under its folder, each once.
+        TestProject *kfm = game.character(u"kfm/kfm.def"_s);
+        QCOMPARE(rowNames(root, u"chars/kfm"_s),
+                 "kfm.def kfm.cmd kfm.cns kfm.sff kfm.air kfm.snd kfm.ai"_L1);
+        QCOMPARE(root.filePath(game.base + u"chars/kfm/kfm.air"_s)->fileType(),
                  int(Project::Animations));
-        kfm->close();
-        QCOMPARE(game.disposed, 1);
+        close(kfm);
+        QCOMPARE(root.disposed, 1);
     }
 
-    void backupAndRestoreAsATree()
+    void backupAndRestore()
     {
-        KENRO_REQUIRE_TESTDATA(testdata);
-        KenroTest::TestInterface host;
-        QTemporaryDir copy;
-        QString const base = copy.path() + QStringLiteral("/game/");
-        QVERIFY(
-            copyTree(testdata + QStringLiteral("/game"), copy.path() + QStringLiteral("/game")));
-        KenroTest::TestEngine engine;
-        GameRoot game(base, FileSystemArchive::instance(), &engine);
-        auto *kfm = new DefProject(&game, base + QStringLiteral("chars/kfm/kfm.def"));
-        auto *training =
-            new DefProject(&game, base + QStringLiteral("chars/training/Training.def"));
-        WatchedFile *watched = static_cast<WatchedFile *>(DefProject::main);
-
-        QVERIFY(ExtensionManager::byFormat(Extension::ArchiveFormat, "ZIP").isEmpty());
-        Jobs jobs;
-        QVERIFY(game.backup(QStringLiteral("before"), jobs.newJob(QString(), 0)));
-        QCOMPARE(jobs.jobs.front()->maximum, 2u);
-        QString const stamp = onlyEntry(base + QStringLiteral("backup"));
-        QVERIFY(stamp.endsWith(QStringLiteral("_before")));
-        QVERIFY(QRegularExpression(
-                    QStringLiteral("^\\d\\d\\.\\d\\d\\.\\d{4}_\\d+\\.\\d+\\.\\d+_(am|pm)_before$"))
-                    .match(stamp)
-                    .hasMatch());
-        QString const backupRoot = base + QStringLiteral("backup/") + stamp + QLatin1Char('/');
-        for (DefProject *project : {kfm, training}) {
-            QString const folder = QStringLiteral("chars/") +
-                QFileInfo(project->fileName()).dir().dirName() + QLatin1Char('/');
-            for (QString const &name : project->relativeFiles())
-                QCOMPARE(KenroTest::readFile(backupRoot + folder + name),
-                         KenroTest::readFile(testdata + QStringLiteral("/game/") + folder + name));
+        KENRO_REQUIRE_TESTDATA(data);
+        for (bool const zip : {false, true}) {
+            Game game(data);
+            std::unique_ptr<ExtensionManager> extensions;
+            if (zip)
+                extensions = std::make_unique<ExtensionManager>(QStringLiteral(KENRO_PLUGIN_DIR));
+            QCOMPARE(ExtensionManager::byFormat(Extension::ArchiveFormat, "ZIP").size(),
+                     zip ? 1 : 0);
+            game.open();
+            TestProject *kfm = game.character(u"kfm/kfm.def"_s);
+            TestProject *training = game.character(u"training/Training.def"_s);
+            KenroTest::TestJobs jobs;
+            QVERIFY(game.root->backup(u"before"_s, jobs.newJob(QString(), 0)));
+            QCOMPARE(jobs.jobs.front()->value, 2u);
+            QStringList const made =
+                QDir(game.base + u"backup"_s).entryList(QDir::AllEntries | QDir::NoDotAndDotDot);
+            QCOMPARE(made.size(), 1); // no plain tree beside a ZIP
+            QString const stamp = made.first().chopped(zip ? 4 : 0);
+            QVERIFY(!zip || made.first().endsWith(".zip"_L1));
+            QRegularExpression const stamped(
+                u"^\\d\\d\\.\\d\\d\\.\\d{4}_\\d+\\.\\d+\\.\\d+_(am|pm)_before$"_s);
+            QVERIFY2(stamped.match(stamp).hasMatch(), qPrintable(stamp));
+            QStringList const names = filesOf(kfm, game.base) + filesOf(training, game.base);
+            QVERIFY(names.size() >= 14);
+            for (QString const &name : names)
+                QVERIFY(KenroTest::writeFile(game.base + name, "damaged"));
+            QVERIFY(game.root->restoreBackup(u'/' + stamp, nullptr));
+            QCOMPARE(differing(names, game.base, data + u"/game/"_s), QStringList());
+            // The watch was paused over the copy and resumed after it.
+            QCOMPARE(static_cast<WatchedFile *>(training->mainFile())->pauses, u"pr"_s);
+            QCOMPARE(game.host.refreshes, 1);
+            close(kfm);
+            close(training);
         }
-
-        // Damage the game, then restore.
-        QVERIFY(KenroTest::writeFile(base + QStringLiteral("chars/kfm/kfm.air"), "ruined"));
-        QVERIFY(QFile::remove(base + QStringLiteral("chars/training/Training.cmd")));
-        QVERIFY(game.restoreBackup(QLatin1Char('/') + stamp, nullptr));
-        for (DefProject *project : {kfm, training}) {
-            QString const folder = QStringLiteral("chars/") +
-                QFileInfo(project->fileName()).dir().dirName() + QLatin1Char('/');
-            for (QString const &name : project->relativeFiles())
-                QCOMPARE(KenroTest::readFile(base + folder + name),
-                         KenroTest::readFile(testdata + QStringLiteral("/game/") + folder + name));
-        }
-        QCOMPARE(watched->pauses, (QList<bool>{true, false}));
-        QCOMPARE(host.refreshes, 1);
-        // A name without its leading "/" is glued onto the folder of backups.
-        QVERIFY(game.restoreBackup(stamp, nullptr));
-        kfm->close();
-        training->close();
-    }
-
-    void backupAndRestoreThroughTheZipPlugin()
-    {
-        KENRO_REQUIRE_TESTDATA(testdata);
-        KenroTest::TestInterface host;
-        QTemporaryDir copy;
-        QString const base = copy.path() + QStringLiteral("/game/");
-        QVERIFY(
-            copyTree(testdata + QStringLiteral("/game"), copy.path() + QStringLiteral("/game")));
-        ExtensionManager extensions(QStringLiteral(KENRO_PLUGIN_DIR));
-        QCOMPARE(ExtensionManager::byFormat(Extension::ArchiveFormat, "ZIP").size(), 1);
-        KenroTest::TestEngine engine;
-        GameRoot game(base, FileSystemArchive::instance(), &engine);
-        auto *kfm = new DefProject(&game, base + QStringLiteral("chars/kfm/kfm.def"));
-        auto *training =
-            new DefProject(&game, base + QStringLiteral("chars/training/Training.def"));
-        WatchedFile *watched = static_cast<WatchedFile *>(DefProject::main);
-
-        QVERIFY(game.backup(QStringLiteral("zipped"), nullptr));
-        QString const stamp = onlyEntry(base + QStringLiteral("backup"));
-        QVERIFY(stamp.endsWith(QStringLiteral("_zipped.zip"))); // no plain tree beside it
-        QString const name = QLatin1Char('/') + stamp.chopped(4);
-
-        // Damage every project file, then restore from the ZIP.
-        QStringList names;
-        for (DefProject *project : {kfm, training}) {
-            QString const folder = QStringLiteral("chars/") +
-                QFileInfo(project->fileName()).dir().dirName() + QLatin1Char('/');
-            for (QString const &file : project->relativeFiles()) {
-                names.append(folder + file);
-                QVERIFY(KenroTest::writeFile(base + folder + file, "damaged"));
-            }
-        }
-        QVERIFY(game.restoreBackup(name, nullptr));
-        for (QString const &file : std::as_const(names))
-            QCOMPARE(KenroTest::readFile(base + file),
-                     KenroTest::readFile(testdata + QStringLiteral("/game/") + file));
-        // The watch was paused over the copy and resumed after it.
-        QCOMPARE(watched->pauses, (QList<bool>{true, false}));
-        QCOMPARE(host.refreshes, 1);
-        kfm->close();
-        training->close();
     }
 
     void saveAsLoneProjectAndGame()
     {
-        KENRO_REQUIRE_TESTDATA(testdata);
-        KenroTest::TestInterface host;
-        QTemporaryDir copy;
-        QString const source = testdata + QStringLiteral("/game/");
-        QVERIFY(
-            copyTree(testdata + QStringLiteral("/game"), copy.path() + QStringLiteral("/game")));
-        QString const base = copy.path() + QStringLiteral("/game/");
-        KenroTest::TestEngine engine;
-
-        // A lone character: saved as a new definition in a new folder.
+        KENRO_REQUIRE_TESTDATA(data);
+        Game game(data);
+        QString const source = data + u"/game/"_s;
+        // A lone character: saved as a new definition in a new folder, where it opens again.
         {
-            TestParentProject lone(base + QStringLiteral("chars/kfm/"),
-                                   FileSystemArchive::instance());
-            lone.testEngine = &engine;
-            auto *kfm = new DefProject(&lone, base + QStringLiteral("chars/kfm/kfm.def"));
-            QStringList const loneFiles = kfm->relativeFiles();
+            TestParentProject lone(game.base + u"chars/kfm/"_s, FileSystemArchive::instance());
+            lone.testEngine = &game.engine;
+            TestProject *kfm = game.character(u"kfm/kfm.def"_s, &lone);
             QVERIFY(!lone.isGame());
-            QString const target = copy.path() + QStringLiteral("/lone/kfm.def");
-            QVERIFY(QDir().mkpath(copy.path() + QStringLiteral("/lone")));
+            QString const target = game.dir.path() + u"/lone/kfm.def"_s;
+            QVERIFY(QDir().mkpath(game.dir.path() + u"/lone"_s));
             lone.saveAs(target, nullptr);
-            QCOMPARE(lone.basePath(), copy.path() + QStringLiteral("/lone/"));
-            for (QString const &name : kfm->relativeFiles())
-                QCOMPARE(KenroTest::readFile(copy.path() + QStringLiteral("/lone/") + name),
-                         KenroTest::readFile(source + QStringLiteral("chars/kfm/") + name));
+            QCOMPARE(lone.basePath(), game.dir.path() + u"/lone/"_s);
             QCOMPARE(kfm->fileName(), target);
-            kfm->close();
-
-            // It opens again from its new place.
-            TestParentProject again(copy.path() + QStringLiteral("/lone/"),
-                                    FileSystemArchive::instance());
-            auto *reopened = new DefProject(&again, target);
-            QCOMPARE(reopened->relativeFiles(), loneFiles);
-            QVERIFY(loneFiles.size() >= 7);
-            reopened->close();
+            QVERIFY(kfm->entries.size() >= 6);
+            QCOMPARE(definitionFiles(target), kfm->entries);
+            QCOMPARE(differing(filesOf(kfm, game.dir.path() + u"/lone/"_s),
+                               game.dir.path() + u"/lone/"_s, source + u"chars/kfm/"_s),
+                     QStringList());
+            close(kfm);
         }
-
         // The whole game: open and closed projects, copied into a new folder.
-        GameRoot game(base, FileSystemArchive::instance(), &engine);
-        auto *kfm = new DefProject(&game, base + QStringLiteral("chars/kfm/kfm.def"));
-        QStringList trainingFiles;
-        QDirIterator it(base + QStringLiteral("chars/training"), QDir::Files);
-        while (it.hasNext())
-            trainingFiles.append(QStringLiteral("chars/training/") +
-                                 QFileInfo(it.next()).fileName());
-        game.projectFileLists.insert(QStringLiteral("chars/training/"), trainingFiles);
-        game.projectFileLists.insert(
-            QStringLiteral("stages/stage0.def"),
-            {QStringLiteral("stages/stage0.def"), QStringLiteral("stages/stage0.sff")});
-        QString const target = copy.path() + QStringLiteral("/saved/");
-        Jobs jobs;
-        game.saveAs(target, jobs.newJob(QString(), 0));
-        QCOMPARE(game.basePath(), target);
-        QCOMPARE(jobs.jobs.front()->maximum, unsigned(trainingFiles.size() + 2 + 1));
-        QCOMPARE(jobs.jobs.front()->value, jobs.jobs.front()->maximum);
-        QStringList expected = trainingFiles;
-        expected << QStringLiteral("stages/stage0.def") << QStringLiteral("stages/stage0.sff");
-        for (QString const &name : kfm->relativeFiles())
-            expected << QStringLiteral("chars/kfm/") + name;
-        for (QString const &name : std::as_const(expected))
-            QCOMPARE(KenroTest::readFile(target + name), KenroTest::readFile(source + name));
-        kfm->close();
-
-        GameRoot reopened(target, FileSystemArchive::instance(), &engine);
-        QModelIndex const chars = childIndex(reopened, QModelIndex(), QStringLiteral("chars"));
-        QCOMPARE(childNames(reopened, chars),
-                 (QStringList{QStringLiteral("kfm"), QStringLiteral("training")}));
-        auto *again = new DefProject(&reopened, target + QStringLiteral("chars/kfm/kfm.def"));
-        QCOMPARE(childNames(reopened, childIndex(reopened, chars, QStringLiteral("kfm"))).size(),
-                 again->relativeFiles().size());
-        again->close();
+        game.open();
+        TestProject *kfm = game.character(u"kfm/kfm.def"_s);
+        QStringList training;
+        for (QDirIterator it(game.base + u"chars/training"_s, QDir::Files); it.hasNext();)
+            training.append(u"chars/training/"_s + QFileInfo(it.next()).fileName());
+        game.root->projectFileLists.insert(u"chars/training/"_s, training);
+        QStringList const stage{u"stages/stage0.def"_s, u"stages/stage0.sff"_s};
+        game.root->projectFileLists.insert(u"stages/stage0.def"_s, stage);
+        QString const target = game.dir.path() + u"/saved/"_s;
+        QStringList const files = training + stage + filesOf(kfm, game.base);
+        KenroTest::TestJobs jobs;
+        game.root->saveAs(target, jobs.newJob(QString(), 0));
+        QCOMPARE(game.root->basePath(), target);
+        QCOMPARE(jobs.jobs.front()->value, unsigned(training.size() + stage.size() + 1));
+        QCOMPARE(differing(files, target, source), QStringList());
+        close(kfm);
     }
 };
 

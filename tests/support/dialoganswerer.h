@@ -1,52 +1,96 @@
 #pragma once
 
+#include <QAbstractButton>
+#include <QApplication>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QMessageBox>
-#include <QObject>
-#include <QStringList>
+#include <QPushButton>
 #include <QTimer>
 
 namespace KenroTest {
 
-/**
- * Answers every modal dialog that appears while it lives, so that no test can
- * block on one. Message boxes are answered with `answer` when they offer it,
- * else with their escape or default button. File dialogs (Qt's own, as on the
- * offscreen platform) take the next entry of `files` and are rejected when
- * none is left; any other dialog is rejected. What was shown is recorded.
- */
+// Answers every modal dialog shown while it lives, so that no test blocks: a
+// message box with `answer` if offered (else its escape or default button), a
+// file dialog with the next paths of `files`; the rest are rejected. All that
+// was shown is in `seen`.
 class DialogAnswerer : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit DialogAnswerer(QMessageBox::StandardButton answer = QMessageBox::NoButton,
-                            QObject *parent = nullptr);
+    explicit DialogAnswerer(QMessageBox::StandardButton answer = QMessageBox::NoButton)
+        : answer(answer)
+    {
+        connect(&m_timer, &QTimer::timeout, this, &DialogAnswerer::poll);
+        m_timer.start(10);
+    }
 
     struct Seen
     {
-        QString title;
-        QString text;
+        QString title, text;
         QMessageBox::StandardButtons buttons;
-        /// Of a file dialog: where it started, its filters and its options.
-        bool fileDialog = false;
-        QString directory;
+        QString directory; // of a file dialog
         QStringList nameFilters;
         QFileDialog::Options options;
-        QFileDialog::AcceptMode acceptMode = QFileDialog::AcceptOpen;
     };
 
     QMessageBox::StandardButton answer;
-    /// The answers of file dialogs in turn: the absolute path(s) chosen in
-    /// each. An empty entry cancels that dialog.
     QList<QStringList> files;
     QList<Seen> seen;
 
-    QStringList titles() const;
+    QStringList titles() const
+    {
+        QStringList result;
+        for (Seen const &box : seen)
+            result.append(box.title);
+        return result;
+    }
 
 private:
-    void poll();
-    void answerFileDialog(QFileDialog *dialog);
+    void poll()
+    {
+        QWidget *modal = QApplication::activeModalWidget();
+        // Offscreen windows are not always activated: look for any visible dialog.
+        for (QWidget *widget : QApplication::topLevelWidgets()) {
+            if (!modal && widget->isVisible() && qobject_cast<QDialog *>(widget))
+                modal = widget;
+        }
+        auto *dialog = qobject_cast<QDialog *>(modal);
+        if (!dialog)
+            return;
+        seen.append({dialog->windowTitle(), QString(), {}, QString(), {}, {}});
+        if (auto *box = qobject_cast<QMessageBox *>(dialog)) {
+            seen.last().text = box->text();
+            seen.last().buttons = box->standardButtons();
+            QAbstractButton *button =
+                answer != QMessageBox::NoButton ? box->button(answer) : nullptr;
+            for (QAbstractButton *next : std::initializer_list<QAbstractButton *>{
+                     box->escapeButton(), box->defaultButton(), box->buttons().value(0)})
+                button = button ? button : next;
+            if (button)
+                return button->click();
+        }
+        auto *fileDialog = qobject_cast<QFileDialog *>(dialog);
+        QStringList const chosen =
+            fileDialog && !files.isEmpty() ? files.takeFirst() : QStringList();
+        // The name field is filled directly: selectFile() leaves it alone while it has the focus.
+        auto *nameEdit = dialog->findChild<QLineEdit *>(QStringLiteral("fileNameEdit"));
+        if (fileDialog) {
+            seen.last().directory = fileDialog->directory().absolutePath();
+            seen.last().nameFilters = fileDialog->nameFilters();
+            seen.last().options = fileDialog->options();
+        }
+        if (chosen.isEmpty() || !nameEdit)
+            return dialog->reject();
+        // Several paths are quoted one by one, as a user would type them.
+        nameEdit->setText(chosen.size() == 1 ? chosen.first()
+                                             : u'"' + chosen.join(QStringLiteral("\" \"")) + u'"');
+        dialog->accept(); // QFileDialog's own accept() checks the answer
+        // A dialog that refused the answer (a missing file, say) must not stay open.
+        if (dialog->isVisible() && dialog->result() != QDialog::Accepted)
+            dialog->reject();
+    }
 
     QTimer m_timer;
 };

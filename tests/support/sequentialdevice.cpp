@@ -10,18 +10,14 @@ SequentialDevice::SequentialDevice(QByteArray data, OpenMode extra, qint64 piece
 {
     open(ReadOnly | extra);
 }
-
 qint64 SequentialDevice::bytesAvailable() const
 {
     return m_data.size() - m_offset + QIODevice::bytesAvailable();
 }
-
 qint64 SequentialDevice::readData(char *data, qint64 maxSize)
 {
-    ++reads;
-    qint64 count = std::min<qint64>(maxSize, m_data.size() - m_offset);
-    if (m_piece > 0)
-        count = std::min(count, m_piece);
+    qint64 const count =
+        std::min({maxSize, qint64(m_data.size() - m_offset), m_piece > 0 ? m_piece : maxSize});
     if (count > 0)
         std::memcpy(data, m_data.constData() + m_offset, size_t(count));
     m_offset += count;

@@ -6,21 +6,16 @@
 namespace KenroTest {
 
 /**
- * A read-only device that cannot seek, like a pipe, holding \a data; it
- * counts the reads asked of it. A pipe may give fewer bytes than asked:
- * with a \a piece above 0 no read gives more than that.
+ * A read-only device that cannot seek, like a pipe, holding \a data. A pipe
+ * may give fewer bytes than asked: with a \a piece above 0 no read gives more.
  */
 class SequentialDevice : public QIODevice
 {
 public:
-    /// Opens for reading, with \a extra flags such as Unbuffered.
+    /// Open for reading, with \a extra flags such as Unbuffered.
     explicit SequentialDevice(QByteArray data, OpenMode extra = NotOpen, qint64 piece = 0);
-
     bool isSequential() const override { return true; }
     qint64 bytesAvailable() const override;
-
-    /// How often the device was asked for data.
-    int reads = 0;
 
 protected:
     qint64 readData(char *data, qint64 maxSize) override;

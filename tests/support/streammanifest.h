@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QImage>
 #include <QList>
 #include <QString>
 
@@ -16,13 +17,15 @@ struct StreamEntry
     int height = 0;
     QByteArray pixelsSha1;
     QByteArray paletteSha1; // empty when the file has no palette
+    /// What imageSummary() gives for the image of the stream.
+    QString summary() const;
 };
 
-/**
- * The streams listed in the manifest of the streams folder below the test
- * data folder \a root, in its order; only those of \a format when it is not
- * empty. Empty when the manifest cannot be read.
- */
-QList<StreamEntry> streamManifest(QString const &root, QString const &format = QString());
+/// The streams of the manifest below test data folder \a root, in its order; empty when unreadable.
+QList<StreamEntry> streamManifest(QString const &root);
+/// Size, format and SHA-1 of the pixels of \a image as the manifest sums them: indices, or R, G, B, A.
+QString imageSummary(QImage const &image);
+/// The SHA-1 of the red, green and blue bytes of \a colors, as the manifest sums a palette.
+QByteArray paletteSha1(QList<QRgb> const &colors);
 
 } // namespace KenroTest

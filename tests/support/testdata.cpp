@@ -1,18 +1,14 @@
 #include "testdata.h"
 
-#include <QDir>
 #include <QDirIterator>
-#include <QFile>
-#include <QFileInfo>
+#include <QRandomGenerator>
 
 namespace KenroTest {
 
 QString testDataPath()
 {
     QString const path = qEnvironmentVariable("KENRO_TESTDATA");
-    if (path.isEmpty() || !QDir(path).exists())
-        return QString();
-    return QDir(path).absolutePath();
+    return path.isEmpty() || !QDir(path).exists() ? QString() : QDir(path).absolutePath();
 }
 
 QByteArray readFile(QString const &name)
@@ -30,15 +26,23 @@ bool writeFile(QString const &name, QByteArray const &data)
 
 bool copyTree(QString const &from, QString const &to)
 {
-    QDirIterator it(from, QDir::Files | QDir::NoSymLinks, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        QString const path = it.next();
-        QString const target = to + path.mid(from.length());
+    for (QDirIterator it(from, QDir::Files | QDir::NoSymLinks, QDirIterator::Subdirectories);
+         it.hasNext();) {
+        QString const path = it.next(), target = to + path.mid(from.length());
         if (!QDir().mkpath(QFileInfo(target).absolutePath()) || !QFile::copy(path, target))
             return false;
         QFile::setPermissions(target, QFile::ReadOwner | QFile::WriteOwner);
     }
     return true;
+}
+
+QByteArray noise(qsizetype size, quint32 seed)
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    QRandomGenerator random(seed);
+    for (char &byte : bytes)
+        byte = char(random.bounded(256));
+    return bytes;
 }
 
 } // namespace KenroTest

@@ -1,25 +1,35 @@
 #pragma once
 
-#include <QByteArray>
-#include <QString>
+#include <QTest>
+
+#include <type_traits>
 
 namespace KenroTest {
 
-/**
- * The real-content folder named by KENRO_TESTDATA. Empty when the variable
- * is unset; a set variable that names no folder fails the calling test.
- */
-QString testDataPath();
+QString testDataPath(); // KENRO_TESTDATA's folder; empty when unset or missing
+QByteArray readFile(QString const &name); // "<missing>" when it cannot be read
+bool writeFile(QString const &name, QByteArray const &data); // makes the folder
+bool copyTree(QString const &from, QString const &to); // the copies writable by the owner
+QByteArray noise(qsizetype size, quint32 seed); // the same bytes for the same seed
 
-/// The whole content of file \a name, or "<missing>" when it cannot be read.
-QByteArray readFile(QString const &name);
-/// Writes \a data as file \a name, making its directory; false on failure.
-bool writeFile(QString const &name, QByteArray const &data);
-/**
- * Copies the files below folder \a from to the same places below \a to,
- * writable by the owner whatever they were; false on the first failure.
- */
-bool copyTree(QString const &from, QString const &to);
+/// A cell of a row of test data: C strings become QString, enums int.
+template<typename T>
+auto cell(T const &value)
+{
+    using Plain = std::decay_t<T>;
+    if constexpr (std::is_same_v<Plain, char const *> || std::is_same_v<Plain, char *>)
+        return QString::fromUtf8(value);
+    else if constexpr (std::is_enum_v<T>)
+        return int(value);
+    else
+        return value;
+}
+template<typename... Cells>
+void addRow(char const *tag, Cells const &...cells)
+{
+    QTestData &row = QTest::newRow(tag);
+    ((row << cell(cells)), ...);
+}
 
 } // namespace KenroTest
 

@@ -6,46 +6,64 @@
 
 namespace KenroTest {
 
-/**
- * An engine with nothing of its own: its identifier, its game marker file
- * and its project type names are what the test sets.
- */
+/// An engine with nothing of its own: what it answers is set by the test.
 class TestEngine : public Kenro::Engine
 {
     Q_OBJECT
 
 public:
-    explicit TestEngine(QString const &name = QStringLiteral("testengine"));
+    explicit TestEngine(QString const &name = QStringLiteral("testengine")) : Kenro::Engine(name) {}
 
     QString identifier = QStringLiteral("kenro-test");
-    QString gameMarker = QStringLiteral("data/system.def");
-    QStringList projectTypes{QStringLiteral("Character"), QStringLiteral("Stage")};
-    /// What fileFilters() answers.
     QMap<int, QString> filters{{3, QStringLiteral("*.air")}, {4, QStringLiteral("*.cns")}};
-    /// What createFile() answers; null files without one.
     std::function<Kenro::ProjectFile *(int type, Kenro::Project *project)> fileFactory;
-    /// The arguments of each run(), as "index:arguments".
-    QStringList runs;
 
-    bool run(unsigned int index, Kenro::Project *project, QString const &arguments) override;
-    QString displayName() const override;
-    Kenro::ParentProject *openRoot(QString const &path, Kenro::Archive &archive) override;
-    Kenro::Project *openProject(Kenro::ParentProject *parent, QString const &path) override;
-    Kenro::Project *newProject(Kenro::ParentProject *parent, int type,
-                               QString const &path) override;
-    unsigned int projectTypeCount() const override;
-    QString projectFilter() const override;
-    QStringList singleFileFilters() const override;
-    int fileTypeOf(QString const &path) const override;
-    QString fileTypeName(int type) const override;
-    Kenro::ProjectFile *openFile(QString const &path, int type) override;
-    QIcon icon() const override;
-    QString queryString(StringType type, unsigned int index) const override;
-    QMap<int, QString> fileFilters() const override;
-    Kenro::ProjectFile *createFile(int type, Kenro::Project *project) override;
-
-    // The configuration's members, for checks.
-    using Kenro::EnginePrivate::options;
+    bool run(unsigned int index, Kenro::Project *, QString const &) override
+    {
+        return index < count();
+    }
+    QString displayName() const override { return QStringLiteral("Test engine"); }
+    Kenro::ParentProject *openRoot(QString const &, Kenro::Archive &) override { return nullptr; }
+    Kenro::Project *openProject(Kenro::ParentProject *, QString const &) override
+    {
+        return nullptr;
+    }
+    Kenro::Project *newProject(Kenro::ParentProject *, int, QString const &) override
+    {
+        return nullptr;
+    }
+    unsigned int projectTypeCount() const override { return 2; }
+    QString projectFilter() const override { return QStringLiteral("Definitions (*.def)"); }
+    QStringList singleFileFilters() const override { return {QStringLiteral("Scripts (*.cns)")}; }
+    int fileTypeOf(QString const &path) const override
+    {
+        return path.endsWith(QLatin1String(".cns"), Qt::CaseInsensitive) ? 4 : -1;
+    }
+    QString fileTypeName(int type) const override
+    {
+        return type == 4 ? QStringLiteral("Script") : QString();
+    }
+    Kenro::ProjectFile *openFile(QString const &, int) override { return nullptr; }
+    QIcon icon() const override { return QIcon(); }
+    QString queryString(StringType type, unsigned int index) const override
+    {
+        switch (type) {
+        case CommentString:
+            return QStringLiteral(";");
+        case EngineIdentifier:
+            return identifier;
+        case GameMarkerFile:
+            return QStringLiteral("data/system.def");
+        case ProjectTypeName:
+            return QStringList{QStringLiteral("Character"), QStringLiteral("Stage")}.value(index);
+        }
+        return QString();
+    }
+    QMap<int, QString> fileFilters() const override { return filters; }
+    Kenro::ProjectFile *createFile(int type, Kenro::Project *project) override
+    {
+        return fileFactory ? fileFactory(type, project) : nullptr;
+    }
 };
 
 } // namespace KenroTest

@@ -1,93 +1,113 @@
 #pragma once
 
+#include <kenro/editors/editor.h>
 #include <kenro/editors/interface/interface.h>
+#include <kenro/engine/ktranslator.h>
 
-#include <QMap>
-#include <QStringList>
+#include <QCoreApplication>
+#include <QIcon>
+#include <QPixmap>
 #include <QTemporaryDir>
-#include <QVariant>
 
 namespace KenroTest {
 
-/**
- * The host that every suite uses: options in memory, a temporary settings
- * directory, named icons drawn on the fly, and no windows at all.
- * Constructing one makes it the global interface; destroying it clears that.
- */
+// The host of the suites while it lives: options in memory, a temporary settings
+// folder, icons drawn on the fly, no windows; it records what it was told.
 class TestInterface : public Kenro::Interface
 {
 public:
-    TestInterface();
-    ~TestInterface() override;
+    TestInterface() { setGlobalInterface(this); }
+    ~TestInterface() override
+    {
+        if (Kenro::Interface::instance() == this)
+            setGlobalInterface(nullptr);
+    }
 
     QMap<QString, QVariant> options;
-    /// Every icon name asked for, in order.
     QStringList iconRequests;
-    /// Every key given to registerAction(), in order.
-    QStringList registeredActions;
-    QList<Kenro::ActionInfo> registeredInfos;
-    /// The factor of scaleToDPI(int).
-    int dpiFactor = 1;
-
-    QString text(int id) override;
-    QString toolTip(int id) override;
-    QString messageText(int id) override;
-    QWidget *mainWindow() override;
-    QString applicationDirectory() override;
-    QString resourceDirectory() override;
-    QString settingsDirectory() override;
-    Kenro::ProgressProvider *progressProvider() override;
-    Kenro::Engine *engine() override;
-    Kenro::Editor *currentEditor() override;
-    Kenro::FileEditor *editorForFile(Kenro::ProjectFile *file, int fileType) override;
-    Kenro::Editor *editor(char const *name) override;
-    bool openProject(QString const &path) override;
-    void closeProject(Kenro::Project *project) override;
-    bool saveProject(Kenro::Project *project) override;
-    int projectCount() override;
-    Kenro::Project *project(int index) override;
-    Kenro::Project *currentProject() override;
-    void setCurrentProject(Kenro::Project *project) override;
-    bool openFile(QString const &path) override;
-    using Kenro::Interface::scaleToDPI;
-    int scaleToDPI(int value) override;
-    QIcon icon(QString const &name) override;
-    QWidget *createDockPanel(QString const &key, QWidget *content) override;
-    void removeDockPanel(QString const &key) override;
-    QVariant option(QString const &key, QVariant defaultValue) override;
-    void setOption(QString const &key, QVariant const &value) override;
-    void setStatusText(int field, QString const &text) override;
-    QWidget *registerAction(QString const &key, Kenro::ActionInfo const &info) override;
-    void unregisterAction(QString const &key) override;
-    QToolButton *toolButton(QString const &key) override;
-    QMenu *menu(QString const &key) override;
-    QAction *menuAction(char const *editorName, int id) override;
-    QAction *addMenuAction(char const *editorName, int id, QAction *action) override;
-    QAction *action(char const *key) override;
-    void showStatusMessage(QString const &text, int timeout) override;
-    void clearStatusMessage() override;
-    QObject *timeSlider(int index) override;
-    void refreshAll() override;
-    void switchToEditor(Kenro::Editor *editor) override;
-    void setExtraEditor(Kenro::ExtraEditor *editor) override;
-    void setWorkspace(QWidget *workspace) override;
-
-    QList<Kenro::Project *> projects;
     Kenro::Project *current = nullptr;
-    /// The editor that switchToEditor() made current: the previous one is
-    /// deactivated and this one activated, as a host does.
     Kenro::Editor *currentEditorValue = nullptr;
-    /// Every editor passed to switchToEditor(), in order.
     QList<Kenro::Editor *> switches;
-    /// What editorForFile() answers, and the types it was asked for.
-    Kenro::FileEditor *fileEditor = nullptr;
-    QList<int> editorRequests;
-    int refreshes = 0;
-    /// What progressProvider() answers.
+    Kenro::FileEditor *fileEditor = nullptr; ///< what editorForFile() answers
+    QList<int> editorRequests; ///< the file types editorForFile() was asked for
+    int refreshes = 0, dpiFactor = 1;
     Kenro::ProgressProvider *provider = nullptr;
-    QMap<int, QString> statusTexts;
-    /// What engine() answers.
     Kenro::Engine *currentEngine = nullptr;
+
+    QString text(int id) override { return Kenro::KTranslator::instance()->text(id); }
+    QString toolTip(int id) override { return Kenro::KTranslator::instance()->toolTip(id); }
+    QString messageText(int id) override
+    {
+        return QStringList{QStringLiteral("XML error"), QStringLiteral("%1 at line %2, column %3")}
+            .value(id);
+    }
+    QWidget *mainWindow() override { return nullptr; }
+    QString applicationDirectory() override { return QCoreApplication::applicationDirPath(); }
+    QString resourceDirectory() override
+    {
+        return m_settings.filePath(QStringLiteral("resources"));
+    }
+    QString settingsDirectory() override { return m_settings.path(); }
+    Kenro::ProgressProvider *progressProvider() override { return provider; }
+    Kenro::Engine *engine() override { return currentEngine; }
+    Kenro::Editor *currentEditor() override { return currentEditorValue; }
+    Kenro::FileEditor *editorForFile(Kenro::ProjectFile *, int fileType) override
+    {
+        editorRequests.append(fileType);
+        return fileEditor;
+    }
+    Kenro::Editor *editor(char const *) override { return nullptr; }
+    bool openProject(QString const &) override { return false; }
+    void closeProject(Kenro::Project *) override {}
+    bool saveProject(Kenro::Project *) override { return false; }
+    int projectCount() override { return current ? 1 : 0; }
+    Kenro::Project *project(int index) override { return index == 0 ? current : nullptr; }
+    Kenro::Project *currentProject() override { return current; }
+    void setCurrentProject(Kenro::Project *project) override { current = project; }
+    bool openFile(QString const &) override { return false; }
+    using Kenro::Interface::scaleToDPI;
+    int scaleToDPI(int value) override { return value * dpiFactor; }
+    // A small square whose colour follows the name, so that icons differ.
+    QIcon icon(QString const &name) override
+    {
+        iconRequests.append(name);
+        QPixmap pixmap(16, 16);
+        pixmap.fill(QColor::fromRgb(qHash(name) & 0xffffff));
+        return QIcon(pixmap);
+    }
+    QWidget *createDockPanel(QString const &, QWidget *) override { return nullptr; }
+    void removeDockPanel(QString const &) override {}
+    QVariant option(QString const &key, QVariant value) override
+    {
+        return options.value(key, value);
+    }
+    void setOption(QString const &key, QVariant const &value) override { options[key] = value; }
+    void setStatusText(int, QString const &) override {}
+    QWidget *registerAction(QString const &, Kenro::ActionInfo const &) override { return nullptr; }
+    void unregisterAction(QString const &) override {}
+    QToolButton *toolButton(QString const &) override { return nullptr; }
+    QMenu *menu(QString const &) override { return nullptr; }
+    QAction *menuAction(char const *, int) override { return nullptr; }
+    QAction *addMenuAction(char const *, int, QAction *action) override { return action; }
+    QAction *action(char const *) override { return nullptr; }
+    void showStatusMessage(QString const &, int) override {}
+    void clearStatusMessage() override {}
+    QObject *timeSlider(int) override { return nullptr; }
+    void refreshAll() override { ++refreshes; }
+    // As a host does: the previous editor is deactivated, the new one activated.
+    void switchToEditor(Kenro::Editor *editor) override
+    {
+        switches.append(editor);
+        if (editor == currentEditorValue)
+            return;
+        if (currentEditorValue)
+            currentEditorValue->deactivate();
+        currentEditorValue = editor;
+        if (editor)
+            editor->activate();
+    }
+    void setExtraEditor(Kenro::ExtraEditor *) override {}
+    void setWorkspace(QWidget *) override {}
 
 private:
     QTemporaryDir m_settings;

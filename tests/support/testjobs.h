@@ -9,33 +9,25 @@
 
 namespace KenroTest {
 
-/// A progress provider that keeps every job it hands out, with its title.
-class TestJobs : public Kenro::ProgressProvider
+/// A progress provider that keeps every job it hands out, and its title.
+struct TestJobs : Kenro::ProgressProvider
 {
-public:
-    /// A job that records what it was told.
-    class Job : public Kenro::ProgressJob
+    struct Job : Kenro::ProgressJob
     {
-    public:
         void error(QString const &) override {}
         void setMaximum(unsigned int value) override { maximum = value; }
         void setValue(unsigned int value) override { this->value = value; }
         void incrementValue() override { ++value; }
         bool wasCancelled() const override { return false; }
         void setDetached(int value) override { detached = value; }
-        unsigned int maximum = 0;
-        unsigned int value = 0;
-        /// -1 until setDetached() is called.
+        unsigned int maximum = 0, value = 0;
         int detached = -1;
     };
-
     Kenro::ProgressJob *newJob(QString const &title, int) override
     {
         titles.append(title);
-        jobs.push_back(std::make_unique<Job>());
-        return jobs.back().get();
+        return jobs.emplace_back(std::make_unique<Job>()).get();
     }
-
     QStringList titles;
     std::vector<std::unique_ptr<Job>> jobs;
 };

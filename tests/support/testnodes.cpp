@@ -4,68 +4,18 @@ using namespace Kenro;
 
 namespace KenroTest {
 
-QStringList const TestValue::keywords = {QStringLiteral("none"), QStringLiteral("low"),
-                                         QStringLiteral("high")};
-
-TestValue::TestValue(QString const &name, Type type, QTextBlock const &block, CodeNode *after,
-                     QVariant const &value)
-    : ValueCode(type, block, after, value), valueName(name)
-{}
-
-QString TestValue::name() const
-{
-    return valueName;
-}
-
-void TestValue::setName(QString const &name)
-{
-    valueName = name;
-}
-
-QString TestValue::valueText() const
-{
-    return asString(valueType(), rawValue(), QLatin1Char(','));
-}
-
 QString TestValue::keyword(unsigned int index) const
 {
+    static QStringList const keywords = {QStringLiteral("none"), QStringLiteral("low"),
+                                         QStringLiteral("high")};
     return keywords.value(static_cast<int>(index));
 }
-
-TestGroup::TestGroup(QString const &name, QTextBlock const &block, CodeNode *after,
-                     unsigned int subType)
-    : GroupCode(block, after, subType), groupName(name)
-{
-    insertRootChild(this);
-}
-
-QString TestGroup::name() const
-{
-    return groupName;
-}
-
-void TestGroup::setName(QString const &name)
-{
-    groupName = name;
-}
-
 ValueCode *TestGroup::insertValue(unsigned int index, QString const &name, QString const &value)
 {
     unsigned int const row = qMin(index, valueCount());
     CodeNode *after = row == 0 ? static_cast<CodeNode *>(this) : valueAt(row - 1);
     return new TestValue(name, ValueCode::String, QTextBlock(), after, value);
 }
-
-ValueCode *TestGroup::addValue(QString const &name, QString const &value)
-{
-    return insertValue(valueCount(), name, value);
-}
-
-void TestGroup::childChanged(CodeNode *child)
-{
-    changedChildren.append(child);
-}
-
 TestAnimation::TestAnimation(QString const &name, QTextBlock const &block, CodeNode *after)
     : ParentCode(Animation, block, after), animationName(name)
 {
@@ -75,38 +25,11 @@ TestAnimation::TestAnimation(QString const &name, QTextBlock const &block, CodeN
             insertChild(node, childCount());
     }
 }
-
 TestAnimation::~TestAnimation()
 {
     while (!frames.isEmpty())
         removeChild(frames.last());
 }
-
-QString TestAnimation::name() const
-{
-    return animationName;
-}
-
-void TestAnimation::setName(QString const &name)
-{
-    animationName = name;
-}
-
-unsigned int TestAnimation::childCount() const
-{
-    return static_cast<unsigned int>(frames.size());
-}
-
-int TestAnimation::childIndex(CodeNode *child) const
-{
-    return frames.indexOf(child);
-}
-
-CodeNode *TestAnimation::childAt(unsigned int index) const
-{
-    return frames.value(static_cast<int>(index));
-}
-
 void TestAnimation::insertChild(CodeNode *child, unsigned int index)
 {
     detach(child);
@@ -116,20 +39,17 @@ void TestAnimation::insertChild(CodeNode *child, unsigned int index)
     frames.insert(row, child);
     endInsert();
 }
-
 void TestAnimation::removeChild(CodeNode *child)
 {
     int const row = frames.indexOf(child);
-    if (row < 0) {
-        setParentOf(child, nullptr);
-        return;
+    if (row >= 0) {
+        beginRemove(this, row);
+        frames.removeAt(row);
     }
-    beginRemove(this, row);
-    frames.removeAt(row);
     setParentOf(child, nullptr);
-    endRemove();
+    if (row >= 0)
+        endRemove();
 }
-
 TestFrame::TestFrame(QString const &identifier, QTextBlock const &block, CodeNode *after)
     : ParentCode(Frame, block, after), identifier(identifier)
 {
@@ -145,22 +65,6 @@ TestFrame::TestFrame(QString const &identifier, QTextBlock const &block, CodeNod
         }
     }
     animation->insertChild(this, row);
-}
-
-QStringList TestFrame::propertyNames() const
-{
-    return {QStringLiteral("Identifier")};
-}
-
-QVariant TestFrame::property(QString const &name) const
-{
-    return name == QLatin1String("Identifier") ? QVariant(identifier) : QVariant();
-}
-
-void TestFrame::setProperty(QString const &name, QVariant const &value)
-{
-    if (name == QLatin1String("Identifier"))
-        identifier = value.toString();
 }
 
 } // namespace KenroTest

@@ -8,24 +8,23 @@
 
 namespace KenroTest {
 
-/// A value written as "name = value", with keywords from a fixed list.
+/// A value written as "name = value", with the keywords "none", "low" and "high".
 class TestValue : public Kenro::ValueCode
 {
 public:
     TestValue(QString const &name, Type type, QTextBlock const &block, Kenro::CodeNode *after,
-              QVariant const &value = QVariant());
+              QVariant const &value = QVariant())
+        : ValueCode(type, block, after, value), valueName(name)
+    {}
 
-    static QStringList const keywords;
     QString valueName;
-    int changes = 0;
 
-    QString name() const override;
-    void setName(QString const &name) override;
-    QString valueText() const override;
+    QString name() const override { return valueName; }
+    void setName(QString const &name) override { valueName = name; }
+    QString valueText() const override { return asString(valueType(), rawValue(), QChar(',')); }
     QString keyword(unsigned int index) const override;
 
     using Kenro::CodeNode::change;
-    using Kenro::CodeNode::mergeFormatting;
     using Kenro::CodeNode::rewrittenLine;
     using Kenro::ValueCode::asString;
 };
@@ -35,17 +34,24 @@ class TestGroup : public Kenro::GroupCode
 {
 public:
     TestGroup(QString const &name, QTextBlock const &block, Kenro::CodeNode *after,
-              unsigned int subType = 0);
+              unsigned int subType = 0)
+        : GroupCode(block, after, subType), groupName(name)
+    {
+        insertRootChild(this);
+    }
 
     QString groupName;
     QList<Kenro::CodeNode *> changedChildren;
 
-    QString name() const override;
-    void setName(QString const &name) override;
+    QString name() const override { return groupName; }
+    void setName(QString const &name) override { groupName = name; }
     Kenro::ValueCode *insertValue(unsigned int index, QString const &name,
                                   QString const &value) override;
-    Kenro::ValueCode *addValue(QString const &name, QString const &value) override;
-    void childChanged(Kenro::CodeNode *child) override;
+    Kenro::ValueCode *addValue(QString const &name, QString const &value) override
+    {
+        return insertValue(valueCount(), name, value);
+    }
+    void childChanged(Kenro::CodeNode *child) override { changedChildren.append(child); }
 };
 
 /// A heading of type Animation that places itself in the root and holds frames.
@@ -58,11 +64,11 @@ public:
     QString animationName;
     QList<Kenro::CodeNode *> frames;
 
-    QString name() const override;
-    void setName(QString const &name) override;
-    unsigned int childCount() const override;
-    int childIndex(Kenro::CodeNode *child) const override;
-    Kenro::CodeNode *childAt(unsigned int index) const override;
+    QString name() const override { return animationName; }
+    void setName(QString const &name) override { animationName = name; }
+    unsigned int childCount() const override { return static_cast<unsigned int>(frames.size()); }
+    int childIndex(Kenro::CodeNode *child) const override { return frames.indexOf(child); }
+    Kenro::CodeNode *childAt(unsigned int index) const override { return frames.value(index); }
     void insertChild(Kenro::CodeNode *child, unsigned int index) override;
     void removeChild(Kenro::CodeNode *child) override;
 };
@@ -75,9 +81,16 @@ public:
 
     QString identifier;
 
-    QStringList propertyNames() const override;
-    QVariant property(QString const &name) const override;
-    void setProperty(QString const &name, QVariant const &value) override;
+    QStringList propertyNames() const override { return {QStringLiteral("Identifier")}; }
+    QVariant property(QString const &name) const override
+    {
+        return name == QLatin1String("Identifier") ? QVariant(identifier) : QVariant();
+    }
+    void setProperty(QString const &name, QVariant const &value) override
+    {
+        if (name == QLatin1String("Identifier"))
+            identifier = value.toString();
+    }
 };
 
 /// A root whose chain can be released by the test.

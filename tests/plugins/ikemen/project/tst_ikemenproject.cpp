@@ -6,12 +6,10 @@
 #include <ikemen/project/newdefinition.h>
 #include <ikemen/project/palettefile.h>
 #include <ikemen/project/scriptfile.h>
-#include <ikemen/project/stageproject.h>
 #include <ikemen/sff/actpalette.h>
 #include <ikemen/sff/sffpalette.h>
 #include <ikemen/sff/sffpalettes.h>
 #include <ikemen/sff/sffsprites.h>
-#include <ikemen/snd/sndsounds.h>
 
 #include <kenro/project/filesystemarchive.h>
 #include <kenro/project/messagelist.h>
@@ -23,73 +21,32 @@
 #include "testinterface.h"
 
 #include <QAbstractItemModelTester>
-#include <QDirIterator>
-#include <QPointer>
+#include <QDir>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
-#include <memory>
 
 using namespace Kenro;
-using KenroTest::childIndex;
-using KenroTest::childNames;
-using KenroTest::copyTree;
 using namespace Kenro::Ikemen;
+using namespace Qt::Literals::StringLiterals;
+using KenroTest::addRow;
+using KenroTest::noise;
+using KenroTest::readFile;
+using KenroTest::writeFile;
 
 namespace {
 
-// The names of the open files of \a type, relative to \a base when inside it.
-QStringList openNames(Project &project, int type, QString const &base)
-{
-    QStringList out;
-    for (ProjectFile *file : project.filesByType(type))
-        out.append(file->fileName().startsWith(base) ? file->fileName().mid(base.size())
-                                                     : file->fileName());
-    return out;
-}
-
-QStringList problemTexts(DefinitionProject const &project)
+QStringList problems(DefinitionProject const &project)
 {
     QStringList out;
     Messages *list = project.problems();
     for (unsigned int i = 0; i < list->count(Message::All); ++i) {
         Message const message = list->at(i, Message::All);
-        out.append(
-            QStringLiteral("%1@%2 %3").arg(message.type).arg(message.line).arg(message.text));
+        out += u"%1@%2 %3"_s.arg(message.type).arg(message.line).arg(message.text);
     }
     return out;
 }
 
-// A sprite file class as a reader plugged in through the factory would be.
-class PluggedSprites : public BinaryFile
-{
-public:
-    static inline int made = 0;
-    PluggedSprites() { ++made; }
-};
-
-// A file that never reads, as a reader meets a broken file.
-class UnreadableFile : public BinaryFile
-{
-public:
-    bool fromFile(Archive &, QString const &, unsigned int, JobStats *) override { return false; }
-};
-
-// The colours of each palette that a palette file gives, by identifier.
-QMap<unsigned int, QByteArray> filePalettes(SffSprites *sprites)
-{
-    QMap<unsigned int, QByteArray> out;
-    auto *palettes = static_cast<SffPalettes *>(sprites->palettes());
-    for (unsigned int i = 0; i < palettes->count(); ++i) {
-        SffPalette const *palette = palettes->palette(i);
-        RGBA colors[256];
-        if (!palette->file().isEmpty() && palette->colorTable(colors))
-            out.insert(palette->identifier(), writeAct(colors));
-    }
-    return out;
-}
-
-// The palette of character slot \a slot, or null.
 SffPalette *slotPalette(SffSprites *sprites, int slot)
 {
     auto *palettes = static_cast<SffPalettes *>(sprites->palettes());
@@ -97,7 +54,18 @@ SffPalette *slotPalette(SffSprites *sprites, int slot)
     return row < 0 ? nullptr : palettes->palette(unsigned(row));
 }
 
-// The open file of \a project read from \a path, or null.
+QMap<int, QByteArray> filePalettes(SffSprites *sprites)
+{
+    QMap<int, QByteArray> out;
+    RGBA colors[256];
+    for (int slot = 1; slot <= 16; ++slot) {
+        SffPalette const *palette = slotPalette(sprites, slot);
+        if (palette && !palette->file().isEmpty() && palette->colorTable(colors))
+            out.insert(slot, writeAct(colors));
+    }
+    return out;
+}
+
 ProjectFile *openFile(Project const &project, QString const &path)
 {
     for (ProjectFile *file : project.files()) {
@@ -107,60 +75,38 @@ ProjectFile *openFile(Project const &project, QString const &path)
     return nullptr;
 }
 
-// Palette file bytes whose colours depend on \a seed, none equal to another seed's.
-QByteArray madeAct(int seed)
-{
-    QByteArray bytes(768, '\0');
-    for (int i = 0; i < 768; ++i)
-        bytes[i] = char((i * (seed + 3) + seed * 41) & 0xFF);
-    return bytes;
-}
-
-// Every message of the project, its files' as well: "file:type text".
-QStringList allMessages(Project const &project)
-{
-    QStringList out;
-    for (KenroTest::ListedMessage const &listed : KenroTest::listedMessages(project)) {
-        QString const file = listed.file ? listed.file->displayName() : QString();
-        out.append(
-            QStringLiteral("%1:%2 %3").arg(file).arg(listed.message.type).arg(listed.message.text));
-    }
-    return out;
-}
-
-int const MainType = Project::Main;
-int const SpriteType = Project::Sprites;
-int const SoundType = Project::Sounds;
-int const AnimationType = Project::Animations;
-int const ScriptType = Project::Scripts;
-int const PaletteType = DefinitionProject::Palettes;
-int const StoryboardType = DefinitionProject::Storyboards;
-int const OtherType = DefinitionProject::Other;
-
 } // namespace
 
 class TestIkemenProject : public QObject
 {
     Q_OBJECT
 
-private:
     QTemporaryDir m_copy;
     QString m_source; // the real game folder
     QString m_game; // its writable copy
+    KenroTest::TestInterface m_host;
+    KenroTest::TestEngine m_engine;
 
-    // Skips without test data; otherwise makes the copy once.
     bool haveGame()
     {
-        m_source = KenroTest::testDataPath();
-        if (m_source.isEmpty())
-            return false;
-        m_source += QStringLiteral("/game/");
-        if (m_game.isEmpty()) {
-            m_game = m_copy.path() + QStringLiteral("/game/");
-            if (!copyTree(m_source, m_game))
-                m_game.clear();
-        }
+        m_source = KenroTest::testDataPath() + u"/game/"_s;
+        if (m_game.isEmpty() && KenroTest::copyTree(m_source, m_copy.filePath(u"game/"_s)))
+            m_game = m_copy.filePath(u"game/"_s);
         return !m_game.isEmpty();
+    }
+    DefinitionProject *open(QString const &path, Archive &archive = FileSystemArchive::instance())
+    {
+        return GameProject::openDefinition(path, archive, &m_engine);
+    }
+    static SffSprites *sprites(Project *project)
+    {
+        return project ? dynamic_cast<SffSprites *>(project->file(Project::Sprites)) : nullptr;
+    }
+    static void readPalettes()
+    {
+        DefinitionProject::setFileFactory(Project::Sprites, [] { return new SffSprites; });
+        DefinitionProject::setFileFactory(DefinitionProject::Palettes,
+                                          [] { return new PaletteFile; });
     }
 
 private Q_SLOTS:
@@ -172,744 +118,307 @@ private Q_SLOTS:
 
     void definitionReader()
     {
-        Definition const text(QStringLiteral("ignored = before any section\r\n"
-                                             "[Info]\r\n"
-                                             " Name = \"Kung ; Fu\"   ; a comment\r\n"
-                                             "author=Elecbyte\n"
-                                             "no equals sign here\n"
-                                             "= no key\n"
-                                             "  [ Files ]  ; heading with blanks\n"
-                                             "SPRITE = KFM.SFF\n"
-                                             "empty =\n"
-                                             "[unclosed\n"
-                                             "k = v\n"
-                                             "[files]\n"
-                                             "sprite = second.sff\n"
-                                             "quote = \"unclosed ; still value\n"));
-        QCOMPARE(text.sections().size(), 4);
-        QCOMPARE(text.sections().at(1).name, QStringLiteral("Files"));
-        QCOMPARE(text.sections().at(2).name, QStringLiteral("unclosed"));
-        QCOMPARE(text.value(QStringLiteral("INFO"), QStringLiteral("name")),
-                 QStringLiteral("Kung ; Fu"));
-        QCOMPARE(text.value(QStringLiteral("info"), QStringLiteral("Author")),
-                 QStringLiteral("Elecbyte"));
-        QCOMPARE(text.entries(QStringLiteral("Info")).size(), 2);
-        QCOMPARE(text.value(QStringLiteral("files"), QStringLiteral("sprite")),
-                 QStringLiteral("KFM.SFF")); // the first of two sections of one name
-        QCOMPARE(text.entry(QStringLiteral("Files"), QStringLiteral("sprite"))->line, 7);
-        QCOMPARE(text.entries(QStringLiteral("Files")).size(), 4);
-        QCOMPARE(text.value(QStringLiteral("Files"), QStringLiteral("empty")), QString());
-        QCOMPARE(text.value(QStringLiteral("Files"), QStringLiteral("quote")),
-                 QStringLiteral("\"unclosed ; still value"));
-        QVERIFY(!text.entry(QStringLiteral("Nothing"), QStringLiteral("k")));
-        QVERIFY(Definition(QString()).sections().isEmpty());
-
-        // Garbage reads as whatever lines it happens to have, never more.
-        QRandomGenerator random(13);
-        for (int round = 0; round < 50; ++round) {
-            QByteArray bytes(int(random.bounded(4096)), '\0');
-            for (char &c : bytes)
-                c = char(random.bounded(256));
+        Definition const text(u"ignored = before any section\r\n[Info]\r\n"
+                              " Name = \"Kung ; Fu\"   ; a comment\r\nauthor=Elecbyte\n"
+                              "no equals sign here\n= no key\n  [ Files ]  ; heading with blanks\n"
+                              "SPRITE = KFM.SFF\nempty =\n[unclosed\nk = v\n[files]\n"
+                              "sprite = second.sff\nquote = \"unclosed ; still value\n"_s);
+        QStringList sections;
+        for (Definition::Section const &section : text.sections())
+            sections +=
+                u"%1@%2:%3"_s.arg(section.name).arg(section.line).arg(section.entries.size());
+        QCOMPARE(sections.join(u' '), u"Info@1:2 Files@6:2 unclosed@9:1 files@11:2"_s);
+        QCOMPARE(
+            QStringList({text.value(u"INFO"_s, u"name"_s), text.value(u"info"_s, u"Author"_s),
+                         text.value(u"files"_s, u"sprite"_s), text.value(u"Files"_s, u"quote"_s)})
+                .join(u'|'),
+            u"Kung ; Fu|Elecbyte|KFM.SFF|\"unclosed ; still value"_s);
+        QVERIFY(text.entry(u"Files"_s, u"sprite"_s)->line == 7 &&
+                text.entries(u"Files"_s).size() == 4);
+        QVERIFY(!text.entry(u"Nothing"_s, u"k"_s) && Definition(QString()).sections().isEmpty());
+        KenroTest::MemoryArchive archive;
+        QVERIFY(!open(u"/lone/none.def"_s, archive));
+        for (quint32 round = 0; round < 50; ++round) {
+            QByteArray bytes = noise(QRandomGenerator(round).bounded(4096), round);
             if (round % 2)
-                bytes.replace('\0', "[=;\"\n");
+                bytes = "[Files]\nsprite = " + bytes.left(200) +
+                    "\n[BGdef]\nspr =" + bytes.replace('\0', "[=;\"\n");
             Definition const garbage(QString::fromLatin1(bytes));
             for (Definition::Section const &section : garbage.sections())
                 QVERIFY(section.line <= bytes.count('\n'));
+            archive.files.insert(u"/lone/garbage.def"_s, bytes);
+            DefinitionProject *project = open(u"/lone/garbage.def"_s, archive);
+            QVERIFY(project);
+            for (DefinitionProject::Reference const &reference : project->references())
+                QVERIFY(!reference.exists);
+            project->release();
         }
     }
 
-    void fileFactories()
+    // Alone, a character cannot look for the game's common states: a note, not an error.
+    void definitions_data()
     {
-        struct Case
-        {
-            int type;
-            bool script;
-        };
-        for (Case const &each :
-             {Case{MainType, true}, Case{ScriptType, true}, Case{AnimationType, true},
-              Case{StoryboardType, true}, Case{SpriteType, false}, Case{SoundType, false},
-              Case{PaletteType, false}, Case{DefinitionProject::Music, false},
-              Case{OtherType, false}}) {
-            ProjectFile *file = DefinitionProject::newFile(each.type);
-            QCOMPARE(dynamic_cast<ScriptFile *>(file) != nullptr, each.script);
-            QCOMPARE(dynamic_cast<BinaryFile *>(file) != nullptr, !each.script);
-            file->release();
-        }
-        DefinitionProject::setFileFactory(SpriteType, [] { return new PluggedSprites; });
-        ProjectFile *plugged = DefinitionProject::newFile(SpriteType);
-        QVERIFY(dynamic_cast<PluggedSprites *>(plugged));
-        plugged->release();
-        // A factory that makes nothing leaves the built-in class in charge.
-        DefinitionProject::setFileFactory(SoundType,
-                                          [] { return static_cast<ProjectFile *>(nullptr); });
-        ProjectFile *fallback = DefinitionProject::newFile(SoundType);
-        QVERIFY(dynamic_cast<BinaryFile *>(fallback));
-        fallback->release();
-        DefinitionProject::setFileFactory(SpriteType, nullptr);
-        ProjectFile *builtIn = DefinitionProject::newFile(SpriteType);
-        QVERIFY(!dynamic_cast<PluggedSprites *>(builtIn));
-        builtIn->release();
+        QTest::addColumn<QString>("files"); // "path|content" separated by "#"; the first opens
+        QTest::addColumn<QString>("opened"); // name|game|listed files|scripts|messages|errors
+        QString const hero = u"%1hero.def|[Files]\nst = hero.cns\nstcommon = common1.cns\n"
+                             "st1 = gone.cns\n#%1hero.cns|[Statedef 0]\n"_s;
+        QString const game = u"#/game/data/system.def|[Files]\n"_s;
+        QString const gone = u"0@3 The file 'gone.cns' named by 'st1' does not exist|"_s;
+        addRow("files",
+               u"/lone/hero.def|[Info]\nname = Hero\nversiondate = 1.0\nauthor = Me\n[Files]\n"
+               "sprite = hero.sff\nsound = gone.snd\nanim = hero.air\n[Arcade]\n"
+               "intro.storyboard = intro.def\n#/lone/hero.sff|xxxx#"
+               "/lone/hero.air|[Begin Action 0]\n0,0, 0,0, 5\n"_s,
+               u"Hero 1.0 Me||3:hero.air||0@5 The file 'hero.sff' named by 'sprite' could not be "
+               "read; 0@6 The file 'gone.snd' named by 'sound' does not exist; 0@9 The file "
+               "'intro.def' named by 'intro.storyboard' does not exist|3"_s);
+        addRow("states alone", hero.arg(u"/lone/"_s),
+               u"||4:hero.cns|/lone/hero.cns|2@2 The file 'common1.cns' named by 'stcommon' is "
+               "looked for in the game's data folder; no game folder lies around this "
+               "character; "_s +
+                   gone + u'1');
+        addRow("states missing", hero.arg(u"/game/chars/hero/"_s) + game,
+               u"|/game/|4:hero.cns|/game/chars/hero/hero.cns|0@2 The file 'common1.cns' named "
+               "by 'stcommon' does not exist; "_s +
+                   gone + u'2');
+        addRow("states found",
+               hero.arg(u"/game/chars/hero/"_s) + game +
+                   u"#/game/data/common1.cns|[Statedef 5]\n"_s,
+               u"|/game/|4:hero.cns|/game/chars/hero/hero.cns /game/data/common1.cns|"_s + gone +
+                   u'1');
     }
 
-    void opensAlone_data()
+    void definitions()
     {
-        QTest::addColumn<QString>("definition");
-        QTest::addColumn<int>("projectType");
-        QTest::addColumn<QStringList>("files");
-        QTest::addColumn<QStringList>("problems");
-        QTest::newRow("kfm")
-            << QStringLiteral("chars/kfm/kfm.def") << int(DefinitionProject::Character)
-            << QStringList{QStringLiteral("4:kfm.cmd"),   QStringLiteral("4:kfm.cns"),
-                           QStringLiteral("1:kfm.sff"),   QStringLiteral("3:kfm.air"),
-                           QStringLiteral("2:kfm.snd"),   QStringLiteral("8:kfm.ai"),
-                           QStringLiteral("6:intro.def"), QStringLiteral("6:ending.def"),
-                           QStringLiteral("1:intro.sff"), QStringLiteral("1:ending.sff")}
-            << QStringList{QStringLiteral("1@42 The file 'intro.mp3' named by 'bgm' does "
-                                          "not exist (in intro.def)"),
-                           QStringLiteral("1@43 The file 'ending.mp3' named by 'bgm' does "
-                                          "not exist (in ending.def)")};
-        QTest::newRow("training")
-            << QStringLiteral("chars/training/Training.def") << int(DefinitionProject::Character)
-            << QStringList{QStringLiteral("4:Training.cmd"), QStringLiteral("4:Training.cns"),
-                           QStringLiteral("1:Training.sff"), QStringLiteral("3:Training.air"),
-                           QStringLiteral("2:Training.snd"), QStringLiteral("5:01.act")}
-            << QStringList{
-                   QStringLiteral("0@12 The file 'config.txt' named by 'St0' does not exist")};
-        QTest::newRow("stage kfm")
-            << QStringLiteral("stages/kfm.def") << int(DefinitionProject::Stage)
-            << QStringList{QStringLiteral("1:kfm.sff")}
-            << QStringList{QStringLiteral("1@170 The file 'sound/kfm.mid' named "
-                                          "by 'bgmusic' does not exist")};
-        QTest::newRow("stage0") << QStringLiteral("stages/stage0.def")
-                                << int(DefinitionProject::Stage)
-                                << QStringList{QStringLiteral("1:stage0.sff")} << QStringList();
-    }
-
-    void opensAlone()
-    {
-        KENRO_REQUIRE_TESTDATA(testdata);
-        QVERIFY(haveGame());
-        QFETCH(QString, definition);
-        QFETCH(int, projectType);
-        QFETCH(QStringList, files);
-        QFETCH(QStringList, problems);
-        KenroTest::TestInterface host;
-        KenroTest::TestEngine engine;
-
-        DefinitionProject *project = GameProject::openDefinition(
-            m_game + definition, FileSystemArchive::instance(), &engine);
+        QFETCH(QString, files);
+        QFETCH(QString, opened);
+        readPalettes();
+        KenroTest::MemoryArchive archive;
+        for (QString const &file : files.split(u'#'))
+            archive.files.insert(file.section(u'|', 0, 0), file.section(u'|', 1).toUtf8());
+        DefinitionProject *project = open(files.section(u'|', 0, 0), archive);
         QVERIFY(project);
-        QPointer<ParentProject> root = project->parent();
-        QVERIFY(root && !root->isGame());
-        QCOMPARE(project->type(), projectType);
-        QCOMPARE(project->fileName(), m_game + definition);
-        QCOMPARE(static_cast<GameProject *>(root.data())->gameDirectory(), m_game);
-        QCOMPARE(KenroTest::listedFiles(*project), files);
-        QCOMPARE(problemTexts(*project), problems);
-        QCOMPARE(project->messages()->sources().count(project->problems()), 1);
-
-        // Every listed file is named by the definitions (case aside), open
-        // under its type, and holds what is on disk.
-        QString const folder = QFileInfo(m_game + definition).path() + QLatin1Char('/');
-        QString named = QString::fromLatin1(KenroTest::readFile(m_game + definition));
-        for (QString const &storyboard :
-             {QStringLiteral("intro.def"), QStringLiteral("ending.def")}) {
-            if (files.contains(QStringLiteral("6:") + storyboard))
-                named += QString::fromLatin1(KenroTest::readFile(folder + storyboard));
-        }
-        for (QString const &entry : std::as_const(files)) {
-            int const type = entry.section(QLatin1Char(':'), 0, 0).toInt();
-            QString const name = entry.section(QLatin1Char(':'), 1);
-            QVERIFY2(named.contains(name, Qt::CaseInsensitive), qPrintable(name));
-            QVERIFY2(openNames(*project, type, folder).contains(name), qPrintable(entry));
-        }
-        for (ProjectFile *file : project->files()) {
-            QVERIFY(file->fileExists());
-            if (auto *bytes = dynamic_cast<BinaryFile *>(file))
-                QCOMPARE(bytes->data(), KenroTest::readFile(file->fileName()));
-            QVERIFY(!file->isModified());
-        }
-        if (projectType == DefinitionProject::Character) {
-            // The common states come from the game's data folder, open but not listed.
-            QVERIFY(openNames(*project, ScriptType, m_game)
-                        .contains(QStringLiteral("data/common1.cns")));
-            QCOMPARE(project->file(SpriteType)->displayName().toLower(),
-                     QFileInfo(definition).completeBaseName().toLower() + QStringLiteral(".sff"));
-        }
-
-        // An engine opening the same definition gets such a root too.
-        ParentProject *other =
-            GameProject::openRoot(m_game + definition, FileSystemArchive::instance(), &engine);
-        QVERIFY(other && other != root && other->refCount() == 1);
-        QCOMPARE(other->openedProjects().first()->fileName(), project->fileName());
-        other->openedProjects().first()->release();
-
-        // The lone root shows the project's files and ends with it.
-        QAbstractItemModelTester tester(root,
-                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QStringList const shown = childNames(*root, QModelIndex());
-        QCOMPARE(shown.first(), QFileInfo(definition).fileName());
-        QCOMPARE(shown.size(), files.size() + 1);
+        QStringList scripts;
+        for (ProjectFile *file : project->filesByType(Project::Scripts))
+            scripts += file->fileName();
+        QString const name = QStringList({project->name(), project->version(), project->author()})
+                                 .join(u' ')
+                                 .trimmed();
+        QCOMPARE(u"%1|%2|%3|%4|%5|%6"_s
+                     .arg(name, static_cast<GameProject *>(project->parent())->gameDirectory(),
+                          KenroTest::listedFiles(*project).join(u' '), scripts.join(u' '),
+                          problems(*project).join(u"; "_s))
+                     .arg(project->messages()->errorCount()),
+                 opened);
         project->release();
-        QVERIFY(root.isNull());
+    }
+
+    void newDefinitions()
+    {
+        Definition const character(
+            QString::fromUtf8(newDefinition(DefinitionProject::Character, u"Ké \"Q\"\n"_s)));
+        QCOMPARE(character.value(u"Info"_s, u"name"_s), u"Ké Q"_s);
+        QVERIFY(character.entry(u"Files"_s, u"sprite"_s) &&
+                character.entries(u"BGdef"_s).isEmpty());
+        for (Definition::Entry const &entry : character.entries(u"Files"_s))
+            QVERIFY2(entry.value.isEmpty(), qPrintable(entry.key));
+        Definition const stage(QString::fromUtf8(newDefinition(DefinitionProject::Stage, u"A"_s)));
+        QVERIFY(stage.entry(u"BGdef"_s, u"spr"_s) && stage.value(u"BGdef"_s, u"spr"_s).isEmpty());
+        QVERIFY(newDefinition(7, u"x"_s).isEmpty());
     }
 
     void namesWrittenElsewhere()
     {
         KENRO_REQUIRE_TESTDATA(testdata);
         QVERIFY(haveGame());
-        KenroTest::TestEngine engine;
-        // Names as written on case-blind systems, with their separators.
-        QString const definition = m_game + QStringLiteral("chars/kfm/Upper.def");
-        QVERIFY(KenroTest::writeFile(definition,
-                                     "[Info]\nname = \"Upper\"\n[Files]\n"
-                                     "sprite = KFM.SFF\n"
-                                     "anim = .\\Kfm.Air\n"
-                                     "sound = ..\\kfm\\KFM.snd\n"
-                                     "cmd = ../../chars/kfm/kfm.CMD ; found through the game\n"
-                                     "st = chars\\kfm\\KFM.CNS\n"
-                                     "pal1 = nothing.act\n"));
-        DefinitionProject *project =
-            GameProject::openDefinition(definition, FileSystemArchive::instance(), &engine);
+        QString const definition = m_game + u"chars/kfm/Upper.def"_s;
+        QVERIFY(writeFile(definition,
+                          "[Info]\nname = \"Upper\"\n[Files]\nsprite = KFM.SFF\n"
+                          "anim = .\\Kfm.Air\nsound = ..\\kfm\\KFM.snd\n"
+                          "cmd = ../../chars/kfm/kfm.CMD ; found through the game\n"
+                          "st = chars\\kfm\\KFM.CNS\npal1 = nothing.act\n"));
+        DefinitionProject *project = open(definition);
         QVERIFY(project);
-        QCOMPARE(project->name(), QStringLiteral("Upper"));
-        QCOMPARE(KenroTest::listedFiles(*project),
-                 (QStringList{QStringLiteral("1:kfm.sff"), QStringLiteral("3:kfm.air"),
-                              QStringLiteral("2:kfm.snd"), QStringLiteral("4:kfm.cmd"),
-                              QStringLiteral("4:kfm.cns")}));
+        QCOMPARE(KenroTest::listedFiles(*project).join(u' '),
+                 u"1:kfm.sff 3:kfm.air 2:kfm.snd 4:kfm.cmd 4:kfm.cns"_s);
         QList<DefinitionProject::Reference> const references = project->references();
-        QCOMPARE(references.size(), 6);
-        QCOMPARE(references.at(4).path, m_game + QStringLiteral("chars/kfm/kfm.cns"));
-        QVERIFY(!references.at(5).exists);
-        QCOMPARE(references.at(5).path, m_game + QStringLiteral("chars/kfm/nothing.act"));
-        QCOMPARE(problemTexts(*project),
-                 QStringList{
-                     QStringLiteral("0@8 The file 'nothing.act' named by 'pal1' does not exist")});
-        QCOMPARE(project->messages()->errorCount(), 1u);
+        QVERIFY(references.size() == 6 && !references.at(5).exists);
+        QCOMPARE(references.at(4).path + u' ' + references.at(5).path,
+                 m_game + u"chars/kfm/kfm.cns "_s + m_game + u"chars/kfm/nothing.act"_s);
+        QCOMPARE(problems(*project),
+                 QStringList{u"0@8 The file 'nothing.act' named by 'pal1' does not exist"_s});
         project->release();
         QVERIFY(QFile::remove(definition));
     }
 
-    void brokenDefinitions()
-    {
-        KenroTest::TestInterface host;
-        KenroTest::TestEngine engine;
-        KenroTest::MemoryArchive archive;
-        // A definition that cannot be read opens nothing and leaves nothing.
-        QVERIFY(!GameProject::openDefinition(QStringLiteral("/lone/none.def"), archive, &engine));
-
-        // Files that are missing or that their reader refuses leave messages,
-        // and the project opens with the rest.
-        archive.files.insert(QStringLiteral("/lone/hero.def"),
-                             "[Info]\nname = Hero\nversiondate = 1.0\nauthor = Me\n"
-                             "[Files]\nsprite = hero.sff\nsound = gone.snd\nanim = hero.air\n"
-                             "[Arcade]\nintro.storyboard = intro.def\n");
-        archive.files.insert(QStringLiteral("/lone/hero.sff"), QByteArray(100, 'x'));
-        archive.files.insert(QStringLiteral("/lone/hero.air"), "[Begin Action 0]\n0,0, 0,0, 5\n");
-        DefinitionProject::setFileFactory(SpriteType, [] { return new UnreadableFile; });
-        DefinitionProject *project =
-            GameProject::openDefinition(QStringLiteral("/lone/hero.def"), archive, &engine);
-        QVERIFY(project);
-        QCOMPARE(project->name(), QStringLiteral("Hero"));
-        QCOMPARE(project->version(), QStringLiteral("1.0"));
-        QCOMPARE(project->author(), QStringLiteral("Me"));
-        QCOMPARE(KenroTest::listedFiles(*project), QStringList{QStringLiteral("3:hero.air")});
-        QCOMPARE(problemTexts(*project),
-                 (QStringList{
-                     QStringLiteral("0@5 The file 'hero.sff' named by 'sprite' could not be read"),
-                     QStringLiteral("0@6 The file 'gone.snd' named by 'sound' does not exist"),
-                     QStringLiteral("0@9 The file 'intro.def' named by "
-                                    "'intro.storyboard' does not exist")}));
-        QCOMPARE(project->messages()->errorCount(), 3u);
-        QVERIFY(!project->file(SpriteType));
-        QCOMPARE(project->fileCount(), 2u);
-        project->release();
-
-        // Garbage where a definition should be is a character with nothing in it.
-        QRandomGenerator random(7);
-        for (int round = 0; round < 20; ++round) {
-            QByteArray bytes(int(random.bounded(2048)), '\0');
-            for (char &c : bytes)
-                c = char(random.bounded(256));
-            if (round % 2)
-                bytes = "[Files]\nsprite = " + bytes.left(200) + "\n[BGdef]\nspr =" + bytes;
-            archive.files.insert(QStringLiteral("/lone/garbage.def"), bytes);
-            DefinitionProject *garbage =
-                GameProject::openDefinition(QStringLiteral("/lone/garbage.def"), archive, &engine);
-            QVERIFY(garbage);
-            for (DefinitionProject::Reference const &reference : garbage->references())
-                QVERIFY(!reference.exists);
-            garbage->release();
-        }
-    }
-
-    void commonStatesOutsideAGame()
-    {
-        KenroTest::TestInterface host;
-        KenroTest::TestEngine engine;
-        engine.gameMarker = QStringLiteral("data/system.def");
-        KenroTest::MemoryArchive archive;
-        QByteArray const definition = "[Files]\nst = hero.cns\nstcommon = common1.cns\n"
-                                      "st1 = gone.cns\n";
-        // Alone, the common states cannot be looked for: a note. Any other
-        // missing file is an error all the same.
-        archive.files.insert(QStringLiteral("/lone/hero/hero.def"), definition);
-        archive.files.insert(QStringLiteral("/lone/hero/hero.cns"), "[Statedef 0]\n");
-        DefinitionProject *lone =
-            GameProject::openDefinition(QStringLiteral("/lone/hero/hero.def"), archive, &engine);
-        QVERIFY(lone);
-        QCOMPARE(static_cast<GameProject *>(lone->parent())->gameDirectory(), QString());
-        QStringList const problems = problemTexts(*lone);
-        QCOMPARE(problems.size(), 2);
-        QVERIFY2(problems.at(0).startsWith(QStringLiteral("2@2 The file 'common1.cns' named by "
-                                                          "'stcommon' is looked for in the "
-                                                          "game's data folder")),
-                 qPrintable(problems.at(0)));
-        QCOMPARE(problems.at(1),
-                 QStringLiteral("0@3 The file 'gone.cns' named by 'st1' does not exist"));
-        QCOMPARE(lone->messages()->errorCount(), 1u);
-        QCOMPARE(lone->messages()->informationCount(), 1u);
-        lone->release();
-
-        // Inside a game that lacks them, they are missing as any other file.
-        archive.files.insert(QStringLiteral("/game/data/system.def"), "[Files]\n");
-        archive.files.insert(QStringLiteral("/game/chars/hero/hero.def"), definition);
-        archive.files.insert(QStringLiteral("/game/chars/hero/hero.cns"), "[Statedef 0]\n");
-        DefinitionProject *inGame = GameProject::openDefinition(
-            QStringLiteral("/game/chars/hero/hero.def"), archive, &engine);
-        QVERIFY(inGame);
-        QCOMPARE(static_cast<GameProject *>(inGame->parent())->gameDirectory(),
-                 QStringLiteral("/game/"));
-        QCOMPARE(
-            problemTexts(*inGame),
-            (QStringList{
-                QStringLiteral("0@2 The file 'common1.cns' named by 'stcommon' does not exist"),
-                QStringLiteral("0@3 The file 'gone.cns' named by 'st1' does not exist")}));
-        inGame->release();
-
-        // And found there, they are open with the character.
-        archive.files.insert(QStringLiteral("/game/data/common1.cns"), "[Statedef 5]\n");
-        inGame = GameProject::openDefinition(QStringLiteral("/game/chars/hero/hero.def"), archive,
-                                             &engine);
-        QVERIFY(inGame);
-        QCOMPARE(openNames(*inGame, ScriptType, QStringLiteral("/game/")),
-                 (QStringList{QStringLiteral("chars/hero/hero.cns"),
-                              QStringLiteral("data/common1.cns")}));
-        QCOMPARE(inGame->messages()->errorCount(), 1u);
-        inGame->release();
-    }
-
+    // Some tools append four bytes to a palette file, as the second one here.
     void characterPalettes()
     {
         KENRO_REQUIRE_TESTDATA(testdata);
-        QVERIFY(haveGame());
-        KenroTest::TestInterface host;
-        KenroTest::TestEngine engine;
-        DefinitionProject::setFileFactory(SpriteType, [] { return new SffSprites; });
-        DefinitionProject::setFileFactory(PaletteType, [] { return new PaletteFile; });
-        // Kung Fu Man with palette files of his own: six made ones, named in
-        // any case, one missing, one too short, and one past the twelve slots.
-        // The second has the four bytes that some tools append.
+        readPalettes();
         QByteArray const trailer("\x01\x00\xff\xff", 4);
         QTemporaryDir place;
-        QString const game = place.path() + QStringLiteral("/game/");
-        QVERIFY(copyTree(m_source, game));
-        QString const folder = game + QStringLiteral("chars/kfm/");
-        QString files;
+        QString const folder = place.filePath(u"game/chars/kfm/"_s);
+        QVERIFY(KenroTest::copyTree(testdata + u"/game/"_s, place.filePath(u"game/"_s)));
+        for (int slot = 1; slot <= 6; ++slot)
+            QVERIFY(writeFile(folder + u"kfm%1.act"_s.arg(slot),
+                              noise(768, slot) + (slot == 2 ? trailer : QByteArray())));
+        QVERIFY(writeFile(folder + u"short.act"_s, QByteArray(100, 'x')));
+        QByteArray definition = readFile(folder + u"kfm.def"_s);
+        definition.insert(
+            definition.indexOf('\n', definition.indexOf("[Files]")) + 1,
+            "pal1 = kfm1.act\r\npal2 = kfm2.act\r\npal3 = kfm3.act\r\npal4 = kfm4.act\r\n"
+            "pal5 = kfm5.act\r\npal6 = KFM6.ACT\r\npal7 = gone.act\r\n"
+            "pal8 = short.act\r\npal13 = kfm1.act\r\n");
+        QVERIFY(writeFile(folder + u"kfm.def"_s, definition));
+        DefinitionProject *project = open(folder + u"kfm.def"_s);
+        SffSprites *archive = sprites(project);
+        QVERIFY(archive);
+        // Slot 13, missing and short files show nothing.
+        QMap<int, QByteArray> const shown = filePalettes(archive);
+        QCOMPARE(shown.keys(), (QList<int>{1, 2, 3, 4, 5, 6}));
         for (int slot = 1; slot <= 6; ++slot) {
-            QVERIFY(KenroTest::writeFile(folder + QStringLiteral("kfm%1.act").arg(slot),
-                                         madeAct(slot) + (slot == 2 ? trailer : QByteArray())));
-            files += QStringLiteral("pal%1 = %2\r\n")
-                         .arg(slot)
-                         .arg(slot == 6 ? QStringLiteral("KFM6.ACT")
-                                        : QStringLiteral("kfm%1.act").arg(slot));
-        }
-        files += QStringLiteral("pal7 = gone.act\r\npal8 = short.act\r\npal13 = kfm1.act\r\n");
-        QVERIFY(KenroTest::writeFile(folder + QStringLiteral("short.act"), QByteArray(100, 'x')));
-        QByteArray definition = KenroTest::readFile(folder + QStringLiteral("kfm.def"));
-        int const at = int(definition.indexOf("[Files]")) + 7;
-        QVERIFY(at > 7);
-        definition.insert(definition.indexOf('\n', at) + 1, files.toLatin1());
-        QVERIFY(KenroTest::writeFile(folder + QStringLiteral("kfm.def"), definition));
-
-        DefinitionProject *project = GameProject::openDefinition(
-            folder + QStringLiteral("kfm.def"), FileSystemArchive::instance(), &engine);
-        QVERIFY(project);
-        auto *sprites = dynamic_cast<SffSprites *>(project->file(SpriteType));
-        QVERIFY(sprites);
-        // Each slot shows its file's colours, in place of the archive's
-        // palette of that slot: the sprites that used it show them too.
-        for (int slot = 1; slot <= 6; ++slot) {
-            QString const path = folder + QStringLiteral("kfm%1.act").arg(slot);
-            SffPalette *palette = slotPalette(sprites, slot);
-            QVERIFY2(palette, qPrintable(path));
-            QCOMPARE(palette->file(), path);
-            RGBA expected[256];
-            RGBA shown[256];
-            QVERIFY(readAct(KenroTest::readFile(path), expected));
-            QVERIFY(palette->colorTable(shown));
-            QVERIFY2(std::memcmp(expected, shown, sizeof shown) == 0, qPrintable(path));
+            QString const path = folder + u"kfm%1.act"_s.arg(slot);
             auto *file = dynamic_cast<PaletteFile *>(openFile(*project, path));
-            QVERIFY(file && file->isPalette());
-            QCOMPARE(file->palettes(), QList<SffPalette *>{palette});
+            QVERIFY2(shown.value(slot) == noise(768, slot) &&
+                         slotPalette(archive, slot)->file() == path && file && file->isPalette() &&
+                         file->palettes() == QList<SffPalette *>{slotPalette(archive, slot)},
+                     qPrintable(path));
         }
-        SffPalette *first = slotPalette(sprites, 1);
         bool shownBySprites = false;
-        for (unsigned int i = 0; i < sprites->count(); ++i)
-            shownBySprites = shownBySprites || sprites->at(i)->palette() == first;
-        QVERIFY(shownBySprites);
-        // No palette comes from the missing file, the short one or slot 13.
-        QCOMPARE(filePalettes(sprites).size(), 6);
-        QVERIFY(!slotPalette(sprites, 8) || slotPalette(sprites, 8)->file().isEmpty());
-        QStringList const messages = allMessages(*project);
-        QVERIFY2(messages.contains(QStringLiteral(
-                     "kfm.def:0 The file 'gone.act' named by 'pal7' does not exist")),
-                 qPrintable(messages.join(QLatin1Char('\n'))));
-        QVERIFY2(messages.contains(QStringLiteral(
-                     "short.act:1 short.act holds no palette: it has 100 bytes, a palette 768")),
-                 qPrintable(messages.join(QLatin1Char('\n'))));
-        for (ProjectFile *file : project->files())
-            QVERIFY2(!file->isModified(), qPrintable(file->fileName()));
-
-        // An edited palette is written back to its file by a save, before
-        // the bytes past the colours; the others and the archive, unused by
-        // the edit, stay as they are.
-        QByteArray const archiveBytes = KenroTest::readFile(folder + QStringLiteral("kfm.sff"));
-        SffPalette *second = slotPalette(sprites, 2);
-        QVERIFY(!static_cast<SffPalettes *>(sprites->palettes())->isUsed(second));
+        for (unsigned int i = 0; i < archive->count(); ++i)
+            shownBySprites = shownBySprites || archive->at(i)->palette() == slotPalette(archive, 1);
+        QStringList messages;
+        for (KenroTest::ListedMessage const &listed : KenroTest::listedMessages(*project))
+            messages += listed.message.text;
+        QVERIFY2(
+            shownBySprites && !project->isModified() &&
+                messages.contains(u"The file 'gone.act' named by 'pal7' does not exist"_s) &&
+                messages.contains(u"short.act holds no palette: it has 100 bytes, a palette 768"_s),
+            qPrintable(messages.join(u'\n')));
+        QByteArray const bytes = readFile(folder + u"kfm.sff"_s);
+        SffPalette *second = slotPalette(archive, 2);
         RGBA edited[256];
-        QVERIFY(second->colorTable(edited));
+        QVERIFY(!static_cast<SffPalettes *>(archive->palettes())->isUsed(second) &&
+                second->colorTable(edited));
         edited[17] = RGBA{9, 8, 7, 255};
         second->setColorTable(edited, NoShare);
-        auto *secondFile =
-            dynamic_cast<PaletteFile *>(openFile(*project, folder + QStringLiteral("kfm2.act")));
-        QVERIFY(secondFile && secondFile->isModified());
-        QVERIFY(!sprites->isModified());
-        QVERIFY(project->isModified());
+        ProjectFile const *secondFile = openFile(*project, folder + u"kfm2.act"_s);
+        QVERIFY(secondFile && secondFile->isModified() && !archive->isModified() &&
+                project->isModified());
         project->parent()->save(nullptr);
-        QCOMPARE(KenroTest::readFile(folder + QStringLiteral("kfm2.act")),
-                 writeAct(edited) + trailer);
-        QCOMPARE(KenroTest::readFile(folder + QStringLiteral("kfm1.act")), madeAct(1));
-        QCOMPARE(KenroTest::readFile(folder + QStringLiteral("kfm.sff")), archiveBytes);
-        QVERIFY(!project->isModified());
-
-        // Saved elsewhere, the character opens with the same palettes.
-        QMap<unsigned int, QByteArray> const before = filePalettes(sprites);
-        QTemporaryDir target;
-        QString const moved = target.path() + QStringLiteral("/moved/");
+        QCOMPARE(readFile(folder + u"kfm2.act"_s), writeAct(edited) + trailer);
+        QVERIFY(readFile(folder + u"kfm1.act"_s) == noise(768, 1) &&
+                readFile(folder + u"kfm.sff"_s) == bytes && !project->isModified());
+        QMap<int, QByteArray> const before = filePalettes(archive);
+        QString const moved = place.filePath(u"moved/"_s);
         QVERIFY(QDir().mkpath(moved));
-        project->parent()->saveAs(moved + QStringLiteral("kfm.def"), nullptr);
-        QCOMPARE(QDir::cleanPath(second->file()), moved + QStringLiteral("kfm2.act"));
+        project->parent()->saveAs(moved + u"kfm.def"_s, nullptr);
+        QCOMPARE(QDir::cleanPath(second->file()), moved + u"kfm2.act"_s);
         project->release();
-        QCOMPARE(KenroTest::readFile(moved + QStringLiteral("kfm2.act")),
-                 writeAct(edited) + trailer);
-        QCOMPARE(KenroTest::readFile(moved + QStringLiteral("short.act")), QByteArray(100, 'x'));
-        DefinitionProject *again = GameProject::openDefinition(
-            moved + QStringLiteral("kfm.def"), FileSystemArchive::instance(), &engine);
-        QVERIFY(again);
-        auto *reopened = dynamic_cast<SffSprites *>(again->file(SpriteType));
-        QVERIFY(reopened);
-        QCOMPARE(filePalettes(reopened), before);
-        again->release();
+        QVERIFY(readFile(moved + u"kfm2.act"_s) == writeAct(edited) + trailer &&
+                readFile(moved + u"short.act"_s) == QByteArray(100, 'x'));
+        project = open(moved + u"kfm.def"_s);
+        QVERIFY(sprites(project));
+        QCOMPARE(filePalettes(sprites(project)), before);
+        project->release();
     }
 
     void sharedPaletteFile()
     {
         KENRO_REQUIRE_TESTDATA(testdata);
         QVERIFY(haveGame());
-        KenroTest::TestInterface host;
-        KenroTest::TestEngine engine;
-        DefinitionProject::setFileFactory(SpriteType, [] { return new SffSprites; });
-        DefinitionProject::setFileFactory(PaletteType, [] { return new PaletteFile; });
-        // The training character names one file for all twelve slots; opened
-        // as part of the game folder, it shows it twelve times.
-        GameProject game(m_game, FileSystemArchive::instance(), &engine);
-        QString const path = m_game + QStringLiteral("chars/training/01.act");
-        Project *project =
-            game.openProject(game.filePath(m_game + QStringLiteral("chars/training/")));
-        QVERIFY(project);
-        auto *sprites = dynamic_cast<SffSprites *>(project->file(SpriteType));
-        QVERIFY(sprites);
-        QByteArray const original = KenroTest::readFile(path);
-        QMap<unsigned int, QByteArray> const shown = filePalettes(sprites);
-        QCOMPARE(shown.size(), CharacterProject::PaletteSlots);
-        for (int slot = 1; slot <= CharacterProject::PaletteSlots; ++slot) {
-            QCOMPARE(shown.value(1u << 16 | unsigned(slot)), original);
-            QCOMPARE(slotPalette(sprites, slot)->file(), path);
-        }
-        auto *file = dynamic_cast<PaletteFile *>(openFile(*project, path));
-        QVERIFY(file);
+        readPalettes();
+        GameProject game(m_game, FileSystemArchive::instance(), &m_engine);
+        Project *project = game.openProject(game.filePath(m_game + u"chars/training/"_s));
+        QString const path = m_game + u"chars/training/01.act"_s;
+        QByteArray const original = readFile(path);
+        auto *file = project ? dynamic_cast<PaletteFile *>(openFile(*project, path)) : nullptr;
+        SffSprites *archive = sprites(project);
+        QVERIFY(file && archive);
         QCOMPARE(file->palettes().size(), CharacterProject::PaletteSlots);
-
-        // One slot edited: the file takes its colours, and every slot that
-        // shows the file shows them once it is saved.
+        QCOMPARE(filePalettes(archive).values(), QList<QByteArray>(12, original));
+        // A copy, as a backup makes, leaves the file to be saved.
         RGBA edited[256];
-        QVERIFY(slotPalette(sprites, 3)->colorTable(edited));
+        QVERIFY(slotPalette(archive, 3)->colorTable(edited));
         edited[200] = RGBA{1, 2, 3, 255};
-        slotPalette(sprites, 3)->setColorTable(edited, NoShare);
+        slotPalette(archive, 3)->setColorTable(edited, NoShare);
         QVERIFY(file->isModified());
         QTemporaryDir target;
-        // A copy, as a backup makes, leaves the file to be saved.
-        QVERIFY(file->toFile(FileSystemArchive::instance(),
-                             target.filePath(QStringLiteral("copy.act")), ProjectFile::Copy,
-                             nullptr));
-        QCOMPARE(KenroTest::readFile(target.filePath(QStringLiteral("copy.act"))),
-                 writeAct(edited));
-        QVERIFY(file->isModified());
-        QCOMPARE(file->data(), original);
-        QVERIFY(file->toFile(FileSystemArchive::instance(),
-                             target.filePath(QStringLiteral("01.act")), 0, nullptr));
-        QVERIFY(!file->isModified());
-        QCOMPARE(file->fileName(), target.filePath(QStringLiteral("01.act")));
-        QCOMPARE(KenroTest::readFile(file->fileName()), writeAct(edited));
-        for (int slot = 1; slot <= CharacterProject::PaletteSlots; ++slot) {
-            QCOMPARE(filePalettes(sprites).value(1u << 16 | unsigned(slot)), writeAct(edited));
-            QCOMPARE(slotPalette(sprites, slot)->file(), file->fileName());
-        }
-        QVERIFY(!sprites->isModified()); // no sprite shows these palettes
-        // Read again from a file with other colours, the slots show them.
-        QVERIFY(KenroTest::writeFile(target.filePath(QStringLiteral("01.act")), madeAct(9)));
-        QVERIFY(file->fromFile(FileSystemArchive::instance(), file->fileName(), 0, nullptr));
-        QCOMPARE(filePalettes(sprites).value(1u << 16 | 12u), madeAct(9));
-        QVERIFY(!file->isModified());
-        // Cut short, the file keeps its bytes, says why, and the slots keep theirs.
-        QVERIFY(
-            KenroTest::writeFile(target.filePath(QStringLiteral("01.act")), madeAct(9).left(700)));
-        QVERIFY(file->fromFile(FileSystemArchive::instance(), file->fileName(), 0, nullptr));
-        QVERIFY(!file->isPalette());
-        QCOMPARE(file->messages()->count(Message::Warning), 1u);
-        QCOMPARE(filePalettes(sprites).value(1u << 16 | 12u), madeAct(9));
-        QVERIFY(!file->isModified());
+        QString const copy = target.filePath(u"copy.act"_s), saved = target.filePath(u"01.act"_s);
+        QVERIFY(file->toFile(FileSystemArchive::instance(), copy, ProjectFile::Copy, nullptr));
+        QVERIFY(readFile(copy) == writeAct(edited) && file->isModified() &&
+                file->data() == original);
+        QCOMPARE(file->fileName(), path);
+        QVERIFY(file->toFile(FileSystemArchive::instance(), saved, 0, nullptr));
+        QVERIFY(!file->isModified() && !archive->isModified() &&
+                readFile(saved) == writeAct(edited));
+        QCOMPARE(file->fileName() + u' ' + slotPalette(archive, 12)->file(), saved + u' ' + saved);
+        QCOMPARE(filePalettes(archive).values(), QList<QByteArray>(12, writeAct(edited)));
+        // Cut short, the file keeps its bytes and the slots keep theirs.
+        QVERIFY(writeFile(saved, noise(768, 9)));
+        QVERIFY(file->fromFile(FileSystemArchive::instance(), saved, 0, nullptr));
+        QCOMPARE(filePalettes(archive).value(12), noise(768, 9));
+        QVERIFY(writeFile(saved, noise(700, 9)));
+        QVERIFY(file->fromFile(FileSystemArchive::instance(), saved, 0, nullptr));
+        QVERIFY(!file->isPalette() && !file->isModified() &&
+                file->messages()->count(Message::Warning) == 1);
+        QCOMPARE(filePalettes(archive).value(12), noise(768, 9));
         project->release();
-    }
-
-    void newDefinitions()
-    {
-        // What a new character or stage starts with: every section the
-        // runtime reads, and no file named.
-        Definition const character(QString::fromUtf8(
-            newDefinition(DefinitionProject::Character, QStringLiteral("Ké \"Q\""))));
-        QCOMPARE(character.value(QStringLiteral("Info"), QStringLiteral("name")),
-                 QStringLiteral("Ké Q"));
-        QVERIFY(character.entry(QStringLiteral("Files"), QStringLiteral("sprite")));
-        for (Definition::Entry const &entry : character.entries(QStringLiteral("Files")))
-            QVERIFY2(entry.value.isEmpty(), qPrintable(entry.key));
-        QVERIFY(character.entries(QStringLiteral("BGdef")).isEmpty());
-        Definition const stage(
-            QString::fromUtf8(newDefinition(DefinitionProject::Stage, QStringLiteral("Arena"))));
-        for (char const *section :
-             {"Info", "Camera", "PlayerInfo", "Bound", "StageInfo", "Music", "BGdef"})
-            QVERIFY2(!stage.entries(QLatin1String(section)).isEmpty(), section);
-        QCOMPARE(stage.value(QStringLiteral("BGdef"), QStringLiteral("spr")), QString());
-        QCOMPARE(stage.value(QStringLiteral("StageInfo"), QStringLiteral("zoffset")),
-                 QStringLiteral("190"));
-        QVERIFY(newDefinition(7, QStringLiteral("x")).isEmpty());
-        QVERIFY(newDefinition(DefinitionProject::Stage, QString()).endsWith("\r\n"));
     }
 
     void gameFolder()
     {
         KENRO_REQUIRE_TESTDATA(testdata);
         QVERIFY(haveGame());
-        KenroTest::TestInterface host;
-        KenroTest::TestEngine engine;
-        GameProject game(m_game, FileSystemArchive::instance(), &engine);
+        GameProject game(m_game, FileSystemArchive::instance(), &m_engine);
         QAbstractItemModelTester tester(&game,
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QVERIFY(game.isGame());
-        QCOMPARE(game.gameDirectory(), m_game);
-        QModelIndex const chars = childIndex(game, QModelIndex(), QStringLiteral("chars"));
-        QModelIndex const stages = childIndex(game, QModelIndex(), QStringLiteral("stages"));
-        QStringList const scanned{QStringLiteral("kfm.def"), QStringLiteral("stage0.def")};
-        QCOMPARE(childNames(game, chars),
-                 (QStringList{QStringLiteral("kfm"), QStringLiteral("training")}));
-        QCOMPARE(childNames(game, stages), scanned);
-        QCOMPARE(game.characterDefinition(m_game + QStringLiteral("chars/training")),
-                 m_game + QStringLiteral("chars/training/Training.def"));
-
-        // Every character and stage opens from its node, once.
+        auto const rows = [&game](QString const &path) { return KenroTest::rowNames(game, path); };
+        QVERIFY(game.isGame() && game.gameDirectory() == m_game);
+        QCOMPARE(rows(u"chars"_s) + u'|' + rows(u"stages"_s), u"kfm training|kfm.def stage0.def"_s);
+        QCOMPARE(game.characterDefinition(m_game + u"chars/training"_s),
+                 m_game + u"chars/training/Training.def"_s);
         QList<Project *> projects;
-        for (QString const &path :
-             {QStringLiteral("chars/kfm/"), QStringLiteral("chars/training/"),
-              QStringLiteral("stages/kfm.def"), QStringLiteral("stages/stage0.def")}) {
-            Project *project = game.openProject(game.filePath(m_game + path));
-            QVERIFY2(project, qPrintable(path));
-            projects.append(project);
+        for (QString const path :
+             {"chars/kfm/", "chars/training/", "stages/kfm.def", "stages/stage0.def"}) {
+            projects += game.openProject(game.filePath(m_game + path));
+            QVERIFY2(projects.last(), qPrintable(path));
+            QStringList listed{QFileInfo(projects.last()->fileName()).fileName()};
+            for (QString const &entry : KenroTest::listedFiles(*projects.last()))
+                listed += entry.section(u':', 1);
+            QVERIFY(path.endsWith(".def"_L1) || rows(path) == listed.join(u' '));
         }
-        QCOMPARE(projects.size(), 4);
+        QModelIndex const chars = KenroTest::indexAt(game, u"chars"_s);
         QCOMPARE(game.openProject(game.itemPath(game.index(0, 0, chars))), projects.first());
-        QVERIFY(!game.openProject(game.itemPath(chars)));
-        QCOMPARE(game.openedProjects().size(), 4);
-        QCOMPARE(projects.at(2)->type(), int(DefinitionProject::Stage));
-        QCOMPARE(projects.at(1)->basePath(), QStringLiteral("chars/training"));
-
-        // Each shows its files in the tree; the stages share their folder.
-        QModelIndex const kfm = childIndex(game, chars, QStringLiteral("kfm"));
-        QCOMPARE(childNames(game, kfm),
-                 (QStringList{QStringLiteral("kfm.def"), QStringLiteral("kfm.cmd"),
-                              QStringLiteral("kfm.cns"), QStringLiteral("kfm.sff"),
-                              QStringLiteral("kfm.air"), QStringLiteral("kfm.snd"),
-                              QStringLiteral("kfm.ai"), QStringLiteral("intro.def"),
-                              QStringLiteral("ending.def"), QStringLiteral("intro.sff"),
-                              QStringLiteral("ending.sff")}));
-        QCOMPARE(childNames(game, childIndex(game, chars, QStringLiteral("training"))).size(), 7);
-        QCOMPARE(childNames(game, stages),
-                 (QStringList{QStringLiteral("kfm.def"), QStringLiteral("stage0.def"),
-                              QStringLiteral("kfm.sff"), QStringLiteral("stage0.sff")}));
-        QVERIFY(game.itemPath(game.index(0, 0, stages))->isProject());
-        QCOMPARE(game.filePath(m_game + QStringLiteral("stages/kfm.sff"))->fileType(), SpriteType);
-        QCOMPARE(game.filePath(m_game + QStringLiteral("chars/kfm/kfm.air"))->fileType(),
-                 AnimationType);
-
-        // Closing one stage leaves the other's files and every stage's entry.
+        QVERIFY(!game.openProject(game.itemPath(chars)) && game.openedProjects().size() == 4);
+        QVERIFY(projects.at(2)->type() == DefinitionProject::Stage &&
+                projects.at(1)->basePath() == u"chars/training"_s);
+        QCOMPARE(rows(u"stages"_s), u"kfm.def stage0.def kfm.sff stage0.sff"_s);
+        QCOMPARE(game.filePath(m_game + u"stages/kfm.sff"_s)->fileType(), int(Project::Sprites));
+        // The stages share their folder: closing one leaves the other's files.
         projects.at(2)->release();
-        QCOMPARE(childNames(game, stages),
-                 (QStringList{QStringLiteral("kfm.def"), QStringLiteral("stage0.def"),
-                              QStringLiteral("stage0.sff")}));
+        QCOMPARE(rows(u"stages"_s), u"kfm.def stage0.def stage0.sff"_s);
         projects.at(3)->release();
-        QCOMPARE(childNames(game, stages), scanned);
-        // A closed character keeps its folder, without its files.
         projects.at(0)->release();
-        QCOMPARE(childNames(game, chars),
-                 (QStringList{QStringLiteral("kfm"), QStringLiteral("training")}));
-        QVERIFY(childNames(game, childIndex(game, chars, QStringLiteral("kfm"))).isEmpty());
+        QCOMPARE(rows(u"stages"_s) + u'|' + rows(u"chars"_s) + u'|' + rows(u"chars/kfm"_s),
+                 u"kfm.def stage0.def|kfm training|"_s);
+        auto *commands = dynamic_cast<ScriptFile *>(projects.at(1)->file(Project::Scripts));
+        QVERIFY(commands && commands->fileName().endsWith("Training.cmd"_L1));
+        commands->insert(u"\n; edited\n"_s);
+        QTemporaryDir target;
+        QString const place = target.filePath(u"saved/"_s);
+        game.saveAs(place, nullptr);
+        QVERIFY(game.basePath() == place && !commands->isModified() &&
+                readFile(place + u"chars/training/Training.cmd"_s).contains("; edited"));
+        for (QString const name :
+             {"chars/kfm/kfm.def", "chars/kfm/intro.sff", "chars/kfm/kfm.air", "chars/kfm/kfm.cmd",
+              "chars/training/Training.def", "chars/training/01.act", "chars/training/Training.cns",
+              "stages/kfm.def", "stages/kfm.sff", "stages/stage0.sff"})
+            QVERIFY2(readFile(place + name) == readFile(m_source + name), qPrintable(name));
+        QVERIFY(!QFile::exists(place + u"chars/kfm/readme.txt"_s)); // named by nothing
         projects.at(1)->release();
         QCOMPARE(game.refCount(), 0u);
-        QVERIFY(game.openProject(game.itemPath(childIndex(game, chars, QStringLiteral("kfm")))));
-        game.openedProjects().first()->release();
-    }
-
-    void savedAsAWhole_data()
-    {
-        QTest::addColumn<QString>("definition");
-        QTest::newRow("kfm") << QStringLiteral("chars/kfm/kfm.def");
-        QTest::newRow("training") << QStringLiteral("chars/training/Training.def");
-        QTest::newRow("stage kfm") << QStringLiteral("stages/kfm.def");
-        QTest::newRow("stage0") << QStringLiteral("stages/stage0.def");
-    }
-
-    void savedAsAWhole()
-    {
-        KENRO_REQUIRE_TESTDATA(testdata);
-        QVERIFY(haveGame());
-        QFETCH(QString, definition);
-        KenroTest::TestInterface host;
-        KenroTest::TestEngine engine;
-        QTemporaryDir target;
-        QString const place = target.path() + QStringLiteral("/moved/");
-        QVERIFY(QDir().mkpath(place));
-        QString const name = QFileInfo(definition).fileName();
-        QString const folder = m_source + QFileInfo(definition).path() + QLatin1Char('/');
-
-        DefinitionProject *project = GameProject::openDefinition(
-            m_game + definition, FileSystemArchive::instance(), &engine);
-        QVERIFY(project);
-        QStringList const files = KenroTest::listedFiles(*project);
-        project->parent()->saveAs(place + name, nullptr);
-        QCOMPARE(project->fileName(), place + name);
-        QCOMPARE(project->parent()->basePath(), place);
-        for (ProjectFile *file : project->files()) {
-            if (file->fileName().contains(QLatin1String("/data/")))
-                continue; // shared files stay where they are
-            QVERIFY2(file->fileName().startsWith(place), qPrintable(file->fileName()));
-            QVERIFY(!file->isModified());
-        }
-        project->release();
-
-        QStringList names{name};
-        for (QString const &entry : files)
-            names.append(entry.section(QLatin1Char(':'), 1));
-        for (QString const &each : std::as_const(names))
-            QVERIFY2(KenroTest::readFile(place + each) == KenroTest::readFile(folder + each),
-                     qPrintable(each));
-        QCOMPARE(QDir(place).entryList(QDir::Files).size(), names.size());
-
-        // It opens again from there with the same files.
-        DefinitionProject *again =
-            GameProject::openDefinition(place + name, FileSystemArchive::instance(), &engine);
-        QVERIFY(again);
-        QCOMPARE(KenroTest::listedFiles(*again), files);
-        again->release();
-    }
-
-    void savedEditsAreWritten()
-    {
-        KENRO_REQUIRE_TESTDATA(testdata);
-        QVERIFY(haveGame());
-        KenroTest::TestInterface host;
-        KenroTest::TestEngine engine;
-        QTemporaryDir target;
-        DefinitionProject *project = GameProject::openDefinition(
-            m_game + QStringLiteral("chars/kfm/kfm.def"), FileSystemArchive::instance(), &engine);
-        QVERIFY(project);
-        auto *commands = dynamic_cast<ScriptFile *>(project->file(ScriptType));
-        QVERIFY(commands && commands->fileName().endsWith(QLatin1String("kfm.cmd")));
-        commands->insert(QStringLiteral("\n; edited\n"));
-        QVERIFY(commands->isModified());
-        project->parent()->saveAs(target.path() + QStringLiteral("/kfm.def"), nullptr);
-        QByteArray const written = KenroTest::readFile(target.path() + QStringLiteral("/kfm.cmd"));
-        QVERIFY(written.contains("; edited"));
-        QVERIFY(!commands->isModified());
-        QCOMPARE(KenroTest::readFile(target.path() + QStringLiteral("/kfm.air")),
-                 KenroTest::readFile(m_source + QStringLiteral("chars/kfm/kfm.air")));
-        project->release();
-    }
-
-    void pluggedReader()
-    {
-        KENRO_REQUIRE_TESTDATA(testdata);
-        QVERIFY(haveGame());
-        KenroTest::TestInterface host;
-        KenroTest::TestEngine engine;
-        QTemporaryDir target;
-        // The sound banks' own class, plugged in with one line.
-        DefinitionProject::setFileFactory(SoundType, [] { return new SndSounds; });
-        for (QString const &definition :
-             {QStringLiteral("chars/kfm/kfm.def"), QStringLiteral("chars/training/Training.def")}) {
-            DefinitionProject *project = GameProject::openDefinition(
-                m_game + definition, FileSystemArchive::instance(), &engine);
-            QVERIFY(project);
-            auto *sounds = dynamic_cast<SndSounds *>(project->file(SoundType));
-            QVERIFY(sounds);
-            QVERIFY(sounds->count() > 0);
-            QCOMPARE(sounds->project(), static_cast<Project *>(project));
-            QString const place = target.path() + QLatin1Char('/') + project->name();
-            QVERIFY(QDir().mkpath(place));
-            project->parent()->saveAs(place + QLatin1Char('/') + QFileInfo(definition).fileName(),
-                                      nullptr);
-            QString const bank = QFileInfo(sounds->fileName()).fileName();
-            QCOMPARE(QDir::cleanPath(sounds->fileName()), place + QLatin1Char('/') + bank);
-            QVERIFY(KenroTest::readFile(place + QLatin1Char('/') + bank) ==
-                    KenroTest::readFile(m_source + QFileInfo(definition).path() + QLatin1Char('/') +
-                                        bank));
-            project->release();
-        }
-    }
-
-    void gameSavedAs()
-    {
-        KENRO_REQUIRE_TESTDATA(testdata);
-        QVERIFY(haveGame());
-        KenroTest::TestInterface host;
-        KenroTest::TestEngine engine;
-        QTemporaryDir target;
-        QString const place = target.path() + QStringLiteral("/saved/");
-        GameProject game(m_game, FileSystemArchive::instance(), &engine);
-        Project *kfm = game.open(m_game + QStringLiteral("chars/kfm/kfm.def"));
-        QVERIFY(kfm);
-        game.saveAs(place, nullptr);
-        QCOMPARE(game.basePath(), place);
-        // Open and closed projects alike, each with every file it names.
-        for (QString const &name :
-             {QStringLiteral("chars/kfm/kfm.def"), QStringLiteral("chars/kfm/intro.sff"),
-              QStringLiteral("chars/training/Training.def"),
-              QStringLiteral("chars/training/01.act"),
-              QStringLiteral("chars/training/Training.cns"), QStringLiteral("stages/kfm.def"),
-              QStringLiteral("stages/kfm.sff"), QStringLiteral("stages/stage0.sff")})
-            QVERIFY2(KenroTest::readFile(place + name) == KenroTest::readFile(m_source + name),
-                     qPrintable(name));
-        QVERIFY(!QFile::exists(place + QStringLiteral("chars/kfm/readme.txt"))); // named by nothing
-        kfm->release();
     }
 };
 
