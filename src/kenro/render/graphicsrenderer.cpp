@@ -5,9 +5,6 @@
 
 #include "graphicsrenderer_p.h"
 
-#include <QCoreApplication>
-#include <QFileInfo>
-
 #include <algorithm>
 #include <cmath>
 
@@ -31,7 +28,7 @@ void loadCrosses(GraphicsRendererStatics &s, QString const (&files)[3])
 {
     static char const *const defaults[3] = {"sff.png", "air.png", "extra.png"};
     for (int i = 0; i < 3; ++i) {
-        s.crosses[i] = QImage(files[i]);
+        s.crosses[i] = files[i].isEmpty() ? QImage() : QImage(files[i]);
         if (s.crosses[i].isNull())
             s.crosses[i] = QImage(icon(QLatin1String(defaults[i])));
     }

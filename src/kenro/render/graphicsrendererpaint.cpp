@@ -47,7 +47,8 @@ void GraphicsRendererPrivate::renderRulers(QPainter &painter)
     painter.fillRect(QRect(10, 30, 10, h - 30), s.backgroundSecond);
     painter.fillRect(QRect(30, 10, w - 30, 10), s.backgroundSecond);
     QColor const first = s.backgroundFirst;
-    painter.setPen(QColor(255 - first.red(), 255 - first.green(), 255 - first.blue()));
+    QColor const ink(255 - first.red(), 255 - first.green(), 255 - first.blue());
+    painter.setPen(ink);
     // One axis at a time: along x on the top bar, along y on the left one.
     for (int axis = 0; axis < 2; ++axis) {
         double const scale = axis ? scaleY : scaleX;
@@ -60,10 +61,10 @@ void GraphicsRendererPrivate::renderRulers(QPainter &painter)
             int const n = (at - origin) / pixelStep;
             bool const major = n % 5 == 0;
             int const from = major ? 20 : 24;
-            if (axis)
-                painter.drawLine(from, at, 29, at);
-            else
-                painter.drawLine(at, from, at, 29);
+            // Ticks are filled, not stroked: every paint engine puts a filled
+            // pixel on the same place.
+            painter.fillRect(axis ? QRect(from, at, 30 - from, 1) : QRect(at, from, 1, 30 - from),
+                             ink);
             if (!major)
                 continue;
             if (labelled) {

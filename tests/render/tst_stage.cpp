@@ -1,0 +1,380 @@
+// The stage's zoom tables and its mouse logic, driven by real mouse, key and
+// wheel events on a shown surface, with kfm's attack frame and its boxes:
+// what each gesture reports, and what it leaves in the stage and the file.
+#include "ikemenrenderer.h"
+
+#include <kfmstage.h>
+#include <scenerenderer.h>
+#include <testdata.h>
+
+#include <kenro/render/glrenderwidget.h>
+#include <kenro/render/renderwidget.h>
+#include <kenro/render/texture.h>
+
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace Kenro;
+using namespace Kenro::Ikemen;
+using namespace KenroTest;
+
+namespace {
+
+QSize const viewSize(400, 300);
+QPoint const origin(200, 250);
+
+QString text(QRect const &r)
+{
+    return QString::asprintf("%d,%d %dx%d", r.x(), r.y(), r.width(), r.height());
+}
+
+bool glAvailable()
+{
+    return Texture::isOpenGLEnabled() && Texture::globalGLContext();
+}
+
+// A stage on a shown surface with kfm's attack frame, and what it reports.
+struct Stage
+{
+    Kfm kfm;
+    StageSprites sprites;
+    IkemenRenderer renderer;
+    std::unique_ptr<QWidget> widget;
+    AirFrame *frame = nullptr;
+    QStringList log;
+    bool refuse = false;
+
+    bool open(QString const &data, bool gl)
+    {
+        if (!kfm.load(data) || !(frame = kfm.frame(200, 2)))
+            return false;
+        sprites.items << kfm.info(frame);
+        renderer.setSprites(&sprites);
+        renderer.setContactBoxes(ContactBoxCode::Attack, frame->attackBoxes());
+        renderer.setContactBoxes(ContactBoxCode::Collision, frame->collisionBoxes());
+        renderer.setVisibility(true, true, true, true, true, false, false);
+        auto item = [this](char const *what) {
+            return [this, what](GraphicsRenderer::ItemType type, int index, QPoint p) {
+                log << QString::asprintf("%s %d %d %d,%d", what, type, index, p.x(), p.y());
+            };
+        };
+        QObject::connect(&renderer, &GraphicsRenderer::itemMoved, item("moved"));
+        QObject::connect(&renderer, &GraphicsRenderer::itemReleased, item("released"));
+        QObject::connect(&renderer, &GraphicsRenderer::appendContactBox,
+                         [this](ContactBoxCode::BoxType type, QRect r) -> ContactBoxCode * {
+                             log << QStringLiteral("append %1 %2").arg(type).arg(text(r));
+                             return refuse ? nullptr : frame->contactBoxes(type)->add(r);
+                         });
+        QObject::connect(&renderer, &GraphicsRenderer::contactDrawingExit,
+                         [this] { log << QStringLiteral("exit"); });
+        QObject::connect(&renderer, &GraphicsRenderer::colorCaptured,
+                         [this](uchar index) { log << QStringLiteral("colour %1").arg(index); });
+        if (gl)
+            widget = std::make_unique<GLRenderWidget>();
+        else
+            widget = std::make_unique<RenderWidget>();
+        widget->resize(viewSize);
+        dynamic_cast<RenderWidgetBase *>(widget.get())->setRenderer(&renderer);
+        widget->show();
+        GraphicsRenderer::setOrigin(origin);
+        return QTest::qWaitForWindowExposed(widget.get());
+    }
+    SffSprite const *sprite() const
+    {
+        return static_cast<SffSprite const *>(sprites.items[0].sprite);
+    }
+    // What the stage and the file hold: the boxes and the view.
+    QStringList state()
+    {
+        QStringList out;
+        for (auto type : {ContactBoxCode::Attack, ContactBoxCode::Collision}) {
+            for (QRect const &r : renderer.contactBoxRects(type))
+                out << QStringLiteral("%1 %2").arg(type).arg(text(r));
+            out << QStringLiteral("file %1: %2").arg(type).arg(frame->contactBoxes(type)->count());
+        }
+        QPoint const g = renderer.guideLines(), o = GraphicsRenderer::origin();
+        return out << QString::asprintf("mode %d", renderer.clickMode())
+                   << QString::asprintf("level %d", renderer.zoomLevel())
+                   << QString::asprintf("guides %d,%d", g.x(), g.y())
+                   << QString::asprintf("origin %d,%d", o.x(), o.y());
+    }
+    // Runs \a script, words of an operation and its argument: press (p, P with
+    // Shift, C with Control), move (m), release (r) and right click (R) at a
+    // world point ("S" is the sprite's corner), wheel (w), keys (kR, kD, kX for
+    // Right, Down, Delete), draw boxes (da, dc), capture (g), guides on top
+    // (G), refuse boxes (n).
+    void run(QString const &script)
+    {
+        QWidget *w = widget.get();
+        for (QString const &word : script.split(u' ')) {
+            char const op = word[0].toLatin1();
+            QString const arg = word.mid(1);
+            bool const corner = arg.startsWith(u'S');
+            QStringList const xy = arg.mid(corner).split(u',');
+            QPoint const world = (corner ? QPoint(1, 1) - sprite()->axis() : QPoint()) +
+                QPoint(xy[0].toInt(), xy.value(1).toInt());
+            QPointF const s = renderer.scale();
+            QPoint const at =
+                GraphicsRenderer::origin() + QPoint(int(world.x() * s.x()), int(world.y() * s.y()));
+            auto const modifiers = op == 'P' ? Qt::ShiftModifier
+                : op == 'C'                  ? Qt::ControlModifier
+                                             : Qt::NoModifier;
+            if (op == 'p' || op == 'P' || op == 'C')
+                QTest::mousePress(w, Qt::LeftButton, modifiers, at);
+            else if (op == 'm' || op == 'r' || op == 'R')
+                op == 'm'       ? QTest::mouseMove(w, at)
+                    : op == 'r' ? QTest::mouseRelease(w, Qt::LeftButton, {}, at)
+                                : QTest::mouseClick(w, Qt::RightButton, {}, at);
+            else if (op == 'w')
+                wheel(arg.toInt(), QPoint(100, 100));
+            else if (op == 'k')
+                QTest::keyClick(w,
+                                arg == u'R'       ? Qt::Key_Right
+                                    : arg == u'D' ? Qt::Key_Down
+                                                  : Qt::Key_Delete);
+            else if (op == 'd')
+                renderer.setDrawContactBoxMode(arg == u'a' ? ContactBoxCode::Attack
+                                                           : ContactBoxCode::Collision);
+            else if (op == 'g')
+                renderer.setCaptureMode();
+            refuse = refuse || op == 'n';
+            if (op == 'G') {
+                GraphicsRenderer::setPriority(false, false);
+                renderer.setVisibility(true, true, true, true, true, false, true);
+                renderer.setGuideLines(QPoint(-100, -120));
+            }
+        }
+    }
+    void wheel(int delta, QPoint at)
+    {
+        QWheelEvent event(at, widget->mapToGlobal(at), QPoint(), QPoint(0, delta), Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(widget.get(), &event);
+    }
+};
+
+} // namespace
+
+class TestStage : public QObject
+{
+    Q_OBJECT
+
+    QString m_data;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        if (qEnvironmentVariable("KENRO_OPENGL") == QLatin1String("0"))
+            Texture::setOpenGLEnabled(false);
+        keepGLDriverLoaded();
+        KENRO_REQUIRE_TESTDATA(data);
+        m_data = data;
+    }
+    void init()
+    {
+        GraphicsRenderer::setPriority(true, false);
+        GraphicsRenderer::setZoomTable(0);
+        GraphicsRenderer::setZoomMode(GraphicsRenderer::ZoomAroundOrigin);
+    }
+
+    void zoom_data()
+    {
+        QTest::addColumn<int>("table");
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<int>("start");
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("expected");
+        addRow("table 0 level 16 reads the next row", 0, 0, 3, "16", "16 0.25 100,200");
+        addRow("table 1 level 16 is 14x", 1, 0, 3, "16", "16 14 100,200");
+        addRow("255 is level 0", 0, 0, 3, "255", "0 0.25 100,200");
+        addRow("above 16 is 16", 0, 0, 3, "40", "16 0.25 100,200");
+        addRow("down from 0 stays", 0, 0, 0, "-", "0 0.25 100,200");
+        addRow("up from 16 stays", 0, 0, 16, "+", "16 0.25 100,200");
+        addRow("up and down", 1, 0, 4, "+ + -", "5 4 100,200");
+        addRow("wheel from 12 is 9", 0, 0, 12, "w120", "9 3 100,200");
+        addRow("wheel down two", 0, 0, 5, "w-240", "3 1 100,200");
+        addRow("wheel below 0", 0, 0, 1, "w-480", "0 0.25 100,200");
+        addRow("actual, table 0", 0, 0, 9, "a", "3 1 100,200");
+        addRow("actual, table 1", 1, 0, 9, "a", "2 1 100,200");
+        addRow("around the centre", 0, 1, 3, "5", "5 2 0,250");
+        addRow("around the centre, out", 0, 1, 3, "1", "1 0.5 150,175");
+        addRow("centred", 0, 0, 3, "c", "3 1 200,150");
+    }
+    void zoom()
+    {
+        QFETCH(int, table);
+        QFETCH(int, mode);
+        QFETCH(int, start);
+        QFETCH(QString, steps);
+        QFETCH(QString, expected);
+        IkemenRenderer stage;
+        stage.sizeChanged(400, 300);
+        GraphicsRenderer::setZoomTable(table);
+        stage.setZoomLevel(uchar(start));
+        GraphicsRenderer::setOrigin(QPoint(100, 200));
+        GraphicsRenderer::setZoomMode(mode);
+        for (QString const &step : steps.split(u' ')) {
+            if (step == QLatin1String("+") || step == QLatin1String("-"))
+                step == QLatin1String("+") ? stage.addZoom() : stage.subZoom();
+            else if (step.startsWith(u'w'))
+                stage.mouseWheel(step.mid(1).toInt());
+            else if (step == QLatin1String("a"))
+                stage.zoomActual();
+            else if (step == QLatin1String("c"))
+                stage.centralize();
+            else
+                stage.setZoomLevel(uchar(step.toInt()));
+        }
+        QPoint const o = GraphicsRenderer::origin();
+        QCOMPARE(QStringLiteral("%1 %2 %3,%4")
+                     .arg(stage.zoomLevel())
+                     .arg(stage.zoomFactor())
+                     .arg(o.x())
+                     .arg(o.y()),
+                 expected);
+    }
+
+    void mouse_data()
+    {
+        QTest::addColumn<QString>("script");
+        QTest::addColumn<QString>("expected");
+        addRow("sprite dragged at 2x", "w240 pS mS10,5 rS10,5",
+               "moved 3 0 10,5; released 3 0 10,5; level 5");
+        addRow("cross dragged", "p0,0 m7,-3 r7,-3", "moved 2 2 7,-3; released 2 2 7,-3");
+        addRow("view panned", "C60,-150 m80,-140 r80,-140", "origin 220,260");
+        addRow("guide dragged", "G p-100,-50 m-90,-50 r-90,-50", "guides -90,-120");
+        addRow("box drawn", "da p-60,-40 m-40,-30 r-40,-30",
+               "moved 4 -1 20,10; append 1 -60,-40 20x10; 1 -60,-40 20x10; file 1: 2; mode 1");
+        addRow("box drawn upwards", "dc p-40,-30 m-60,-40 r-60,-40",
+               "moved 4 -1 -20,-10; append 2 -60,-40 20x10; 2 -60,-40 20x10; file 2: 4; mode 1");
+        addRow("box of no width", "da p-60,-40 m-60,-30 r-60,-30", "moved 4 -1 0,10; mode 1");
+        addRow("box refused", "n da p-60,-40 m-40,-30 r-40,-30",
+               "moved 4 -1 20,10; append 1 -60,-40 20x10; mode 1");
+        addRow("right click ends drawing", "da R0,-150", "exit");
+        addRow("drawn box selected at the end", "da p-60,-40 m-40,-30 r-40,-30 R0,-150 kR",
+               "moved 4 -1 20,10; append 1 -60,-40 20x10; exit; moved 4 -1 0,0; 1 -59,-40 20x10; "
+               "file 1: 2");
+        addRow("box dragged", "p12,-86 m14,-83 r14,-83",
+               "moved 4 1 2,3; released 4 1 0,0; 2 8,-91 12x16");
+        addRow("shift selects more", "p12,-86 r12,-86 P0,-40 m2,-40 r2,-40",
+               "moved 4 0 2,0; released 4 0 0,0; 2 -8,-80 29x80; 2 8,-94 12x16");
+        addRow("keys move and delete", "p12,-86 r12,-86 kR kD kX",
+               "moved 4 -1 0,0; moved 4 -1 0,0; file 2: 2");
+        addRow("colour captured", "g p0,-40 r0,-40", "colour %1; mode 2");
+        // Each handle of box 1 (6,-94 12x16) dragged by 4, 2.
+        struct
+        {
+            char const *name, *at, *rect;
+        } const handles[] = {
+            {"top left", "6,-94", "10,-92 8x14"},      {"top", "12,-94", "6,-92 12x14"},
+            {"left", "6,-86", "10,-94 8x16"},          {"top right", "18,-94", "6,-92 16x14"},
+            {"bottom left", "6,-78", "10,-94 8x18"},   {"bottom", "12,-78", "6,-94 12x18"},
+            {"bottom right", "18,-78", "6,-94 16x18"}, {"right", "18,-86", "6,-94 16x16"}};
+        for (auto const &h : handles) {
+            QStringList const p = QString::fromLatin1(h.at).split(u',');
+            QString const to = QStringLiteral("%1,%2").arg(p[0].toInt() + 4).arg(p[1].toInt() + 2);
+            addRow(
+                h.name, QStringLiteral("p12,-86 r12,-86 p%1 m%2 r%2").arg(QLatin1String(h.at), to),
+                QStringLiteral("moved 4 1 4,2; released 4 1 0,0; 2 %1").arg(QLatin1String(h.rect)));
+        }
+    }
+    void mouse()
+    {
+        QFETCH(QString, script);
+        QFETCH(QString, expected);
+        for (bool gl : {false, true}) {
+            if (gl && !glAvailable())
+                continue;
+            Stage stage;
+            QVERIFY(stage.open(m_data, gl));
+            QStringList const before = stage.state();
+            stage.run(script);
+            // The log, then what changed.
+            QStringList out = stage.log;
+            for (QString const &line : stage.state()) {
+                if (!before.contains(line))
+                    out << line;
+            }
+            QPoint const pixel = stage.sprite()->axis() + QPoint(0, -40);
+            QCOMPARE(out.join(QLatin1String("; ")),
+                     QString(expected).replace(
+                         QLatin1String("%1"),
+                         QString::number(stage.sprite()->pixels().pixelIndex(pixel))));
+        }
+    }
+
+    void randomInput_data()
+    {
+        QTest::addColumn<bool>("gl");
+        QTest::newRow("QPainter widget") << false;
+        if (glAvailable())
+            QTest::newRow("OpenGL widget") << true;
+    }
+    void randomInput()
+    {
+        // Events of every kind in any order, boxes accepted into the file: nothing
+        // crashes, and every signal names an item that exists, within the world.
+        QFETCH(bool, gl);
+        Stage stage;
+        QVERIFY(stage.open(m_data, gl));
+        stage.renderer.setVisibility(true, true, true, true, true, true, true);
+        stage.renderer.setOnionSkin(true, GraphicsRenderer::Lighter, 0.5f);
+        stage.renderer.setOnionSkinSprite(stage.sprite(), QPoint(-40, 0));
+        QStringList bad;
+        auto check = [&bad](QPoint p, int index, int count) {
+            int const limit = GraphicsRenderer::worldLimit;
+            if (std::abs(p.x()) > limit || std::abs(p.y()) > limit || index < -1 || index >= count)
+                bad << QString::asprintf("%d of %d at %d,%d", index, count, p.x(), p.y());
+        };
+        auto item = [&](GraphicsRenderer::ItemType type, int index, QPoint p) {
+            int const boxes =
+                int(std::max(stage.renderer.contactBoxRects(ContactBoxCode::Attack).size(),
+                             stage.renderer.contactBoxRects(ContactBoxCode::Collision).size()));
+            check(p, index, type < 3 ? 3 : type == 3 ? 1 : boxes);
+        };
+        QObject::connect(&stage.renderer, &GraphicsRenderer::itemMoved, item);
+        QObject::connect(&stage.renderer, &GraphicsRenderer::itemReleased, item);
+        QObject::connect(&stage.renderer, &GraphicsRenderer::cursorChanged,
+                         [&](QPoint p) { check(p, 0, 1); });
+        QObject::connect(&stage.renderer, &GraphicsRenderer::appendContactBox,
+                         [&](ContactBoxCode::BoxType, QRect r) {
+                             check(r.topLeft(), 0, 1);
+                             check(r.bottomRight(), 0, 1);
+                         });
+        QRandomGenerator random(23);
+        QWidget *w = stage.widget.get();
+        Qt::Key const keys[] = {Qt::Key_Left,   Qt::Key_Right,   Qt::Key_Up, Qt::Key_Down,
+                                Qt::Key_Delete, Qt::Key_Control, Qt::Key_A};
+        for (int i = 0; i < 20000; ++i) {
+            QPoint const at(random.bounded(-20, w->width() + 20),
+                            random.bounded(-20, w->height() + 20));
+            auto const modifiers = Qt::KeyboardModifiers(random.bounded(4) << 25);
+            auto const button = Qt::MouseButton(1 << random.bounded(3));
+            int const what = random.bounded(40);
+            if (what < 6)
+                QTest::mousePress(w, button, modifiers, at);
+            else if (what < 10)
+                QTest::mouseRelease(w, button, modifiers, at);
+            else if (what < 12)
+                stage.wheel(random.bounded(-480, 480), at);
+            else if (what < 14)
+                QTest::keyClick(w, keys[random.bounded(7)], modifiers);
+            else if (what == 14)
+                stage.renderer.setDrawContactBoxMode(
+                    ContactBoxCode::BoxType(1 + random.bounded(2)));
+            else if (what == 15)
+                random.bounded(2) ? stage.renderer.setCaptureMode() : stage.renderer.zoomFit();
+            else if (what == 16)
+                QCoreApplication::processEvents();
+            else
+                QTest::mouseMove(w, at);
+        }
+        QCoreApplication::processEvents();
+        QVERIFY2(bad.isEmpty(), qPrintable(bad.mid(0, 5).join(u'\n')));
+        QVERIFY(stage.log.filter(QStringLiteral("append")).size() > 10);
+    }
+};
+
+QTEST_MAIN(TestStage)
+#include "tst_stage.moc"

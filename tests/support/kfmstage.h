@@ -1,0 +1,70 @@
+#pragma once
+
+// For suites that link the IKEMEN formats: kfm's sprites and actions on a stage.
+#include <ikemen/air/airdocument.h>
+#include <ikemen/air/airnodes.h>
+#include <ikemen/sff/sffsprites.h>
+
+#include <kenro/code/animationcode.h>
+#include <kenro/imaging/spriteprovider.h>
+#include <kenro/project/filesystemarchive.h>
+
+#include <memory>
+
+namespace KenroTest {
+
+/// The items of a stage, kept by the test.
+class StageSprites : public Kenro::SpriteProvider
+{
+public:
+    QList<Info> items;
+    unsigned int count() const override { return unsigned(items.size()); }
+    Kenro::PropertyItem *item(unsigned int) const override { return nullptr; }
+    Info *info(unsigned int index) override { return index < count() ? &items[index] : nullptr; }
+};
+
+/// kfm's archive and animations, read from the test data.
+struct Kfm
+{
+    struct Release
+    {
+        void operator()(Kenro::Ikemen::SffSprites *s) const { s->release(); }
+    };
+    std::unique_ptr<Kenro::Ikemen::SffSprites, Release> sprites{new Kenro::Ikemen::SffSprites};
+    Kenro::Ikemen::AirDocument air;
+
+    bool load(QString const &root)
+    {
+        Kenro::Archive &files = Kenro::FileSystemArchive::instance();
+        QString const dir = root + QStringLiteral("/game/chars/kfm/");
+        return sprites->fromFile(files, dir + QStringLiteral("kfm.sff"), 0, nullptr) &&
+            air.fromFile(files, dir + QStringLiteral("kfm.air"), 0, nullptr);
+    }
+    Kenro::Ikemen::AirFrame *frame(int action, int index) const
+    {
+        Kenro::Animations *list = air.animations();
+        Kenro::AnimationCode *a = list->at(unsigned(list->find(0, action)));
+        return a ? static_cast<Kenro::Ikemen::AirFrame *>(a->frameAt(unsigned(index))) : nullptr;
+    }
+    Kenro::Ikemen::SffSprite *sprite(int group, int number) const
+    {
+        int const i = sprites->find(0, QStringLiteral("%1, %2").arg(group).arg(number));
+        return i < 0 ? nullptr : sprites->sprite(unsigned(i));
+    }
+    /// The item that shows \a frame: its sprite at its offset, flipped, blended and scaled.
+    Kenro::SpriteProvider::Info info(Kenro::Ikemen::AirFrame const *frame) const
+    {
+        auto const &f = frame->fields();
+        Kenro::SpriteProvider::Info item;
+        item.sprite = sprite(f.group, f.image);
+        item.position = QPointF(f.x, f.y);
+        item.flip = f.flip;
+        item.blendMode = f.blend.mode;
+        item.blendSource = f.blend.source;
+        item.blendDestination = f.blend.destination;
+        item.scale = QPointF(f.scaleX, f.scaleY);
+        return item;
+    }
+};
+
+} // namespace KenroTest
