@@ -70,11 +70,6 @@ QImage draw(SceneRenderer &renderer, bool openGL)
     return out;
 }
 
-bool glAvailable()
-{
-    return Texture::isOpenGLEnabled() && Texture::globalGLContext();
-}
-
 } // namespace
 
 class TestRender : public QObject
@@ -87,11 +82,7 @@ class TestRender : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        if (qEnvironmentVariable("KENRO_OPENGL") == QLatin1String("0"))
-            Texture::setOpenGLEnabled(false);
-        else
-            QVERIFY2(glAvailable(), "no OpenGL 2 context: run under a display with OpenGL");
-        keepGLDriverLoaded();
+        QVERIFY2(setUpOpenGL(), "no OpenGL 2 context: run under a display with OpenGL");
         KENRO_REQUIRE_TESTDATA(data);
         m_kfm = readArchive(data + QStringLiteral("/game/chars/kfm/kfm.sff"));
         m_font = readArchive(data + QStringLiteral("/game/screenpack/num72.sff"));

@@ -26,11 +26,8 @@ public:
 /// kfm's archive and animations, read from the test data.
 struct Kfm
 {
-    struct Release
-    {
-        void operator()(Kenro::Ikemen::SffSprites *s) const { s->release(); }
-    };
-    std::unique_ptr<Kenro::Ikemen::SffSprites, Release> sprites{new Kenro::Ikemen::SffSprites};
+    std::shared_ptr<Kenro::Ikemen::SffSprites> sprites{new Kenro::Ikemen::SffSprites,
+                                                       [](Kenro::Object *s) { s->release(); }};
     Kenro::Ikemen::AirDocument air;
 
     bool load(QString const &root)
@@ -46,23 +43,16 @@ struct Kfm
         Kenro::AnimationCode *a = list->at(unsigned(list->find(0, action)));
         return a ? static_cast<Kenro::Ikemen::AirFrame *>(a->frameAt(unsigned(index))) : nullptr;
     }
-    Kenro::Ikemen::SffSprite *sprite(int group, int number) const
-    {
-        int const i = sprites->find(0, QStringLiteral("%1, %2").arg(group).arg(number));
-        return i < 0 ? nullptr : sprites->sprite(unsigned(i));
-    }
-    /// The item that shows \a frame: its sprite at its offset, flipped, blended and scaled.
+    /// The item that shows \a frame: its sprite at its offset, flipped and blended.
     Kenro::SpriteProvider::Info info(Kenro::Ikemen::AirFrame const *frame) const
     {
         auto const &f = frame->fields();
         Kenro::SpriteProvider::Info item;
-        item.sprite = sprite(f.group, f.image);
+        item.sprite = sprites->sprite(
+            unsigned(sprites->find(0, QStringLiteral("%1, %2").arg(f.group).arg(f.image))));
         item.position = QPointF(f.x, f.y);
         item.flip = f.flip;
         item.blendMode = f.blend.mode;
-        item.blendSource = f.blend.source;
-        item.blendDestination = f.blend.destination;
-        item.scale = QPointF(f.scaleX, f.scaleY);
         return item;
     }
 };

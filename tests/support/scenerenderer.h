@@ -92,6 +92,14 @@ int largestDifference(QImage const &a, QImage const &b, int *pixels = nullptr,
  */
 void keepGLDriverLoaded();
 
+/// Whether textures and surfaces draw by OpenGL in this run.
+bool glAvailable();
+/**
+ * Switches OpenGL off where KENRO_OPENGL is 0, and keeps the GL driver
+ * loaded; false when OpenGL is wanted and there is none.
+ */
+bool setUpOpenGL();
+
 /// Where test pictures go: a folder under the build folder, made on first use.
 QString picturePath(QString const &name);
 

@@ -35,7 +35,7 @@ public:
     unsigned int currentTick = 0;
     qint64 frameCount = 0;
     QElapsedTimer elapsed;
-    QTimer timer;
+    QTimer timer{this};
     float interval = 16.666666f;
     float drift = 0.0f;
     float fps = 60.0f;
@@ -48,7 +48,7 @@ public:
     int tickWidth = 6;
     int rowHeight = 30;
     int dragging = 0;
-    QTimer moveTimer;
+    QTimer moveTimer{this};
     /// The direction that moveTimer pages in: -1 left, 1 right.
     int pageDirection = 0;
     std::function<qint64()> clock;

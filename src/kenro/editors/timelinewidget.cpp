@@ -148,6 +148,12 @@ float TimeLineWidget::currentFPS() const
     return d->fps;
 }
 
+QSize TimeLineWidget::sizeHint() const
+{
+    return QSize(d->nameWidth + 100 * d->tickWidth,
+                 d->rulerHeight + int(d->timeLines.size()) * d->rowHeight);
+}
+
 bool TimeLineWidget::isPlaying() const
 {
     return d->timer.isActive();

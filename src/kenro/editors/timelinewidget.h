@@ -36,6 +36,8 @@ public:
     /// Ticks a second over the last second of playing.
     float currentFPS() const;
     bool isPlaying() const;
+    /// Room for the names and a hundred ticks, and the ruler and every row.
+    QSize sizeHint() const override;
     /**
      * Replaces the clock that measures the time between steps: \a restart
      * gives the milliseconds since its last call. Null puts the system's

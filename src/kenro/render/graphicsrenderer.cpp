@@ -163,10 +163,12 @@ GraphicsRenderer::GraphicsRenderer(QObject *parent)
     if (!graphicsStatics().crossesSet)
         setCrossHair(DefaultCrossHairs, QString(), QString(), QString());
     d->resetSelectionRect();
+    graphicsStatics().stages.append(this);
 }
 
 GraphicsRenderer::~GraphicsRenderer()
 {
+    graphicsStatics().stages.removeOne(this);
     delete d;
 }
 
@@ -251,6 +253,8 @@ QPoint GraphicsRenderer::origin()
 void GraphicsRenderer::setOrigin(QPoint origin)
 {
     graphicsStatics().origin = origin;
+    for (GraphicsRenderer *stage : std::as_const(graphicsStatics().stages))
+        stage->update();
 }
 
 void GraphicsRenderer::centralize()
@@ -277,6 +281,7 @@ GraphicsRenderer::ClickMode GraphicsRenderer::clickMode() const
 
 void GraphicsRenderer::setPositioningMode()
 {
+    d->dropPending();
     int const type = d->drawingType;
     if (d->clickMode != DrawingContactBox || d->drawingIndex >= d->boxes[type].size()) {
         d->clickMode = Positioning;
@@ -294,6 +299,7 @@ void GraphicsRenderer::setPositioningMode()
 
 void GraphicsRenderer::setDrawContactBoxMode(ContactBoxCode::BoxType type)
 {
+    d->dropPending();
     d->clickMode = DrawingContactBox;
     d->drawingType = type == ContactBoxCode::Collision ? 1 : 0;
     d->drawingIndex = int(d->boxes[d->drawingType].size());

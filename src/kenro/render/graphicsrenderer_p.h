@@ -28,6 +28,8 @@ struct GraphicsRendererStatics
     /// Attack, then collision.
     QColor boxColors[2] = {QColor(255, 0, 0), QColor(0, 0, 255)};
     float boxOpacity = 0.5f;
+    /// Every stage, to be repainted when the origin that they share moves.
+    QList<GraphicsRenderer *> stages;
 };
 
 GraphicsRendererStatics &graphicsStatics();
@@ -76,6 +78,8 @@ public:
         ContactBoxCode *code = nullptr;
         StageBox rect;
         bool selected = false;
+        /// Being drawn: not in the lists of boxes yet.
+        bool pending = false;
     };
 
     explicit GraphicsRendererPrivate(GraphicsRenderer *renderer);
@@ -106,6 +110,8 @@ public:
     void dragTo(QPoint pos);
     void resizeSelection(QPoint delta);
     void finishDrawing();
+    /// Forgets a box whose drawing ended without the left button's release.
+    void dropPending();
 
     // Painting.
     void renderBackground(QPainter &painter, bool withImage);

@@ -242,6 +242,7 @@ void GraphicsRendererPrivate::dragTo(QPoint pos)
     if (hit == Pan) {
         s.origin = pressOrigin + (pos - pressPosition);
         clampOrigin();
+        GraphicsRenderer::setOrigin(s.origin);
         return;
     }
     QPoint const delta = worldAt(pos, s.origin) - worldAt(pressPosition, s.origin);
@@ -295,7 +296,7 @@ void GraphicsRendererPrivate::finishDrawing()
     // The drawn box leaves the list while the editor is asked, which may read
     // the boxes anew; a box it accepts is kept as it was drawn.
     int const type = drawingType;
-    if (drawingIndex >= boxes[type].size())
+    if (drawingIndex >= boxes[type].size() || !boxes[type][drawingIndex].pending)
         return;
     Box box = boxes[type].takeAt(drawingIndex);
     QRect const rect = box.rect.normalized();
@@ -311,9 +312,16 @@ void GraphicsRendererPrivate::finishDrawing()
         return;
     }
     box.code = code;
+    box.pending = false;
     box.rect = {rect.x(), rect.y(), rect.width(), rect.height()};
     drawingIndex = int(boxes[type].size());
     boxes[type].append(box);
+}
+
+void GraphicsRendererPrivate::dropPending()
+{
+    for (auto &list : boxes)
+        list.removeIf([](Box const &box) { return box.pending; });
 }
 
 void GraphicsRenderer::deselectContactBoxes()
@@ -415,9 +423,11 @@ void GraphicsRenderer::mousePressed(QPoint pos, Qt::MouseButton button,
         // A new box grows from its lower right corner, from the grid point under the mouse.
         int const t = d->drawingType;
         QPoint const at = d->clampWorld(d->worldAt(pos, d->boxReference()));
+        d->dropPending();
         d->drawingIndex = int(d->boxes[t].size());
         GraphicsRendererPrivate::Box box;
         box.rect = {at.x(), at.y(), 0, 0};
+        box.pending = true;
         d->boxes[t].append(box);
         d->hit = GraphicsRendererPrivate::BottomRight;
         d->selection = box.rect;
@@ -487,6 +497,8 @@ void GraphicsRenderer::mouseReleased(QPoint pos, Qt::MouseButton button,
 {
     bool const wasDown = d->mouseDown;
     d->mouseDown = false;
+    if (button != Qt::LeftButton)
+        d->dropPending();
     if (d->hit == GraphicsRendererPrivate::Pan)
         d->setCursorFor(GraphicsRendererPrivate::Pan);
     if (button == Qt::RightButton && d->clickMode == DrawingContactBox) {

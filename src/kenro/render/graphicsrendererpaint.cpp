@@ -49,6 +49,9 @@ void GraphicsRendererPrivate::renderRulers(QPainter &painter)
     QColor const first = s.backgroundFirst;
     QColor const ink(255 - first.red(), 255 - first.green(), 255 - first.blue());
     painter.setPen(ink);
+    QFont font = painter.font();
+    font.setPixelSize(9);
+    painter.setFont(font);
     // One axis at a time: along x on the top bar, along y on the left one.
     for (int axis = 0; axis < 2; ++axis) {
         double const scale = axis ? scaleY : scaleX;
@@ -68,9 +71,14 @@ void GraphicsRendererPrivate::renderRulers(QPainter &painter)
             if (!major)
                 continue;
             if (labelled) {
-                QRect const box = axis ? QRect(0, at - 5 * pixelStep, 30, 10 * pixelStep)
-                                       : QRect(at - 5 * pixelStep, 0, 10 * pixelStep, 30);
-                painter.drawText(box, Qt::AlignCenter, QString::number(n * worldStep));
+                // The left bar's numbers read upwards, so that long ones fit.
+                painter.save();
+                painter.translate(axis ? QPoint(0, at) : QPoint(at, 0));
+                if (axis)
+                    painter.rotate(-90.0);
+                painter.drawText(QRect(-5 * pixelStep, 0, 10 * pixelStep, 30), Qt::AlignCenter,
+                                 QString::number(n * worldStep));
+                painter.restore();
             }
             labelled = true;
         }

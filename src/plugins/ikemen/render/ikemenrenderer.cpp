@@ -3,6 +3,9 @@
 #include <ikemen/sff/sffpalette.h>
 #include <ikemen/sff/sffsprite.h>
 
+#include <kenro/imaging/palettes.h>
+#include <kenro/imaging/sprites.h>
+
 #include <kenro/code/framecode.h>
 #include <kenro/render/texture.h>
 
@@ -69,6 +72,17 @@ QPoint axisOf(Sprite const *sprite)
     return sff ? sff->axis() : QPoint();
 }
 
+// The sprite's palette; one without takes the first of its archive, as the
+// runtime shows a sprite of a shared palette.
+SffPalette const *paletteOf(SffSprite const *sprite)
+{
+    Palette const *palette = sprite->palette();
+    Palettes const *all = sprite->parent() ? sprite->parent()->palettes() : nullptr;
+    if (!palette && all && all->count() > 0)
+        palette = all->at(0);
+    return static_cast<SffPalette const *>(palette);
+}
+
 } // namespace
 
 IkemenRenderer::IkemenRenderer(QObject *parent) : GraphicsRenderer(parent) {}
@@ -80,6 +94,7 @@ void IkemenRenderer::clearCache()
     m_painted.clear();
     m_textures.clear();
     m_palettes.clear();
+    m_foreign.clear();
 }
 
 QRect IkemenRenderer::spriteBounds(Sprite const *sprite) const
@@ -97,10 +112,10 @@ QImage IkemenRenderer::paintedImage(Sprite const *sprite, int effect)
     if (!data || data->image.isNull())
         return QImage();
     bool const indexed = data->image.format() == QImage::Format_Indexed8;
-    if (indexed && !sff->palette())
+    SffPalette const *palette = indexed ? paletteOf(sff) : nullptr;
+    if (indexed && !palette)
         return QImage();
-    QList<QRgb> const colors =
-        indexed ? static_cast<SffPalette *>(sff->palette())->qtColorTable() : QList<QRgb>();
+    QList<QRgb> const colors = palette ? palette->qtColorTable() : QList<QRgb>();
     if (!m_painted.contains(data.get()) && m_painted.size() > 1024)
         m_painted.removeIf([](auto const &entry) { return entry.value().source.expired(); });
     Painted &painted = m_painted[data.get()];
@@ -174,7 +189,6 @@ void IkemenRenderer::glPaint(SpriteProvider::Info const &info, int effect, float
     auto const *sff = dynamic_cast<SffSprite const *>(info.sprite);
     Texture const *image = nullptr;
     Texture const *palette = nullptr;
-    std::unique_ptr<Texture> single; // for a sprite of another kind, made for this draw
     if (sff) {
         std::shared_ptr<SffImage> const &data = sff->imageData();
         if (!data || data->image.isNull())
@@ -188,7 +202,7 @@ void IkemenRenderer::glPaint(SpriteProvider::Info const &info, int effect, float
         }
         image = uploaded.texture.get();
         if (image->type() == Texture::Indexed) {
-            auto const *colors = static_cast<SffPalette const *>(sff->palette());
+            SffPalette const *colors = paletteOf(sff);
             if (!colors)
                 return;
             PaletteTexture &entry = m_palettes[colors];
@@ -199,9 +213,15 @@ void IkemenRenderer::glPaint(SpriteProvider::Info const &info, int effect, float
             palette = entry.texture.get();
         }
     } else {
-        single =
-            std::make_unique<Texture>(info.sprite->image().convertToFormat(QImage::Format_ARGB32));
-        image = single.get();
+        // Sprites of other kinds are uploaded again when their image changes.
+        QImage const picture = info.sprite->image();
+        Foreign &entry = m_foreign[info.sprite];
+        if (!entry.texture || entry.key != picture.cacheKey()) {
+            entry.key = picture.cacheKey();
+            entry.texture =
+                std::make_shared<Texture>(picture.convertToFormat(QImage::Format_ARGB32));
+        }
+        image = entry.texture.get();
     }
     QPointF const axis = drawnAxis(axisOf(info.sprite), image->size(), info.flip);
     QMatrix4x4 model;

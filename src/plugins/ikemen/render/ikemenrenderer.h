@@ -59,6 +59,11 @@ private:
         std::weak_ptr<SffImage> source;
         std::shared_ptr<Kenro::Texture> texture;
     };
+    struct Foreign
+    {
+        qint64 key = 0;
+        std::shared_ptr<Kenro::Texture> texture;
+    };
     struct PaletteTexture
     {
         QList<QRgb> colors;
@@ -74,6 +79,7 @@ private:
     QHash<SffImage const *, Painted> m_painted;
     QHash<SffImage const *, Uploaded> m_textures;
     QHash<SffPalette const *, PaletteTexture> m_palettes;
+    QHash<Kenro::Sprite const *, Foreign> m_foreign;
 };
 
 } // namespace Kenro::Ikemen
