@@ -2,6 +2,7 @@
 // paging to the current tick, mouse and keys, and what it draws.
 #include <kenro/editors/timelinewidget.h>
 
+#include <randominput.h>
 #include <testdata.h>
 
 #include <QMap>
@@ -10,7 +11,7 @@
 #include <QTimer>
 
 using namespace Kenro;
-using KenroTest::addRow;
+using namespace KenroTest;
 
 namespace {
 
@@ -28,8 +29,7 @@ struct Row : TimeLine
 // Fires \a timer now, if it runs.
 void fire(QTimer *timer)
 {
-    QTimerEvent event(timer->timerId());
-    if (timer->isActive())
+    if (QTimerEvent event(timer->timerId()); timer->isActive())
         QCoreApplication::sendEvent(timer, &event);
 }
 
@@ -113,7 +113,7 @@ private Q_SLOTS:
         QCOMPARE((out + u' ' + intervals.mid(0, 8).join(u' ')).trimmed(), expected);
     }
 
-    void mouseAndDrawing()
+    void mouseDrawingAndRandomInput()
     {
         TimeLineWidget w;
         Row row;
@@ -138,17 +138,31 @@ private Q_SLOTS:
         QColor const ink = w.palette().color(QPalette::WindowText);
         QColor const border = w.palette().color(QPalette::Button).darker(300);
         // Long and short ruler ticks, two cells, an outline, the cursor.
-        QList<QPair<QPoint, QColor>> const spots = {{{128, 11}, ink},
-                                                    {{128, 19}, ink},
-                                                    {{134, 17}, ink},
-                                                    {{139, 35}, QColor(200, 0, 0)},
-                                                    {{187, 35}, QColor(0, 0, 200)},
-                                                    {{155, 20}, border},
-                                                    {{152, 45}, QColor(255, 0, 0)}};
-        for (auto const &[at, color] : spots)
-            QCOMPARE(image.pixelColor(at).name() + QString::number(at.x()),
-                     color.name() + QString::number(at.x()));
-        QVERIFY(image.pixelColor(134, 13) != ink);
+        int const at[] = {128, 11, 128, 19, 134, 17, 134, 13, 139, 35, 187, 35, 155, 20, 152, 45};
+        QColor const colors[] = {ink,
+                                 ink,
+                                 ink,
+                                 w.palette().color(QPalette::Window),
+                                 QColor(200, 0, 0),
+                                 QColor(0, 0, 200),
+                                 border,
+                                 Qt::red};
+        for (int i = 0; i < 8; ++i)
+            QCOMPARE(image.pixelColor(at[2 * i], at[2 * i + 1]).name() + QString::number(i),
+                     colors[i].name() + QString::number(i));
+        // Random input, playing and timer steps: every tick sent is the current one.
+        int wrong = 0;
+        connect(&w, &TimeLineWidget::tickChanged, this,
+                [&](uint tick) { wrong += tick != w.currentTick(); });
+        QList<QTimer *> const timers = w.findChildren<QTimer *>();
+        sendRandomInput(&w, 5000, 6, {Qt::Key_Left, Qt::Key_Right}, [&](QRandomGenerator &random) {
+            int const what = random.bounded(4);
+            if (what < 2)
+                fire(timers[what]);
+            else
+                what == 2 ? (random.bounded(2) ? w.play() : w.stop()) : void(w.grab());
+        });
+        QCOMPARE(wrong, 0);
         w.clearTimeLines();
         QCOMPARE(w.height(), 20);
         QCOMPARE(w.grab().toImage().pixelColor(128, 15), ink);

@@ -43,7 +43,7 @@ struct Kfm
         Kenro::AnimationCode *a = list->at(unsigned(list->find(0, action)));
         return a ? static_cast<Kenro::Ikemen::AirFrame *>(a->frameAt(unsigned(index))) : nullptr;
     }
-    /// The item that shows \a frame: its sprite at its offset, flipped and blended.
+    /// The item that shows \a frame: its sprite at its offset, flipped, turned and blended.
     Kenro::SpriteProvider::Info info(Kenro::Ikemen::AirFrame const *frame) const
     {
         auto const &f = frame->fields();
@@ -53,6 +53,7 @@ struct Kfm
         item.position = QPointF(f.x, f.y);
         item.flip = f.flip;
         item.blendMode = f.blend.mode;
+        item.angle = f.angle;
         return item;
     }
 };

@@ -94,10 +94,7 @@ void keepGLDriverLoaded();
 
 /// Whether textures and surfaces draw by OpenGL in this run.
 bool glAvailable();
-/**
- * Switches OpenGL off where KENRO_OPENGL is 0, and keeps the GL driver
- * loaded; false when OpenGL is wanted and there is none.
- */
+/// OpenGL off where KENRO_OPENGL is 0, the GL driver kept; false when OpenGL is wanted and missing.
 bool setUpOpenGL();
 
 /// Where test pictures go: a folder under the build folder, made on first use.

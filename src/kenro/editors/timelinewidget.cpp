@@ -6,6 +6,7 @@
 #include <QLinearGradient>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -271,6 +272,18 @@ void TimeLineWidget::mouseReleaseEvent(QMouseEvent *event)
     QWidget::mouseReleaseEvent(event);
     d->dragging = TimeLinePrivate::Names;
     d->moveTimer.stop();
+}
+
+void TimeLineWidget::wheelEvent(QWheelEvent *event)
+{
+    // The wheel scrolls the ticks shown by ten a notch; the cursor stays on its tick.
+    int const notches = event->angleDelta().y() / 120;
+    if (notches == 0) {
+        QWidget::wheelEvent(event);
+        return;
+    }
+    d->firstTick = unsigned(std::max(0, int(d->firstTick) - notches * 10));
+    update();
 }
 
 void TimeLineWidget::keyPressEvent(QKeyEvent *event)

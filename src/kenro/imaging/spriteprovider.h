@@ -41,6 +41,8 @@ public:
         QPointF spriteScale = QPointF(1.0, 1.0);
         /// Mirroring: bit 0 across, bit 1 down.
         unsigned char flip = 0;
+        /// Degrees the sprite is turned around its axis, counter-clockwise.
+        double angle = 0.0;
         /// How the sprite mixes with what is behind it: a mode of FrameCode::Blend and its factors.
         int blendMode = 0;
         double blendSource = 1.0;
@@ -49,7 +51,7 @@ public:
         // Completed by the stage on every frame.
         /// The screen point of the sprite's axis.
         QPoint screenPosition;
-        /// The screen rectangle of the image, flips applied.
+        /// The screen rectangle of the image, flips applied, or the box around it when turned.
         QRect screenRect;
         /// Both factors times the stage's scale.
         QPointF screenScale = QPointF(1.0, 1.0);

@@ -5,6 +5,8 @@
 
 #include "graphicsrenderer_p.h"
 
+#include <QTransform>
+
 #include <algorithm>
 #include <cmath>
 
@@ -41,6 +43,12 @@ GraphicsRendererStatics &graphicsStatics()
 {
     static GraphicsRendererStatics statics;
     return statics;
+}
+
+void GraphicsRendererStatics::updateStages() const
+{
+    for (GraphicsRenderer *stage : stages)
+        stage->update();
 }
 
 GraphicsRendererPrivate::GraphicsRendererPrivate(GraphicsRenderer *renderer) : q(renderer) {}
@@ -176,6 +184,7 @@ void GraphicsRenderer::setPriority(bool spriteOverGuides, bool contactOverCross)
 {
     graphicsStatics().spriteOverGuides = spriteOverGuides;
     graphicsStatics().contactOverCross = contactOverCross;
+    graphicsStatics().updateStages();
 }
 
 void GraphicsRenderer::setVisibility(bool mainCross, bool secondaryCross, bool extraCross,
@@ -217,6 +226,7 @@ void GraphicsRenderer::setBackground(QColor const &first, QColor const &second, 
     } else {
         s.background = QImage();
     }
+    s.updateStages();
 }
 
 void GraphicsRenderer::setCrossHair(CrossHairType type, QString const &main,
@@ -234,6 +244,7 @@ void GraphicsRenderer::setCrossHair(CrossHairType type, QString const &main,
         QString const none[3];
         loadCrosses(graphicsStatics(), none);
     }
+    graphicsStatics().updateStages();
 }
 
 void GraphicsRenderer::setupContactBoxes(QColor const &attack, QColor const &collision,
@@ -243,6 +254,7 @@ void GraphicsRenderer::setupContactBoxes(QColor const &attack, QColor const &col
     s.boxColors[ContactBoxCode::Attack - 1] = attack;
     s.boxColors[ContactBoxCode::Collision - 1] = collision;
     s.boxOpacity = opacity;
+    s.updateStages();
 }
 
 QPoint GraphicsRenderer::origin()
@@ -253,8 +265,7 @@ QPoint GraphicsRenderer::origin()
 void GraphicsRenderer::setOrigin(QPoint origin)
 {
     graphicsStatics().origin = origin;
-    for (GraphicsRenderer *stage : std::as_const(graphicsStatics().stages))
-        stage->update();
+    graphicsStatics().updateStages();
 }
 
 void GraphicsRenderer::centralize()
@@ -572,6 +583,13 @@ bool GraphicsRenderer::updateSprites()
         info->screenRect = QRect(
             left, top, int(std::lround(info->screenPosition.x() + b.right() * sx + sx)) - left,
             int(std::lround(info->screenPosition.y() + b.bottom() * sy + sy)) - top);
+        if (info->angle != 0.0) {
+            QTransform turn;
+            turn.translate(info->screenPosition.x(), info->screenPosition.y());
+            turn.rotate(-info->angle);
+            turn.translate(-info->screenPosition.x(), -info->screenPosition.y());
+            info->screenRect = turn.mapRect(info->screenRect);
+        }
         info->worldRect =
             QRectF((info->screenRect.x() - origin.x()) / d->scaleX,
                    (info->screenRect.y() - origin.y()) / d->scaleY,

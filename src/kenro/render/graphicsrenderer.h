@@ -112,9 +112,16 @@ public:
     /// The zoom factor times the zoom scale, per axis: screen pixels a world unit.
     QPointF scale() const;
 
-    /// The index of \a item (a SpriteProvider::Info or a ContactBoxCode) among its kind; -1.
+    /**
+     * The index of \a item among its kind: a SpriteProvider::Info among the
+     * provider's items, a ContactBoxCode in its list of boxes (as the signals
+     * count boxes); -1 when it is not there.
+     */
     int indexOfItem(ItemType type, void const *item) const;
-    /// The position of a cross or a sprite, or the top left of a box; (0, 0) out of range.
+    /**
+     * The position of a cross or a sprite, or the top left of a box, the
+     * boxes counted attack boxes first; (0, 0) out of range.
+     */
     QPointF itemPosition(ItemType type, unsigned int index) const;
     void setItemPosition(ItemType type, QPointF position, unsigned int index, bool update);
     /// The position mode and reference of a cross, a sprite, or all boxes.
@@ -157,7 +164,7 @@ public:
 Q_SIGNALS:
     /// A box was drawn; the handler adds it and returns it, or null to refuse it.
     Kenro::ContactBoxCode *appendContactBox(Kenro::ContactBoxCode::BoxType type, QRect rect);
-    /// A right click ended the drawing of boxes.
+    /// A right click or Escape ended the drawing of boxes.
     void contactDrawingExit();
     /// The mouse is over \a position, in world units.
     void cursorChanged(QPoint position);

@@ -28,8 +28,9 @@ struct GraphicsRendererStatics
     /// Attack, then collision.
     QColor boxColors[2] = {QColor(255, 0, 0), QColor(0, 0, 255)};
     float boxOpacity = 0.5f;
-    /// Every stage, to be repainted when the origin that they share moves.
+    /// Every stage, repainted when what they share changes.
     QList<GraphicsRenderer *> stages;
+    void updateStages() const;
 };
 
 GraphicsRendererStatics &graphicsStatics();

@@ -551,6 +551,12 @@ void GraphicsRenderer::keyPressed(int key, Qt::KeyboardModifiers modifiers)
             w->setCursor(Qt::OpenHandCursor);
         return;
     }
+    // Escape leaves the drawing of boxes as a right click does.
+    if (key == Qt::Key_Escape && d->clickMode == DrawingContactBox && !d->mouseDown) {
+        setPositioningMode();
+        Q_EMIT contactDrawingExit();
+        return;
+    }
     if (modifiers != Qt::NoModifier || !d->anySelected())
         return;
     QPoint step;

@@ -167,6 +167,7 @@ void IkemenRenderer::paint(QPainter &painter, SpriteProvider::Info const &info, 
     painter.setCompositionMode(mode);
     painter.setOpacity(std::clamp(opacity, 0.0f, 1.0f));
     painter.translate(info.screenPosition);
+    painter.rotate(-info.angle);
     painter.scale(info.flip & 1 ? -std::abs(info.screenScale.x()) : std::abs(info.screenScale.x()),
                   info.flip & 2 ? -std::abs(info.screenScale.y()) : std::abs(info.screenScale.y()));
     painter.drawImage(QPoint(-axis.x(), -axis.y()), image);
@@ -226,6 +227,7 @@ void IkemenRenderer::glPaint(SpriteProvider::Info const &info, int effect, float
     QPointF const axis = drawnAxis(axisOf(info.sprite), image->size(), info.flip);
     QMatrix4x4 model;
     model.translate(float(info.screenPosition.x()), float(info.screenPosition.y()));
+    model.rotate(float(-info.angle), 0.0f, 0.0f, 1.0f);
     model.scale(float(std::abs(info.screenScale.x())), float(std::abs(info.screenScale.y())));
     model.translate(float(-axis.x()), float(-axis.y()));
     RenderPacket packet;

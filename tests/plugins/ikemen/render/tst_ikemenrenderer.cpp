@@ -35,9 +35,7 @@ QImage draw(GraphicsRenderer &stage, bool gl, char const *show)
     surface.setRenderer(&stage);
     GraphicsRenderer::setOrigin(origin);
     surface.update();
-    QImage const out = surface.output().convertToFormat(QImage::Format_RGB32);
-    surface.setRenderer(nullptr);
-    return out;
+    return surface.output().convertToFormat(QImage::Format_RGB32);
 }
 
 // Paints the opaque pixels of \a item into \a expected where the stage puts
@@ -78,10 +76,8 @@ void expectSprite(QImage &expected, QImage &covered, SpriteProvider::Info const 
 
 QString spot(QImage const &image, int x, int y)
 {
-    return QStringLiteral("%1,%2 %3")
-        .arg(x)
-        .arg(y)
-        .arg(image.valid(x, y) ? QColor(image.pixel(x, y)).name() : QString());
+    QString const color = image.valid(x, y) ? QColor(image.pixel(x, y)).name() : QString();
+    return QStringLiteral("%1,%2 ").arg(x).arg(y) + color;
 }
 
 } // namespace
