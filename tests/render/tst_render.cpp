@@ -314,6 +314,45 @@ private Q_SLOTS:
                                 .arg(picturePath(name))));
     }
 
+    void geometry_data()
+    {
+        QTest::addColumn<uchar>("flip");
+        QTest::addColumn<float>("topScale");
+        QTest::addColumn<float>("topAnchor");
+        QTest::addColumn<QString>("topRow"); // first and last covered column of the top row
+        addRow("across", uchar(1), 1.0f, 0.5f, "100 139");
+        addRow("down", uchar(2), 1.0f, 0.5f, "100 139");
+        addRow("both", uchar(3), 1.0f, 0.5f, "100 139");
+        addRow("top x2 from the left", uchar(0), 2.0f, 0.0f, "100 178");
+        addRow("top x2 centred", uchar(0), 2.0f, 0.5f, "80 159");
+        addRow("top x2 from the right", uchar(0), 2.0f, 1.0f, "61 139");
+        addRow("top x0.5 centred", uchar(0), 0.5f, 0.5f, "110 129");
+    }
+    void geometry()
+    {
+        // The surfaces share a packet's geometry: checked on the software path alone.
+        QFETCH(uchar, flip);
+        QFETCH(float, topScale);
+        QFETCH(float, topAnchor);
+        QFETCH(QString, topRow);
+        QImage image(40, 30, QImage::Format_ARGB32);
+        for (int i = 0; i < 40 * 30; ++i)
+            image.setPixel(i % 40, i / 40, qRgb(i % 40 * 6, i / 40 * 8, 200));
+        SceneRenderer renderer;
+        renderer.items = {item(image, QPointF(100, 50))};
+        QImage const plain = draw(renderer, false).copy(100, 50, 40, 30);
+        SceneItem &shown = renderer.items[0];
+        shown.flip = flip, shown.topScale = topScale, shown.topAnchor = topAnchor;
+        QImage const drawn = draw(renderer, false);
+        QStringList covered;
+        for (int x = 0; x < drawn.width(); ++x)
+            if (drawn.pixelColor(x, 50) != renderer.background)
+                covered << QString::number(x);
+        QCOMPARE(covered.first() + u' ' + covered.last(), topRow);
+        if (topScale == 1.0f)
+            QCOMPARE(drawn.copy(100, 50, 40, 30), plain.mirrored(flip & 1, flip & 2));
+    }
+
     void onScreenSurfaces()
     {
         // The widgets draw what the off-screen surfaces draw.
