@@ -9,6 +9,7 @@
 #include <kenro/code/framecode.h>
 #include <kenro/render/texture.h>
 
+#include <QPaintEngine>
 #include <QPainter>
 
 #include <algorithm>
@@ -135,15 +136,18 @@ void IkemenRenderer::paint(QPainter &painter, SpriteProvider::Info const &info, 
     QImage const image = paintedImage(info.sprite, effect);
     if (image.isNull())
         return;
-    // QPainter has no subtraction: the difference comes closest.
     QPainter::CompositionMode mode = QPainter::CompositionMode_SourceOver;
+    bool subtract = false;
     switch (info.blendMode) {
     case Blend::Addition:
         mode = QPainter::CompositionMode_Plus;
         opacity *= float(info.blendSource);
         break;
     case Blend::Subtraction:
-        mode = QPainter::CompositionMode_Difference;
+        // Raster surfaces subtract as the inverse of adding to the inverse; others have no
+        // subtraction, and the difference comes closest.
+        subtract = painter.paintEngine()->hasFeature(QPaintEngine::RasterOpModes);
+        mode = subtract ? QPainter::CompositionMode_Plus : QPainter::CompositionMode_Difference;
         opacity *= float(info.blendSource);
         break;
     case Blend::Overlay:
@@ -170,7 +174,20 @@ void IkemenRenderer::paint(QPainter &painter, SpriteProvider::Info const &info, 
     painter.rotate(-info.angle);
     painter.scale(info.flip & 1 ? -std::abs(info.screenScale.x()) : std::abs(info.screenScale.x()),
                   info.flip & 2 ? -std::abs(info.screenScale.y()) : std::abs(info.screenScale.y()));
-    painter.drawImage(QPoint(-axis.x(), -axis.y()), image);
+    QRect const area(-axis, image.size());
+    auto invert = [&] {
+        painter.save();
+        painter.setOpacity(1.0);
+        painter.setRenderHint(QPainter::Antialiasing, false);
+        painter.setCompositionMode(QPainter::RasterOp_NotDestination);
+        painter.fillRect(area, Qt::white);
+        painter.restore();
+    };
+    if (subtract)
+        invert();
+    painter.drawImage(area.topLeft(), image);
+    if (subtract)
+        invert();
     painter.restore();
 }
 
@@ -261,7 +278,13 @@ void IkemenRenderer::glPaint(SpriteProvider::Info const &info, int effect, float
     glSetBlend(true);
     glSetBlendEquation(equation);
     glSetBlendFunction(source, destination);
+    // A subtraction takes the colours from the surface, not its coverage.
+    bool const keepAlpha = equation == ReverseSubtract;
+    if (keepAlpha)
+        glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_FALSE);
     glDrawImage(packet);
+    if (keepAlpha)
+        glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
 }
 
 void IkemenRenderer::glDrawSprite(SpriteProvider::Info const &info)

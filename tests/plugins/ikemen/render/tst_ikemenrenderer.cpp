@@ -16,6 +16,7 @@
 using namespace Kenro;
 using namespace Kenro::Ikemen;
 using namespace KenroTest;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -61,6 +62,8 @@ void expectSprite(QImage &expected, QImage &covered, SpriteProvider::Info const 
                         continue;
                     QRgb const d = expected.pixel(px, py);
                     auto mix = [&](int from, int to) {
+                        if (item.blendMode == FrameCode::Blend::Subtraction)
+                            return std::max(0, to - from);
                         return item.blendMode ? std::min(255, to + from)
                                               : (from * qAlpha(c) + to * (255 - qAlpha(c))) / 255;
                     };
@@ -107,13 +110,14 @@ private Q_SLOTS:
 
     void kfmActions_data()
     {
-        // Action, frame, zoom level, flip, frame scale x, added.
+        // Action, frame, zoom level, flip, frame scale x, blend (1 added, 2 subtracted).
         QTest::addColumn<QList<int>>("row");
         QTest::newRow("standing 1x") << QList<int>{0, 0, 3, 0, 1, 0};
         QTest::newRow("standing 2x flipped") << QList<int>{0, 4, 5, 1, 1, 0};
         QTest::newRow("standing 4x upside down") << QList<int>{0, 5, 11, 3, 1, 0};
         QTest::newRow("attack 1x added") << QList<int>{200, 2, 3, 0, 1, 1};
         QTest::newRow("attack 2x wide") << QList<int>{200, 2, 5, 0, 2, 0};
+        QTest::newRow("attack 2x subtracted") << QList<int>{200, 2, 5, 0, 1, 2};
         QTest::newRow("attack 4x flipped") << QList<int>{200, 2, 11, 2, 1, 0};
     }
     void kfmActions()
@@ -129,7 +133,7 @@ private Q_SLOTS:
             item.flip = uchar(row[3]);
             item.scale = QPointF(row[4], 1);
         }
-        sprites.items[0].blendMode = row[5] ? FrameCode::Blend::Addition : FrameCode::Blend::None;
+        sprites.items[0].blendMode = FrameCode::Blend::Mode(row[5]);
         sprites.items[1].sprite = m_font.sprites->sprite(3);
         sprites.items[1].position = QPointF(-100, -20);
         SpriteProvider::Info onion = m_kfm.info(m_kfm.frame(action, 0));
@@ -166,7 +170,8 @@ private Q_SLOTS:
                 }
             }
             QVERIFY(count > 2000 * s);
-            QVERIFY2(wrong.isEmpty(), qPrintable(wrong.mid(0, 3).join(u' ')));
+            QVERIFY2(wrong.isEmpty(),
+                     qPrintable((gl ? u"GL: "_s : u"QPainter: "_s) + wrong.mid(0, 3).join(u' ')));
 
             // Each kind of box alone: the corners that the file gives are edge, the
             // pixels beside them are not.
