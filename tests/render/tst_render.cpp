@@ -8,6 +8,7 @@
 #include <kenro/render/texture.h>
 
 #include "localgl_p.h"
+#include "randominput.h"
 #include "scenerenderer.h"
 #include "sffreader.h"
 #include "testdata.h"
@@ -70,11 +71,6 @@ QImage draw(SceneRenderer &renderer, bool openGL)
     return out;
 }
 
-bool glAvailable()
-{
-    return Texture::isOpenGLEnabled() && Texture::globalGLContext();
-}
-
 } // namespace
 
 class TestRender : public QObject
@@ -87,11 +83,7 @@ class TestRender : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        if (qEnvironmentVariable("KENRO_OPENGL") == QLatin1String("0"))
-            Texture::setOpenGLEnabled(false);
-        else
-            QVERIFY2(glAvailable(), "no OpenGL 2 context: run under a display with OpenGL");
-        keepGLDriverLoaded();
+        QVERIFY2(setUpOpenGL(), "no OpenGL 2 context: run under a display with OpenGL");
         KENRO_REQUIRE_TESTDATA(data);
         m_kfm = readArchive(data + QStringLiteral("/game/chars/kfm/kfm.sff"));
         m_font = readArchive(data + QStringLiteral("/game/screenpack/num72.sff"));
@@ -636,55 +628,26 @@ private Q_SLOTS:
         surface->setRenderer(&renderer);
         widget->show();
         QVERIFY(QTest::qWaitForWindowExposed(widget.get()));
-        QRandomGenerator random(21);
-        int presses = 0, wheels = 0;
         renderer.events.clear();
-        for (int i = 0; i < 3000; ++i) {
-            QPoint const at(random.bounded(widget->width()), random.bounded(widget->height()));
-            auto const button = Qt::MouseButton(1 << random.bounded(3));
-            auto const modifiers = Qt::KeyboardModifiers(random.bounded(4) << 25);
-            switch (random.bounded(8)) {
-            case 0:
-                QTest::mousePress(widget.get(), button, modifiers, at);
-                ++presses;
-                break;
-            case 1:
-                QTest::mouseRelease(widget.get(), button, modifiers, at);
-                break;
-            case 2:
-                QTest::mouseMove(widget.get(), at);
-                break;
-            case 3: {
-                QWheelEvent wheel(at, widget->mapToGlobal(at), QPoint(),
-                                  QPoint(0, random.bounded(-480, 480)), Qt::NoButton, modifiers,
-                                  Qt::NoScrollPhase, false);
-                QCoreApplication::sendEvent(widget.get(), &wheel);
-                ++wheels;
-                break;
-            }
-            case 4:
-                QTest::keyClick(widget.get(), Qt::Key(Qt::Key_A + random.bounded(26)), modifiers);
-                break;
-            case 5:
-                widget->resize(50 + random.bounded(400), 50 + random.bounded(300));
-                break;
-            case 6:
-                surface->setRenderer(random.bounded(4) ? &renderer : nullptr);
-                break;
-            default:
-                surface->update();
-                QCoreApplication::processEvents();
-                break;
-            }
-        }
+        auto const sent = sendRandomInput(
+            widget.get(), 3000, 21, {Qt::Key_A, Qt::Key_B, Qt::Key_Z},
+            [&](QRandomGenerator &random) {
+                int const what = random.bounded(3);
+                if (what == 0)
+                    widget->resize(50 + random.bounded(400), 50 + random.bounded(300));
+                else if (what == 1)
+                    surface->setRenderer(random.bounded(4) ? &renderer : nullptr);
+                else
+                    surface->update(), QCoreApplication::processEvents();
+            });
         surface->setRenderer(&renderer);
         QCoreApplication::processEvents();
         QVERIFY(renderer.frames > 0);
-        QVERIFY(presses > 0 && wheels > 0);
+        QVERIFY(sent.first > 0 && sent.second > 0);
         // Events sent while no renderer was set went nowhere.
         QVERIFY(renderer.events.filter(QRegularExpression(QStringLiteral("^press \\d"))).size() <=
-                presses);
-        QVERIFY(renderer.events.filter(QStringLiteral("wheel")).size() <= wheels);
+                sent.first);
+        QVERIFY(renderer.events.filter(QStringLiteral("wheel")).size() <= sent.second);
     }
 };
 

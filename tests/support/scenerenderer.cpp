@@ -225,6 +225,20 @@ void keepGLDriverLoaded()
         nullptr);
 }
 
+bool glAvailable()
+{
+    return Texture::isOpenGLEnabled() && Texture::globalGLContext();
+}
+
+bool setUpOpenGL()
+{
+    bool const off = qEnvironmentVariable("KENRO_OPENGL") == QLatin1String("0");
+    if (off)
+        Texture::setOpenGLEnabled(false);
+    keepGLDriverLoaded();
+    return off || glAvailable();
+}
+
 QString picturePath(QString const &name)
 {
     QDir dir(QCoreApplication::applicationDirPath());

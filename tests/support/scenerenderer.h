@@ -92,6 +92,11 @@ int largestDifference(QImage const &a, QImage const &b, int *pixels = nullptr,
  */
 void keepGLDriverLoaded();
 
+/// Whether textures and surfaces draw by OpenGL in this run.
+bool glAvailable();
+/// OpenGL off where KENRO_OPENGL is 0, the GL driver kept; false when OpenGL is wanted and missing.
+bool setUpOpenGL();
+
 /// Where test pictures go: a folder under the build folder, made on first use.
 QString picturePath(QString const &name);
 

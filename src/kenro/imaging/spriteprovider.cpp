@@ -1,0 +1,7 @@
+#include <kenro/imaging/spriteprovider.h>
+
+namespace Kenro {
+
+SpriteProvider::~SpriteProvider() = default;
+
+} // namespace Kenro
