@@ -655,6 +655,11 @@ bool CodeDocument::hasByteOrderMark() const
     return d->byteOrderMark;
 }
 
+int CodeDocument::savedRevision() const
+{
+    return d->revision;
+}
+
 bool CodeDocument::hasSyntaxHighlight() const
 {
     return optionOn(this, "highlightCode", true);

@@ -1,0 +1,124 @@
+#pragma once
+
+#include <kenro/editors/codeeditor.h>
+
+#include <QBasicTimer>
+#include <QMap>
+#include <QPointer>
+#include <QTextBlock>
+#include <QTextCursor>
+#include <QTimer>
+#include <QWidget>
+
+class QCompleter;
+class QStringListModel;
+
+namespace Kenro {
+
+class CodeBlockData;
+class CodeLink;
+
+/// The band beside the text; all it does is the editor's.
+class CodeEditorExtraArea : public QWidget
+{
+public:
+    CodeEditorExtraArea(CodeEditor *editor, CodeEditorPrivate *d);
+    QSize sizeHint() const override;
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void leaveEvent(QEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
+
+private:
+    CodeEditorPrivate *d;
+};
+
+class CodeEditorPrivate : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit CodeEditorPrivate(CodeEditor *editor);
+    ~CodeEditorPrivate() override;
+
+    CodeEditor *q;
+    QCompleter *completer;
+    QMap<QString, QStringListModel *> completers; // by prefix, owned
+    CodeEditor::SyntaxFormatting formatting;
+    QTimer blockTimer;
+    // The blocks around the cursor, outermost first.
+    QList<int> blockStarts, blockEnds, blockIndents;
+    QTimer parenTimer;
+    int highlightedBlock = -1;
+    int pendingBlock = -1;
+    QBasicTimer hoverTimer;
+    bool mouseInFoldArea = false;
+    CodeLink *link = nullptr;
+    bool linkPressed = false;
+    int markedLine = -1;
+    QBasicTimer scrollTimer;
+    CodeEditorExtraArea *extraArea;
+
+    QPointer<CodeDocument> document;
+    QTextCursor markCursor; // keeps the marked line through edits
+    QList<QTextEdit::ExtraSelection> parenSelections;
+    QTextEdit::ExtraSelection linkSelection;
+    int linkLine = -1;
+    bool mouseHidden = false;
+    int lastLine = -1;
+    int dragAnchor = -1; // the line where a drag over the line numbers began
+    int scrollDirection = 0;
+    static QIcon &lineMarkIcon();
+
+    static bool canFold(QTextBlock const &block);
+    static int foldingIndent(QTextBlock const &block);
+    // The last block of the fold that \a block heads.
+    static QTextBlock foldEnd(QTextBlock const &block);
+
+    // Extra selections: the current line, the parentheses, the link.
+    void updateSelections();
+    void matchParentheses();
+    void computeBlockHighlight();
+    void paintBlockRanges(QPainter &painter, QRect const &rect);
+
+    // Completion.
+    void complete(QKeyEvent *event);
+    void insertCompletion(QString const &word);
+    // The run of word characters around the cursor, as [start, end) in its block.
+    QPair<int, int> wordAroundCursor() const;
+
+    // Links.
+    CodeLink *linkAt(QPoint const &pos, QTextBlock *block) const;
+    void showLink(CodeLink *link, QTextBlock const &block);
+    void clearLink();
+
+    void hideMouse();
+    void showMouse();
+    void clearFoldHighlight();
+    void onCursorMoved();
+    void onContentsChange(int position, int removed, int added);
+
+    // The band.
+    int foldBoxWidth() const;
+    int bandWidth() const;
+    void updateBandWidth();
+    void updateBand(QRect const &rect, int dy);
+    void paintBand(QPaintEvent *event);
+    void paintFoldBox(QPainter &painter, QRect const &box, bool folded);
+    QTextBlock blockAtY(int y) const;
+    bool inFoldArea(int x) const;
+    void bandPress(QMouseEvent *event);
+    void bandMove(QMouseEvent *event);
+    void bandRelease(QMouseEvent *event);
+    void bandLeave();
+    void selectLines(int from, int to);
+
+protected:
+    void timerEvent(QTimerEvent *event) override;
+};
+
+} // namespace Kenro
