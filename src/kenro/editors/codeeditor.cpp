@@ -44,6 +44,9 @@ CodeEditor::CodeEditor(QWidget *parent) : QPlainTextEdit(parent), d(new CodeEdit
 
 CodeEditor::~CodeEditor()
 {
+    // Closing the popup gives the focus back, which repaints: nothing may
+    // reach the private part while it goes.
+    disconnect(this, nullptr, d, nullptr);
     delete d->extraArea;
     delete d;
 }
@@ -63,6 +66,8 @@ void CodeEditor::setDocument(CodeDocument *document)
     d->document = document;
     QPlainTextEdit::setDocument(document);
     if (document) {
+        // The text shows in the document's own font until the host sets one.
+        setFont(document->defaultFont());
         connect(document, &QTextDocument::contentsChange, d, &CodeEditorPrivate::onContentsChange);
         // A save changes no text, but the change bars of its lines.
         connect(document, &QTextDocument::modificationChanged, d->extraArea,

@@ -17,6 +17,7 @@ namespace Kenro {
 CodeEditorExtraArea::CodeEditorExtraArea(CodeEditor *editor, CodeEditorPrivate *d)
     : QWidget(editor), d(d)
 {
+    setObjectName(QStringLiteral("extraArea"));
     setMouseTracking(true);
 }
 

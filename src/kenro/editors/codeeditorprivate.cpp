@@ -56,7 +56,7 @@ CodeEditorPrivate::CodeEditorPrivate(CodeEditor *editor)
 
 CodeEditorPrivate::~CodeEditorPrivate()
 {
-    completer->setModel(nullptr);
+    delete completer;
     qDeleteAll(completers);
 }
 

@@ -1,0 +1,369 @@
+#include <ikemen/script/scriptdocument.h>
+
+#include <kenro/editors/codeeditor.h>
+#include <kenro/project/filesystemarchive.h>
+
+#include "testdata.h"
+
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QCompleter>
+#include <QPainter>
+#include <QRandomGenerator>
+#include <QScrollBar>
+#include <QTemporaryDir>
+#include <QTextBlock>
+#include <QTimer>
+#include <QToolTip>
+
+using namespace Kenro;
+using namespace Qt::StringLiterals;
+using KenroTest::addRow;
+
+namespace {
+
+class Mark : public CodeMark
+{
+public:
+    void setLine(int) override {}
+    void setDocument(CodeDocument *) override {}
+    void removed() override {}
+    void drawIcon(QPainter *painter, QRect const &rect) const override
+    {
+        painter->fillRect(rect.adjusted(2, 2, -2, -2), Qt::magenta);
+    }
+};
+
+// A script in a shown editor, with what a test reads of it.
+struct Shown
+{
+    Ikemen::ScriptDocument document;
+    CodeEditor editor;
+
+    explicit Shown(QString const &text, QSize size = QSize(480, 320))
+    {
+        document.fromString(text);
+        editor.setDocument(&document);
+        editor.resize(size);
+        editor.show();
+        QApplication::setActiveWindow(&editor);
+        editor.setFocus();
+    }
+    QTextBlock block(int line) const { return document.findBlockByNumber(line); }
+    void put(int line, int column)
+    {
+        QTextCursor cursor(block(line));
+        cursor.setPosition(cursor.position() + column);
+        editor.setTextCursor(cursor);
+    }
+    void fire(char const *name)
+    {
+        auto *timer = editor.findChild<QTimer *>(QLatin1String(name));
+        timer->stop();
+        QMetaObject::invokeMethod(timer, "timeout");
+    }
+    QAbstractItemView *popup() const { return editor.findChild<QCompleter *>()->popup(); }
+    // Keys as a user types them, into the popup while it is up; \n is Return,
+    // \x1b Escape and \x02 Down.
+    void type(QString const &keys)
+    {
+        for (QChar c : keys) {
+            QWidget *target = popup()->isVisible() ? static_cast<QWidget *>(popup()) : &editor;
+            int const special = c == u'\n' ? Qt::Key_Return
+                : c == u'\x1b'             ? Qt::Key_Escape
+                : c == u'\x02'             ? Qt::Key_Down
+                                           : 0;
+            if (special)
+                QTest::keyClick(target, Qt::Key(special));
+            else
+                QTest::keyClick(target, c.toLatin1());
+        }
+    }
+    QPoint at(int line, int column) const
+    {
+        QTextCursor cursor(block(line));
+        cursor.setPosition(cursor.position() + column);
+        return editor.cursorRect(cursor).center() + QPoint(2, 0);
+    }
+    // The extra selections but the current line's, as kind, line:column-line:column.
+    QString selections() const
+    {
+        CodeEditor::SyntaxFormatting const &f = editor.syntaxFormatting();
+        QStringList out;
+        for (QTextEdit::ExtraSelection const &s : editor.extraSelections()) {
+            if (s.format.property(QTextFormat::FullWidthSelection).toBool())
+                continue;
+            char const kind = s.format == f.parenMatch ? 'm'
+                : s.format == f.parenRangeFormat       ? 'r'
+                : s.format == f.parenMismatch          ? 'x'
+                                                       : 'l';
+            QTextCursor a(s.cursor), b(s.cursor);
+            a.setPosition(s.cursor.selectionStart());
+            b.setPosition(s.cursor.selectionEnd());
+            out << u"%1%2:%3-%4:%5"_s.arg(kind)
+                       .arg(a.blockNumber())
+                       .arg(a.positionInBlock())
+                       .arg(b.blockNumber())
+                       .arg(b.positionInBlock());
+        }
+        return out.join(u' ');
+    }
+    // What the band shows on the lines in view: f a fold box, r and g change
+    // bars, m a mark, M the line mark.
+    QString band() const
+    {
+        auto *area = editor.findChild<QWidget *>(u"extraArea"_s);
+        QImage const image = area->grab().toImage();
+        int const spacing = editor.fontMetrics().lineSpacing();
+        int const foldLeft = image.width() - (spacing + 1 + spacing % 2);
+        QRgb const highlight = editor.palette().color(QPalette::Highlight).rgb();
+        QStringList out;
+        for (QTextBlock b = editor.cursorForPosition({0, 0}).block(); b.isValid(); b = b.next()) {
+            QRect const line = editor.cursorRect(QTextCursor(b));
+            if (!b.isVisible() || line.top() >= image.height())
+                continue;
+            QString flags;
+            for (int y = qMax(line.top(), 0); y <= line.bottom() && y < image.height(); ++y) {
+                for (int x = 0; x < image.width(); ++x) {
+                    QRgb const p = image.pixel(x, y);
+                    char const flag = x >= foldLeft && qGray(p) < 100 ? 'f'
+                        : p == qRgb(255, 0, 0)                        ? 'r'
+                        : p == qRgb(0, 128, 0)                        ? 'g'
+                        : p == qRgb(255, 0, 255)                      ? 'm'
+                        : p == highlight                              ? 'M'
+                                                                      : 0;
+                    if (flag && !flags.contains(QLatin1Char(flag)))
+                        flags += QLatin1Char(flag);
+                }
+            }
+            std::sort(flags.begin(), flags.end());
+            if (!flags.isEmpty())
+                out << u"%1:%2"_s.arg(b.blockNumber()).arg(flags);
+        }
+        return out.join(u' ');
+    }
+    QString visibleLines() const
+    {
+        QString out;
+        for (QTextBlock b = document.begin(); b.isValid(); b = b.next())
+            out += b.isVisible() ? u'v' : u'-';
+        return out;
+    }
+};
+
+} // namespace
+
+class TestCodeEditor : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void parentheses_data()
+    {
+        QTest::addColumn<QString>("text"); // | is the cursor
+        QTest::addColumn<QString>("option");
+        QTest::addColumn<QString>("expected");
+        QString const state = u"[State 0, 1]\ntrigger1 = "_s;
+        auto row = [&](char const *tag, QString const &text, char const *option,
+                       char const *expected) { addRow(tag, text, option, expected); };
+        row("forward", state + u"|(a + (b))"_s, "", "r1:12-1:19 m1:11-1:12 m1:19-1:20");
+        row("backward", state + u"(a + (b)|)"_s, "", "r1:17-1:18 m1:16-1:17 m1:18-1:19");
+        row("no range", state + u"|(a + (b))"_s, "norange", "m1:11-1:12 m1:19-1:20");
+        row("unmatched", state + u"|(a"_s, "", "x1:11-1:12");
+        row("mismatch", state + u"|(a]"_s, "", "x1:11-1:12 x1:13-1:14");
+        row("next line", state + u"|(a\ntrigger2 = b)"_s, "", "r1:12-2:12 m1:11-1:12 m2:12-2:13");
+        row("heading", u"|[State 0, 1]"_s, "", "r0:1-0:11 m0:0-0:1 m0:11-0:12");
+        row("none here", state + u"(a|)"_s, "", "");
+        row("off", state + u"|(a + (b))"_s, "off", "");
+        row("read-only", state + u"|(a + (b))"_s, "readonly", "");
+    }
+    void parentheses()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, option);
+        qsizetype const cursor = text.indexOf(u'|');
+        Shown shown(QString(text).remove(u'|'));
+        QTextBlock const block = shown.document.findBlock(int(cursor));
+        shown.put(block.blockNumber(), int(cursor) - block.position());
+        CodeEditor::SyntaxFormatting formatting = shown.editor.syntaxFormatting();
+        formatting.parenRange = option != u"norange";
+        formatting.parenMatching = option != u"off";
+        shown.editor.setSyntaxFormatting(formatting);
+        shown.editor.setReadOnly(option == u"readonly");
+        shown.fire("parenTimer");
+        QTEST(shown.selections(), "expected");
+    }
+
+    void completion_data()
+    {
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<QString>("extra"); // word lists read after the engine's
+        QTest::addColumn<QString>("expected"); // popup shown, current word | line
+        addRow("controller", "type = chan\x02\x02\n", "", "0 | type = ChangeState");
+        addRow("shown", "type = chan", "", "1 ChangeAnim | type = chan");
+        addRow("trigger", "trigger1 = anime\n", "", "0 | trigger1 = AnimElem");
+        addRow("constant", "trigger1 = const(vel\n", "",
+               "0 | trigger1 = const(velocity.air.gethit.airrecover.add.x");
+        addRow("section", "[ stated\n", "", "0 | [ Statedef");
+        addRow("end of word", "type = chan,", "", "0 | type = chan,");
+        addRow("escape", "type = chan\x1b", "", "0 | type = chan");
+        addRow("no prefix", "value = chan", "", "0 | value = chan");
+        addRow("after a word", "animtype = chan", "", "0 | animtype = chan");
+        addRow("empty list", "type = chan", "<c><model prefix=\"type=\"/></c>", "0 | type = chan");
+    }
+    void completion()
+    {
+        QFETCH(QString, extra);
+        Shown shown(u"[State 0]\n"_s);
+        QVERIFY(shown.editor.completerFromFile(QStringLiteral(KENRO_IKEMEN_COMPLETER)));
+        QTemporaryDir dir;
+        if (!extra.isEmpty()) {
+            KenroTest::writeFile(dir.filePath(u"c.xml"_s), extra.toUtf8());
+            QVERIFY(shown.editor.completerFromFile(dir.filePath(u"c.xml"_s)));
+        }
+        QVERIFY(QTest::qWaitForWindowExposed(&shown.editor));
+        QFETCH(QString, keys);
+        shown.put(1, 0);
+        shown.type(keys);
+        QAbstractItemView *popup = shown.popup();
+        QString const current = popup->currentIndex().data().toString();
+        QTEST(u"%1 %2| %3"_s.arg(popup->isVisible())
+                  .arg(popup->isVisible() ? current + u' ' : QString())
+                  .arg(shown.block(1).text()),
+              "expected");
+    }
+
+    void changeBarsAndMarks()
+    {
+        QTemporaryDir dir;
+        QString const path = dir.filePath(u"a.cns"_s);
+        KenroTest::writeFile(path, "[Data]\nlife = 1\npower = 2\nattack = 3\ndefence = 4\n");
+        Shown shown(QString{});
+        QVERIFY(shown.document.fromFile(FileSystemArchive::instance(), path, 0, nullptr));
+        QVERIFY(QTest::qWaitForWindowExposed(&shown.editor));
+        QStringList bands;
+        Mark mark;
+        QVERIFY(shown.document.addMark(&mark, 4));
+        shown.put(2, 0);
+        shown.type(u"x"_s);
+        bands << shown.band();
+        QVERIFY(shown.document.toFile(FileSystemArchive::instance(), path, 0, nullptr));
+        bands << shown.band();
+        shown.put(4, 0);
+        shown.editor.markCurrentLine(true);
+        shown.put(1, 0);
+        shown.type(u"y\n\n"_s); // two lines above the marks
+        bands << shown.band();
+        QCOMPARE(bands.join(u" / "), u"0:f 2:r 3:m / 0:f 2:g 3:m / 0:f 1:r 2:r 3:r 4:g 5:m 6:M"_s);
+        QCOMPARE(shown.editor.markedLine(), 6);
+        QCOMPARE(shown.document.marksAt(6), QList<CodeMark *>({&mark}));
+    }
+
+    void foldingByClicks()
+    {
+        Shown shown(u"[A]\na = 1\n\n; b\n[B]\nb = 2\n[C]\nc = 3"_s);
+        QVERIFY(QTest::qWaitForWindowExposed(&shown.editor));
+        auto *band = shown.editor.findChild<QWidget *>(u"extraArea"_s);
+        auto click = [&](int line) {
+            QTest::mouseClick(band, Qt::LeftButton, {},
+                              QPoint(band->width() - 3, shown.at(line, 0).y()));
+        };
+        QStringList out{shown.band()};
+        click(0);
+        out << shown.visibleLines() + u' ' + shown.band();
+        click(4);
+        click(7); // the last line: nothing to fold
+        out << shown.visibleLines();
+        click(0);
+        click(2); // a line with no fold box
+        out << shown.visibleLines() + u' ' + shown.band();
+        QCOMPARE(out.join(u" / "),
+                 u"0:f 4:f 6:f / v-vvvvvv 0:f 4:f 6:f / v-vvv-vv / vvvvv-vv 0:f 4:f 6:f"_s);
+        QCOMPARE(shown.document.toPlainText(), u"[A]\na = 1\n\n; b\n[B]\nb = 2\n[C]\nc = 3"_s);
+    }
+
+    void currentLine_data()
+    {
+        QTest::addColumn<int>("line");
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QString>("expected"); // cursor line, first line in view
+        addRow("within the first screen", 3, int(CodeEditor::Centre), "3 0");
+        addRow("bottom", 100, int(CodeEditor::Bottom), "100 100");
+        addRow("centre", 100, int(CodeEditor::Centre), "100 centre");
+        addRow("centre near the end", 198, int(CodeEditor::Centre), "198 end");
+    }
+    void currentLine()
+    {
+        Shown shown(QString(u"a\n"_s).repeated(199) + u"a"_s);
+        QVERIFY(QTest::qWaitForWindowExposed(&shown.editor));
+        QFETCH(int, line);
+        QFETCH(int, type);
+        QFETCH(QString, expected);
+        shown.editor.setCurrentLine(unsigned(line), CodeEditor::LineType(type));
+        int const top = shown.editor.cursorForPosition({0, 0}).blockNumber();
+        int const fits = shown.editor.viewport()->height() /
+            shown.editor.cursorRect(QTextCursor(shown.block(0))).height();
+        int const n = shown.editor.displayedLineCount();
+        expected.replace(u"centre"_s, QString::number(line + n / 2 - fits + 1))
+            .replace(u"end"_s, QString::number(200 - fits));
+        QCOMPARE(u"%1 %2"_s.arg(shown.editor.textCursor().blockNumber()).arg(top), expected);
+    }
+
+    void toolTipOfMessage()
+    {
+        Shown shown(u"[State 0]\ntrigger1 = (a"_s);
+        QVERIFY(QTest::qWaitForWindowExposed(&shown.editor));
+        QHelpEvent help(QEvent::ToolTip, shown.at(1, 11),
+                        shown.editor.viewport()->mapToGlobal(shown.at(1, 11)));
+        QApplication::sendEvent(shown.editor.viewport(), &help);
+        QCOMPARE(QToolTip::text(), u"'(' is not closed"_s);
+    }
+
+    void randomInput()
+    {
+        QString text;
+        for (int i = 0; i < 40; ++i)
+            text += u"[State %1]\ntype = ChangeState\nvalue = %1\ntrigger1 = (a + [b)\n\n"_s.arg(i);
+        Shown shown(text);
+        QVERIFY(shown.editor.completerFromFile(QStringLiteral(KENRO_IKEMEN_COMPLETER)));
+        QVERIFY(QTest::qWaitForWindowExposed(&shown.editor));
+        auto *band = shown.editor.findChild<QWidget *>(u"extraArea"_s);
+        QRandomGenerator random(24);
+        QString const keys = u"ab =([)]\n\x1b\x02,"_s;
+        Qt::KeyboardModifier const mods[] = {Qt::NoModifier, Qt::ControlModifier, Qt::ShiftModifier,
+                                             Qt::AltModifier};
+        for (int i = 0; i < 3000; ++i) {
+            QWidget *surface = random.bounded(2) ? band : shown.editor.viewport();
+            QPoint const pos(random.bounded(surface->width()), random.bounded(surface->height()));
+            Qt::KeyboardModifier const mod = mods[random.bounded(4)];
+            switch (random.bounded(6)) {
+            case 0:
+                shown.type(QString(keys[random.bounded(keys.size())]));
+                break;
+            case 1:
+                QTest::mouseClick(surface, Qt::LeftButton, mod, pos);
+                break;
+            case 2:
+                QTest::mouseMove(surface, pos);
+                break;
+            case 3: {
+                QWheelEvent wheel(pos, surface->mapToGlobal(pos), {},
+                                  {0, random.bounded(2) ? 120 : -120}, Qt::NoButton, mod,
+                                  Qt::NoScrollPhase, false);
+                QApplication::sendEvent(surface, &wheel);
+                break;
+            }
+            case 4:
+                QTest::keyClick(&shown.editor, Qt::Key(Qt::Key_Left + random.bounded(4)), mod);
+                break;
+            default:
+                shown.fire(random.bounded(2) ? "parenTimer" : "blockTimer");
+            }
+        }
+        for (QTextBlock b = shown.document.begin(); b.isValid(); b = b.next())
+            QVERIFY(b.isVisible() ? b.lineCount() >= 1 : b.lineCount() == 0);
+    }
+};
+
+QTEST_MAIN(TestCodeEditor)
+#include "tst_codeeditor.moc"
