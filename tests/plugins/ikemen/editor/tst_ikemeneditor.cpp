@@ -1,0 +1,246 @@
+// The code editor over the real scripts of the test game: folding, fold
+// boxes, links followed through the host, and a picture of a state file.
+#include <ikemen/air/airdocument.h>
+#include <ikemen/project/definitionproject.h>
+#include <ikemen/project/gameproject.h>
+#include <ikemen/script/scriptdocument.h>
+
+#include <kenro/code/codeblockdata.h>
+#include <kenro/editors/codeeditor.h>
+#include <kenro/editors/fileeditor.h>
+#include <kenro/project/filesystemarchive.h>
+
+#include "scenerenderer.h"
+#include "testdata.h"
+#include "testengine.h"
+#include "testinterface.h"
+
+#include <QAction>
+#include <QDirIterator>
+#include <QFileInfo>
+#include <QTextBlock>
+#include <QTimer>
+
+using namespace Kenro;
+using namespace Qt::StringLiterals;
+using KenroTest::addRow;
+
+namespace {
+
+// Where the host was sent: the file and line each link opened.
+class Recorder : public FileEditor
+{
+public:
+    QStringList opened;
+    QAction *action() override { return nullptr; }
+    char const *name() const override { return "code"; }
+    unsigned int areas() const override { return 1; }
+    void retranslate() override {}
+    QList<ProjectFile::SearchResult> find(RegExp const &, unsigned int) override { return {}; }
+    void replace(QList<ProjectFile::SearchResult> const &, QString const &) override {}
+    int fileType() const override { return Project::Scripts; }
+    void cut() override {}
+    void copy() override {}
+    void paste() override {}
+    void release() override {}
+    void navigateTo(unsigned int line, unsigned int) override
+    {
+        opened << u"%1:%2"_s.arg(QFileInfo(currentFile()->fileName()).fileName()).arg(line);
+    }
+};
+
+// A script of the game as the engine reads it, with a document of its kind.
+CodeDocument *load(QString const &path)
+{
+    CodeDocument *document = path.endsWith(u".air"_s, Qt::CaseInsensitive)
+        ? static_cast<CodeDocument *>(new Ikemen::AirDocument)
+        : new Ikemen::ScriptDocument;
+    document->fromFile(FileSystemArchive::instance(), path, 0, nullptr);
+    return document;
+}
+
+bool show(CodeEditor &editor, CodeDocument *document)
+{
+    editor.setDocument(document);
+    editor.resize(640, 480);
+    editor.show();
+    return QTest::qWaitForWindowExposed(&editor);
+}
+
+int lineOf(QTextDocument *document, QString const &text)
+{
+    return document->find(text).blockNumber();
+}
+
+} // namespace
+
+class TestIkemenEditor : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { KenroTest::keepGLDriverLoaded(); }
+
+    void everyScriptFolds_data()
+    {
+        QTest::addColumn<QString>("path");
+        KENRO_REQUIRE_TESTDATA(data);
+        QDirIterator it(data + u"/game"_s,
+                        {u"*.def"_s, u"*.cns"_s, u"*.cmd"_s, u"*.st"_s, u"*.air"_s}, QDir::Files,
+                        QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            QString const path = it.next();
+            QTest::newRow(qPrintable(path.mid(data.size()))) << path;
+        }
+    }
+    void everyScriptFolds()
+    {
+        QFETCH(QString, path);
+        CodeDocument *document = load(path);
+        CodeEditor editor;
+        QVERIFY(show(editor, document));
+        QString const text = document->toPlainText();
+        int folds = 0, hidden = 0;
+        for (QTextBlock b = document->begin(); b.isValid(); b = b.next()) {
+            QTextBlock const next = b.next();
+            if (CodeBlockData::testBlockData(b) && next.isValid() && next.isVisible() &&
+                CodeBlockData::testBlockData(next)->foldingIndent() >
+                    CodeBlockData::testBlockData(b)->foldingIndent()) {
+                editor.toggleBlockVisible(b);
+                ++folds;
+            }
+            hidden += !b.isVisible();
+        }
+        QVERIFY2(folds > 0 && hidden > 0,
+                 qPrintable(u"%1 folds, %2 lines hidden"_s.arg(folds).arg(hidden)));
+        QCOMPARE(document->lineCount(), document->blockCount() - hidden);
+        for (QTextBlock b = document->lastBlock(); b.isValid(); b = b.previous()) {
+            if (CodeBlockData::testBlockData(b) && CodeBlockData::testBlockData(b)->isFolded())
+                editor.toggleBlockVisible(b);
+        }
+        QCOMPARE(document->lineCount(), document->blockCount());
+        QCOMPARE(document->toPlainText(), text);
+        editor.setDocument(nullptr);
+        document->release();
+    }
+
+    void foldBoxes_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<int>("line");
+        QTest::addColumn<bool>("box");
+        addRow("[Data]", "chars/kfm/kfm.cns", 4, true);
+        addRow("comment in a section", "chars/kfm/kfm.cns", 5, false);
+        addRow("value", "chars/kfm/kfm.cns", 6, false);
+        addRow("[Statedef 200]", "chars/kfm/kfm.cns", 255, true);
+        addRow("comment above a heading", "chars/kfm/kfm.def", 3, false);
+        addRow("[Info]", "chars/kfm/kfm.def", 4, true);
+        addRow("comment above an action", "chars/kfm/kfm.air", 4, false);
+        addRow("[Begin Action 0]", "chars/kfm/kfm.air", 5, true);
+        addRow("frame", "chars/kfm/kfm.air", 9, false);
+    }
+    void foldBoxes()
+    {
+        KENRO_REQUIRE_TESTDATA(data);
+        QFETCH(QString, file);
+        QFETCH(int, line);
+        CodeDocument *document = load(data + u"/game/"_s + file);
+        CodeEditor editor;
+        QVERIFY(show(editor, document));
+        editor.setCurrentLine(unsigned(line), CodeEditor::Centre);
+        auto *band = editor.findChild<QWidget *>(u"extraArea"_s);
+        QImage const image = band->grab().toImage();
+        QRect const row = editor.cursorRect(QTextCursor(document->findBlockByNumber(line)));
+        int const spacing = editor.fontMetrics().lineSpacing();
+        bool ink = false;
+        for (int y = row.top(); y <= row.bottom(); ++y) {
+            for (int x = image.width() - (spacing + 1 + spacing % 2); x < image.width(); ++x)
+                ink = ink || qGray(image.pixel(x, y)) < 100;
+        }
+        QTEST(ink, "box");
+        editor.setDocument(nullptr);
+        document->release();
+    }
+
+    void links_data()
+    {
+        QTest::addColumn<QString>("file");
+        QTest::addColumn<QString>("text"); // the link's text; the click is on its first character
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<QString>("expected");
+        addRow("file", "kfm.def", "kfm.cmd ", int(Qt::ControlModifier), "kfm.cmd:0");
+        addRow("common file", "kfm.def", "common1.cns", int(Qt::ControlModifier), "common1.cns:0");
+        addRow("state here", "kfm.cns", "value = 181", int(Qt::ControlModifier), "kfm.cns:154");
+        addRow("state elsewhere", "kfm.cmd", "value = 3050", int(Qt::ControlModifier),
+               "kfm.cns:3333");
+        addRow("common state", "kfm.cns", "value = 0", int(Qt::ControlModifier), "common1.cns:30");
+        addRow("no Ctrl", "kfm.def", "kfm.cmd ", 0, "");
+        addRow("Ctrl and Shift", "kfm.def", "kfm.cmd ",
+               int(Qt::ControlModifier | Qt::ShiftModifier), "");
+        addRow("not a state", "kfm.cns", "value = 190", int(Qt::ControlModifier), "");
+    }
+    void links()
+    {
+        KENRO_REQUIRE_TESTDATA(data);
+        QFETCH(QString, file);
+        QFETCH(QString, text);
+        QFETCH(int, modifiers);
+        KenroTest::TestInterface host;
+        KenroTest::TestEngine engine;
+        Recorder recorder;
+        host.fileEditor = &recorder;
+        Ikemen::DefinitionProject *project = Ikemen::GameProject::openDefinition(
+            data + u"/game/chars/kfm/kfm.def"_s, FileSystemArchive::instance(), &engine);
+        QVERIFY(project);
+        CodeDocument *document = nullptr;
+        for (ProjectFile *f : project->files()) {
+            if (f->fileName().endsWith(u'/' + file))
+                document = dynamic_cast<CodeDocument *>(f);
+        }
+        QVERIFY(document);
+        CodeEditor editor;
+        QVERIFY(show(editor, document));
+        QTextCursor const found = document->find(text);
+        int const column = found.selectionStart() - found.block().position() +
+            int(text.indexOf(u'=') < 0 ? 0 : text.indexOf(u'=') + 2);
+        editor.setCurrentLine(unsigned(found.blockNumber()), CodeEditor::Centre);
+        QTextCursor at(found.block());
+        at.setPosition(found.block().position() + column);
+        QPoint const pos = editor.cursorRect(at).center() + QPoint(2, 0);
+        QTest::mouseClick(editor.viewport(), Qt::LeftButton, Qt::KeyboardModifiers(modifiers), pos);
+        QTEST(recorder.opened.join(u' '), "expected");
+        if (recorder.opened.isEmpty())
+            QCOMPARE(editor.textCursor().position(), at.position());
+        editor.setDocument(nullptr);
+        project->release();
+    }
+
+    void picture()
+    {
+        KENRO_REQUIRE_TESTDATA(data);
+        CodeDocument *document = load(data + u"/game/chars/kfm/kfm.cns"_s);
+        CodeEditor editor;
+        QVERIFY(show(editor, document));
+        // A folded state controller, an edited line, a marked line, and the
+        // cursor on a heading's bracket with its partner.
+        int const top = lineOf(document, u"[Statedef 200]"_s);
+        editor.toggleBlockVisible(
+            document->findBlockByNumber(lineOf(document, u"[State 200, 1]"_s)));
+        editor.setCurrentLine(unsigned(top), CodeEditor::Bottom);
+        QTextCursor edit(document->findBlockByNumber(top + 1));
+        edit.movePosition(QTextCursor::EndOfBlock);
+        edit.insertText(u" "_s);
+        editor.setCurrentLine(unsigned(top + 3), CodeEditor::Top);
+        editor.markCurrentLine(true);
+        editor.setTextCursor(
+            QTextCursor(document->findBlockByNumber(lineOf(document, u"[State 200, 2]"_s))));
+        QMetaObject::invokeMethod(editor.findChild<QTimer *>(u"parenTimer"_s), "timeout");
+        QString const path = KenroTest::picturePath(u"codeeditor_kfm_cns.png"_s);
+        QVERIFY(editor.grab().save(path));
+        editor.setDocument(nullptr);
+        document->release();
+    }
+};
+
+QTEST_MAIN(TestIkemenEditor)
+#include "tst_ikemeneditor.moc"
