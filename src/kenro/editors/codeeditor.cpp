@@ -35,6 +35,7 @@ CodeEditor::CodeEditor(QWidget *parent) : QPlainTextEdit(parent), d(new CodeEdit
     connect(this, &QPlainTextEdit::selectionChanged, d, [this] {
         d->clearLink();
         d->extraArea->update();
+        d->updateRow(textCursor().blockNumber());
     });
     connect(this, &QPlainTextEdit::blockCountChanged, d, &CodeEditorPrivate::updateBandWidth);
     connect(this, &QPlainTextEdit::updateRequest, d, &CodeEditorPrivate::updateBand);
@@ -63,8 +64,11 @@ void CodeEditor::setDocument(CodeDocument *document)
     d->blockStarts.clear();
     d->blockEnds.clear();
     d->blockIndents.clear();
+    if (d->document)
+        disconnect(d->document->documentLayout(), nullptr, d, nullptr);
     d->document = document;
     QPlainTextEdit::setDocument(document);
+    d->takeLayoutUpdates();
     if (document) {
         // The text shows in the document's own font until the host sets one.
         setFont(document->defaultFont());
@@ -318,9 +322,11 @@ void CodeEditor::mouseReleaseEvent(QMouseEvent *event)
 
 void CodeEditor::paintEvent(QPaintEvent *event)
 {
-    if (d->formatting.highlightBlocks && !d->blockStarts.isEmpty()) {
+    {
         QPainter painter(viewport());
-        d->paintBlockRanges(painter, event->rect());
+        if (d->formatting.highlightBlocks && !d->blockStarts.isEmpty())
+            d->paintBlockRanges(painter, event->rect());
+        d->paintCurrentLine(painter);
     }
     QPlainTextEdit::paintEvent(event);
 }

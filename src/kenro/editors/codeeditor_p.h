@@ -72,17 +72,42 @@ public:
     int lastLine = -1;
     int dragAnchor = -1; // the line where a drag over the line numbers began
     int scrollDirection = 0;
+    QObject *control = nullptr; // the text control inside the base class
+    int editRevision = -1; // the revision of the text edit whose pass runs
+    int editBlocks = 0;
+    bool toggling = false;
     static QIcon &lineMarkIcon();
+
+    // The visible blocks in view from the top, each with its place in the
+    // viewport. Only the first place is looked up; the others follow from
+    // the heights, since a place costs a walk from the top.
+    class BlocksInView
+    {
+    public:
+        explicit BlocksInView(CodeEditor *editor);
+        /// Moves to the next visible block; false past the bottom of the view.
+        bool next();
+        QTextBlock block;
+        QRectF rect;
+        bool wasLaidOut = true; ///< whether the block had a layout before the view looked
+
+    private:
+        CodeEditor *q;
+        QTextBlock m_next;
+        qreal m_top = 0;
+        bool m_firstLaidOut = true;
+    };
 
     static bool canFold(QTextBlock const &block);
     static int foldingIndent(QTextBlock const &block);
     // The last block of the fold that \a block heads.
     static QTextBlock foldEnd(QTextBlock const &block);
 
-    // Extra selections: the current line, the parentheses, the link.
+    // Extra selections: the parentheses and the link.
     void updateSelections();
     void matchParentheses();
     void computeBlockHighlight();
+    void paintCurrentLine(QPainter &painter);
     void paintBlockRanges(QPainter &painter, QRect const &rect);
 
     // Completion.
@@ -101,12 +126,17 @@ public:
     void clearFoldHighlight();
     void onCursorMoved();
     void onContentsChange(int position, int removed, int added);
+    // The repaints that the document's layout asks for pass through here.
+    void takeLayoutUpdates();
+    void onLayoutUpdate(QRectF const &rect);
 
     // The band.
     int foldBoxWidth() const;
     int bandWidth() const;
     void updateBandWidth();
     void updateBand(QRect const &rect, int dy);
+    // Repaints the row of \a line, in the text and in the band.
+    void updateRow(int line);
     void paintBand(QPaintEvent *event);
     void paintFoldBox(QPainter &painter, QRect const &box, bool folded);
     QTextBlock blockAtY(int y) const;

@@ -98,22 +98,52 @@ void CodeEditorPrivate::updateBand(QRect const &rect, int dy)
         extraArea->update(0, rect.y(), extraArea->width(), rect.height());
 }
 
+void CodeEditorPrivate::updateRow(int line)
+{
+    QTextBlock const block = document ? document->findBlockByNumber(line) : QTextBlock();
+    if (!block.isValid() || !block.isVisible())
+        return;
+    QRect const row =
+        q->blockBoundingGeometry(block).translated(q->contentOffset()).toAlignedRect();
+    extraArea->update(0, row.top(), extraArea->width(), row.height());
+    q->viewport()->update(0, row.top(), q->viewport()->width(), row.height());
+}
+
 bool CodeEditorPrivate::inFoldArea(int x) const
 {
     return formatting.foldingMarkers && x >= extraArea->width() - foldBoxWidth();
 }
 
+CodeEditorPrivate::BlocksInView::BlocksInView(CodeEditor *editor)
+    : q(editor), m_next(editor->firstVisibleBlock())
+{
+    if (m_next.isValid()) {
+        m_firstLaidOut = m_next.layout()->lineCount() > 0;
+        m_top = q->blockBoundingGeometry(m_next).translated(q->contentOffset()).top();
+    }
+}
+
+bool CodeEditorPrivate::BlocksInView::next()
+{
+    while (m_next.isValid() && !m_next.isVisible())
+        m_next = m_next.next();
+    if (!m_next.isValid() || m_top > q->viewport()->height())
+        return false;
+    wasLaidOut = block.isValid() ? m_next.layout()->lineCount() > 0 : m_firstLaidOut;
+    block = m_next;
+    rect = QRectF(0, m_top, q->viewport()->width(), q->blockBoundingRect(block).height());
+    m_top = rect.bottom();
+    m_next = m_next.next();
+    return true;
+}
+
 QTextBlock CodeEditorPrivate::blockAtY(int y) const
 {
-    QPointF const offset = q->contentOffset();
-    for (QTextBlock block = q->firstVisibleBlock(); block.isValid(); block = block.next()) {
-        if (!block.isVisible())
-            continue;
-        QRectF const r = q->blockBoundingGeometry(block).translated(offset);
-        if (y < r.top())
+    for (BlocksInView view(q); view.next();) {
+        if (y < view.rect.top())
             return QTextBlock();
-        if (y < r.bottom())
-            return block;
+        if (y < view.rect.bottom())
+            return view.block;
     }
     return QTextBlock();
 }
@@ -165,14 +195,11 @@ void CodeEditorPrivate::paintBand(QPaintEvent *event)
     QFont const plain = q->font();
     QFont bold = plain;
     bold.setBold(true);
-    QPointF const offset = q->contentOffset();
 
-    for (QTextBlock block = q->firstVisibleBlock(); block.isValid(); block = block.next()) {
-        if (!block.isVisible())
-            continue;
-        QRectF const geometry = q->blockBoundingGeometry(block).translated(offset);
-        int const top = qRound(geometry.top());
-        int const height = qRound(geometry.height());
+    for (BlocksInView view(q); view.next();) {
+        QTextBlock const &block = view.block;
+        int const top = qRound(view.rect.top());
+        int const height = qRound(view.rect.height());
         if (top > rect.bottom())
             break;
         if (top + height < rect.top())

@@ -5,6 +5,7 @@
 #include <kenro/code/codeparser.h>
 
 #include <QAbstractItemView>
+#include <QAbstractTextDocumentLayout>
 #include <QCompleter>
 #include <QFile>
 #include <QIcon>
@@ -14,6 +15,7 @@
 #include <QStringListModel>
 #include <QTextLayout>
 #include <QXmlStreamReader>
+#include <QtMath>
 
 namespace Kenro {
 
@@ -119,7 +121,9 @@ void CodeEditor::toggleBlockVisible(QTextBlock const &block)
     data->setFolded(!unfolding);
     auto *layout = qobject_cast<QPlainTextDocumentLayout *>(document()->documentLayout());
     if (layout) {
+        d->toggling = true;
         layout->requestUpdate();
+        d->toggling = false;
         Q_EMIT layout->documentSizeChanged(layout->documentSize());
     }
     // A cursor left in a hidden line comes up to the heading.
@@ -136,8 +140,15 @@ void CodeEditorPrivate::onCursorMoved()
     parenTimer.start(50);
     if (formatting.highlightBlocks)
         blockTimer.start();
-    updateSelections();
-    extraArea->update();
+    // The line numbers of the selection are bold, and the current line is
+    // painted: without a selection, only the rows of the line left and the
+    // line reached change.
+    if (cursor.hasSelection()) {
+        extraArea->update();
+    } else if (cursor.blockNumber() != lastLine) {
+        updateRow(lastLine);
+        updateRow(cursor.blockNumber());
+    }
     Q_EMIT q->cursorChanged(QPoint(cursor.blockNumber(), cursor.positionInBlock()));
     if (cursor.blockNumber() != lastLine) {
         lastLine = cursor.blockNumber();
@@ -147,23 +158,56 @@ void CodeEditorPrivate::onCursorMoved()
 
 void CodeEditorPrivate::onContentsChange(int, int, int)
 {
+    editRevision = document->revision();
+    editBlocks = document->blockCount();
     clearLink();
     if (!markCursor.isNull())
         markedLine = markCursor.blockNumber();
 }
 
+void CodeEditorPrivate::takeLayoutUpdates()
+{
+    if (!control) {
+        for (QObject *child : q->children()) {
+            if (child->inherits("QWidgetTextControl"))
+                control = child;
+        }
+    }
+    QAbstractTextDocumentLayout *layout = q->document()->documentLayout();
+    if (!control || !document)
+        return;
+    disconnect(layout, &QAbstractTextDocumentLayout::update, control, nullptr);
+    connect(layout, &QAbstractTextDocumentLayout::update, this, &CodeEditorPrivate::onLayoutUpdate);
+}
+
+void CodeEditorPrivate::onLayoutUpdate(QRectF const &rect)
+{
+    // The formats that a pass puts on a line reach the layout as a change
+    // that runs past the line, which it answers by repainting everything.
+    // After a text edit that kept the number of lines, only the lines whose
+    // layout went need painting: the others neither moved nor changed.
+    bool const edit = document && editRevision == document->revision() &&
+        editBlocks == document->blockCount() && !toggling;
+    editRevision = -1;
+    if (!edit) {
+        QMetaObject::invokeMethod(control, "updateRequest", Qt::DirectConnection,
+                                  Q_ARG(QRectF, rect));
+        return;
+    }
+    QRect changed;
+    for (BlocksInView view(q); view.next();) {
+        if (!view.wasLaidOut)
+            changed |= view.rect.toAlignedRect();
+    }
+    if (changed.isEmpty())
+        return;
+    q->viewport()->update(changed);
+    Q_EMIT q->updateRequest(changed, 0);
+}
+
 void CodeEditorPrivate::updateSelections()
 {
-    QList<QTextEdit::ExtraSelection> selections;
-    if (formatting.highlightLine && !q->textCursor().hasSelection()) {
-        QTextEdit::ExtraSelection line;
-        line.format.setBackground(formatting.lineColor);
-        line.format.setProperty(QTextFormat::FullWidthSelection, true);
-        line.cursor = q->textCursor();
-        line.cursor.clearSelection();
-        selections << line;
-    }
-    selections << parenSelections;
+    QList<QTextEdit::ExtraSelection> selections = parenSelections;
     if (link)
         selections << linkSelection;
     q->setExtraSelections(selections);
@@ -265,6 +309,16 @@ void CodeEditorPrivate::computeBlockHighlight()
         }
     }
     q->viewport()->update();
+}
+
+void CodeEditorPrivate::paintCurrentLine(QPainter &painter)
+{
+    QTextCursor const cursor = q->textCursor();
+    if (!formatting.highlightLine || cursor.hasSelection() || !cursor.block().isVisible())
+        return;
+    QRectF const line = q->blockBoundingGeometry(cursor.block()).translated(q->contentOffset());
+    painter.fillRect(QRectF(0, line.top(), q->viewport()->width(), line.height()),
+                     formatting.lineColor);
 }
 
 void CodeEditorPrivate::paintBlockRanges(QPainter &painter, QRect const &rect)
