@@ -3,6 +3,7 @@
 #include <kenro/editors/codeeditor.h>
 #include <kenro/project/filesystemarchive.h>
 
+#include "editorband.h"
 #include "testdata.h"
 
 #include <QAbstractItemView>
@@ -34,28 +35,41 @@ public:
     }
 };
 
+// The region that a widget painted since the last look.
+struct PaintSpy : QObject
+{
+    QRegion painted;
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            painted += static_cast<QPaintEvent *>(event)->region();
+        return false;
+    }
+};
+
 // A script in a shown editor, with what a test reads of it.
 struct Shown
 {
     Ikemen::ScriptDocument document;
     CodeEditor editor;
 
-    explicit Shown(QString const &text, QSize size = QSize(480, 320))
+    explicit Shown(QString const &text)
     {
         document.fromString(text);
         editor.setDocument(&document);
-        editor.resize(size);
+        editor.resize(480, 320);
         editor.show();
         QApplication::setActiveWindow(&editor);
         editor.setFocus();
     }
     QTextBlock block(int line) const { return document.findBlockByNumber(line); }
-    void put(int line, int column)
+    QTextCursor cursor(int line, int column) const
     {
-        QTextCursor cursor(block(line));
-        cursor.setPosition(cursor.position() + column);
-        editor.setTextCursor(cursor);
+        QTextCursor c(block(line));
+        c.setPosition(c.position() + column);
+        return c;
     }
+    void put(int line, int column) { editor.setTextCursor(cursor(line, column)); }
     void fire(char const *name)
     {
         auto *timer = editor.findChild<QTimer *>(QLatin1String(name));
@@ -67,32 +81,23 @@ struct Shown
     // \x1b Escape and \x02 Down.
     void type(QString const &keys)
     {
+        Qt::Key const special[] = {Qt::Key_Return, Qt::Key_Escape, Qt::Key_Down};
         for (QChar c : keys) {
             QWidget *target = popup()->isVisible() ? static_cast<QWidget *>(popup()) : &editor;
-            int const special = c == u'\n' ? Qt::Key_Return
-                : c == u'\x1b'             ? Qt::Key_Escape
-                : c == u'\x02'             ? Qt::Key_Down
-                                           : 0;
-            if (special)
-                QTest::keyClick(target, Qt::Key(special));
-            else
-                QTest::keyClick(target, c.toLatin1());
+            qsizetype const i = u"\n\x1b\x02"_s.indexOf(c);
+            i < 0 ? QTest::keyClick(target, c.toLatin1()) : QTest::keyClick(target, special[i]);
         }
     }
     QPoint at(int line, int column) const
     {
-        QTextCursor cursor(block(line));
-        cursor.setPosition(cursor.position() + column);
-        return editor.cursorRect(cursor).center() + QPoint(2, 0);
+        return editor.cursorRect(cursor(line, column)).center() + QPoint(2, 0);
     }
-    // The extra selections but the current line's, as kind, line:column-line:column.
+    // The extra selections as kind, line:column-line:column.
     QString selections() const
     {
         CodeEditor::SyntaxFormatting const &f = editor.syntaxFormatting();
         QStringList out;
         for (QTextEdit::ExtraSelection const &s : editor.extraSelections()) {
-            if (s.format.property(QTextFormat::FullWidthSelection).toBool())
-                continue;
             char const kind = s.format == f.parenMatch ? 'm'
                 : s.format == f.parenRangeFormat       ? 'r'
                 : s.format == f.parenMismatch          ? 'x'
@@ -100,48 +105,12 @@ struct Shown
             QTextCursor a(s.cursor), b(s.cursor);
             a.setPosition(s.cursor.selectionStart());
             b.setPosition(s.cursor.selectionEnd());
-            out << u"%1%2:%3-%4:%5"_s.arg(kind)
-                       .arg(a.blockNumber())
-                       .arg(a.positionInBlock())
-                       .arg(b.blockNumber())
-                       .arg(b.positionInBlock());
+            out << QString::asprintf("%c%d:%d-%d:%d", kind, a.blockNumber(), a.positionInBlock(),
+                                     b.blockNumber(), b.positionInBlock());
         }
         return out.join(u' ');
     }
-    // What the band shows on the lines in view: f a fold box, r and g change
-    // bars, m a mark, M the line mark.
-    QString band() const
-    {
-        auto *area = editor.findChild<QWidget *>(u"extraArea"_s);
-        QImage const image = area->grab().toImage();
-        int const spacing = editor.fontMetrics().lineSpacing();
-        int const foldLeft = image.width() - (spacing + 1 + spacing % 2);
-        QRgb const highlight = editor.palette().color(QPalette::Highlight).rgb();
-        QStringList out;
-        for (QTextBlock b = editor.cursorForPosition({0, 0}).block(); b.isValid(); b = b.next()) {
-            QRect const line = editor.cursorRect(QTextCursor(b));
-            if (!b.isVisible() || line.top() >= image.height())
-                continue;
-            QString flags;
-            for (int y = qMax(line.top(), 0); y <= line.bottom() && y < image.height(); ++y) {
-                for (int x = 0; x < image.width(); ++x) {
-                    QRgb const p = image.pixel(x, y);
-                    char const flag = x >= foldLeft && qGray(p) < 100 ? 'f'
-                        : p == qRgb(255, 0, 0)                        ? 'r'
-                        : p == qRgb(0, 128, 0)                        ? 'g'
-                        : p == qRgb(255, 0, 255)                      ? 'm'
-                        : p == highlight                              ? 'M'
-                                                                      : 0;
-                    if (flag && !flags.contains(QLatin1Char(flag)))
-                        flags += QLatin1Char(flag);
-                }
-            }
-            std::sort(flags.begin(), flags.end());
-            if (!flags.isEmpty())
-                out << u"%1:%2"_s.arg(b.blockNumber()).arg(flags);
-        }
-        return out.join(u' ');
-    }
+    QString band() const { return KenroTest::bandSummary(editor); }
     QString visibleLines() const
     {
         QString out;
@@ -272,6 +241,7 @@ private Q_SLOTS:
         click(0);
         out << shown.visibleLines() + u' ' + shown.band();
         click(4);
+        click(6); // the last line of the file stays
         click(7); // the last line: nothing to fold
         out << shown.visibleLines();
         click(0);
@@ -307,6 +277,32 @@ private Q_SLOTS:
         expected.replace(u"centre"_s, QString::number(line + n / 2 - fits + 1))
             .replace(u"end"_s, QString::number(200 - fits));
         QCOMPARE(u"%1 %2"_s.arg(shown.editor.textCursor().blockNumber()).arg(top), expected);
+    }
+
+    void keystrokeRepaints()
+    {
+        Shown shown(u"[Stat 0]\ntrigger1 = time\n\n[Size]\n"_s + u"x = 1\n"_s.repeated(5));
+        QVERIFY(QTest::qWaitForWindowExposed(&shown.editor));
+        PaintSpy spy;
+        shown.editor.viewport()->installEventFilter(&spy);
+        QStringList out;
+        auto step = [&](int line, int column, QString const &keys) {
+            shown.put(line, column);
+            QCoreApplication::processEvents();
+            spy.painted = QRegion();
+            shown.type(keys);
+            QCoreApplication::processEvents();
+            QString rows;
+            for (int l = 0; l < shown.document.blockCount(); ++l)
+                rows += spy.painted.intersects(shown.editor.cursorRect(shown.cursor(l, 0))) ? u'p'
+                                                                                            : u'.';
+            out << rows;
+        };
+        // Past the lines that changed the layout looks a little further ahead.
+        step(4, 5, u"0"_s); // a value: its line
+        step(0, 5, u"e"_s); // a heading of another kind: its section too
+        step(1, 0, u"\n"_s); // a new line: all below it
+        QCOMPARE(out.join(u' '), u"....pp.... ppppppp... ppppppppppp"_s);
     }
 
     void toolTipOfMessage()

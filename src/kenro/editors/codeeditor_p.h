@@ -74,7 +74,7 @@ public:
     int scrollDirection = 0;
     QObject *control = nullptr; // the text control inside the base class
     int editRevision = -1; // the revision of the text edit whose pass runs
-    int editBlocks = 0;
+    int editBlocks = 0; // the number of lines at the last repaint the layout asked for
     bool toggling = false;
     static QIcon &lineMarkIcon();
 

@@ -159,7 +159,6 @@ void CodeEditorPrivate::onCursorMoved()
 void CodeEditorPrivate::onContentsChange(int, int, int)
 {
     editRevision = document->revision();
-    editBlocks = document->blockCount();
     clearLink();
     if (!markCursor.isNull())
         markedLine = markCursor.blockNumber();
@@ -176,6 +175,7 @@ void CodeEditorPrivate::takeLayoutUpdates()
     QAbstractTextDocumentLayout *layout = q->document()->documentLayout();
     if (!control || !document)
         return;
+    editBlocks = document->blockCount();
     disconnect(layout, &QAbstractTextDocumentLayout::update, control, nullptr);
     connect(layout, &QAbstractTextDocumentLayout::update, this, &CodeEditorPrivate::onLayoutUpdate);
 }
@@ -189,6 +189,7 @@ void CodeEditorPrivate::onLayoutUpdate(QRectF const &rect)
     bool const edit = document && editRevision == document->revision() &&
         editBlocks == document->blockCount() && !toggling;
     editRevision = -1;
+    editBlocks = document ? document->blockCount() : 0;
     if (!edit) {
         QMetaObject::invokeMethod(control, "updateRequest", Qt::DirectConnection,
                                   Q_ARG(QRectF, rect));
