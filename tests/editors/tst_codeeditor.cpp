@@ -4,6 +4,7 @@
 #include <kenro/project/filesystemarchive.h>
 
 #include "editorband.h"
+#include "scenerenderer.h"
 #include "testdata.h"
 
 #include <QAbstractItemView>
@@ -127,6 +128,9 @@ class TestCodeEditor : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // The GL driver that a shown window may load stays until the end.
+    void cleanupTestCase() { KenroTest::keepGLDriverLoaded(); }
+
     void parentheses_data()
     {
         QTest::addColumn<QString>("text"); // | is the cursor

@@ -80,7 +80,8 @@ class TestIkemenEditor : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { KenroTest::keepGLDriverLoaded(); }
+    // The GL driver that a shown window may load stays until the end.
+    void cleanupTestCase() { KenroTest::keepGLDriverLoaded(); }
 
     void everyScriptFolds_data()
     {
