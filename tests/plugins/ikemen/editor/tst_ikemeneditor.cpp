@@ -163,8 +163,8 @@ private Q_SLOTS:
         addRow("state elsewhere", "kfm.cmd", "value = 3050", int(Qt::ControlModifier),
                "kfm.cns:3333");
         addRow("common state", "kfm.cns", "value = 0", int(Qt::ControlModifier), "common1.cns:30");
-        addRow("no Ctrl", "kfm.def", "kfm.cmd ", 0, "");
-        addRow("Ctrl and Shift", "kfm.def", "kfm.cmd ",
+        addRow("no Ctrl", "kfm.def", "kfm.cmd", 0, "");
+        addRow("Ctrl and Shift", "kfm.def", "kfm.cmd",
                int(Qt::ControlModifier | Qt::ShiftModifier), "");
         addRow("not a state", "kfm.cns", "value = 190", int(Qt::ControlModifier), "");
     }
