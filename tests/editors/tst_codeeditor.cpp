@@ -12,11 +12,10 @@
 #include <QCompleter>
 #include <QPainter>
 #include <QRandomGenerator>
-#include <QScrollBar>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTextBlock>
 #include <QTimer>
-#include <QToolTip>
 
 using namespace Kenro;
 using namespace Qt::StringLiterals;
@@ -33,18 +32,6 @@ public:
     void drawIcon(QPainter *painter, QRect const &rect) const override
     {
         painter->fillRect(rect.adjusted(2, 2, -2, -2), Qt::magenta);
-    }
-};
-
-// The region that a widget painted since the last look.
-struct PaintSpy : QObject
-{
-    QRegion painted;
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() == QEvent::Paint)
-            painted += static_cast<QPaintEvent *>(event)->region();
-        return false;
     }
 };
 
@@ -89,10 +76,6 @@ struct Shown
             i < 0 ? QTest::keyClick(target, c.toLatin1()) : QTest::keyClick(target, special[i]);
         }
     }
-    QPoint at(int line, int column) const
-    {
-        return editor.cursorRect(cursor(line, column)).center() + QPoint(2, 0);
-    }
     // The extra selections as kind, line:column-line:column.
     QString selections() const
     {
@@ -111,7 +94,6 @@ struct Shown
         }
         return out.join(u' ');
     }
-    QString band() const { return KenroTest::bandSummary(editor); }
     QString visibleLines() const
     {
         QString out;
@@ -137,18 +119,17 @@ private Q_SLOTS:
         QTest::addColumn<QString>("option");
         QTest::addColumn<QString>("expected");
         QString const state = u"[State 0, 1]\ntrigger1 = "_s;
-        auto row = [&](char const *tag, QString const &text, char const *option,
-                       char const *expected) { addRow(tag, text, option, expected); };
-        row("forward", state + u"|(a + (b))"_s, "", "r1:12-1:19 m1:11-1:12 m1:19-1:20");
-        row("backward", state + u"(a + (b)|)"_s, "", "r1:17-1:18 m1:16-1:17 m1:18-1:19");
-        row("no range", state + u"|(a + (b))"_s, "norange", "m1:11-1:12 m1:19-1:20");
-        row("unmatched", state + u"|(a"_s, "", "x1:11-1:12");
-        row("mismatch", state + u"|(a]"_s, "", "x1:11-1:12 x1:13-1:14");
-        row("next line", state + u"|(a\ntrigger2 = b)"_s, "", "r1:12-2:12 m1:11-1:12 m2:12-2:13");
-        row("heading", u"|[State 0, 1]"_s, "", "r0:1-0:11 m0:0-0:1 m0:11-0:12");
-        row("none here", state + u"(a|)"_s, "", "");
-        row("off", state + u"|(a + (b))"_s, "off", "");
-        row("read-only", state + u"|(a + (b))"_s, "readonly", "");
+        addRow("forward", state + u"|(a + (b))"_s, "", "r1:12-1:19 m1:11-1:12 m1:19-1:20");
+        addRow("backward", state + u"(a + (b)|)"_s, "", "r1:17-1:18 m1:16-1:17 m1:18-1:19");
+        addRow("no range", state + u"|(a + (b))"_s, "norange", "m1:11-1:12 m1:19-1:20");
+        addRow("unmatched", state + u"|(a"_s, "", "x1:11-1:12");
+        addRow("mismatch", state + u"|(a]"_s, "", "x1:11-1:12 x1:13-1:14");
+        addRow("next line", state + u"|(a\ntrigger2 = b)"_s, "",
+               "r1:12-2:12 m1:11-1:12 m2:12-2:13");
+        addRow("heading", u"|[State 0, 1]"_s, "", "r0:1-0:11 m0:0-0:1 m0:11-0:12");
+        addRow("none here", state + u"(a|)"_s, "", "");
+        addRow("off", state + u"|(a + (b))"_s, "off", "");
+        addRow("read-only", state + u"|(a + (b))"_s, "readonly", "");
     }
     void parentheses()
     {
@@ -190,10 +171,8 @@ private Q_SLOTS:
         Shown shown(u"[State 0]\n"_s);
         QVERIFY(shown.editor.completerFromFile(QStringLiteral(KENRO_IKEMEN_COMPLETER)));
         QTemporaryDir dir;
-        if (!extra.isEmpty()) {
-            KenroTest::writeFile(dir.filePath(u"c.xml"_s), extra.toUtf8());
-            QVERIFY(shown.editor.completerFromFile(dir.filePath(u"c.xml"_s)));
-        }
+        KenroTest::writeFile(dir.filePath(u"c.xml"_s), extra.isEmpty() ? "<c/>" : extra.toUtf8());
+        QVERIFY(shown.editor.completerFromFile(dir.filePath(u"c.xml"_s)));
         QVERIFY(QTest::qWaitForWindowExposed(&shown.editor));
         QFETCH(QString, keys);
         shown.put(1, 0);
@@ -219,14 +198,14 @@ private Q_SLOTS:
         QVERIFY(shown.document.addMark(&mark, 4));
         shown.put(2, 0);
         shown.type(u"x"_s);
-        bands << shown.band();
+        bands << KenroTest::bandSummary(shown.editor);
         QVERIFY(shown.document.toFile(FileSystemArchive::instance(), path, 0, nullptr));
-        bands << shown.band();
+        bands << KenroTest::bandSummary(shown.editor);
         shown.put(4, 0);
         shown.editor.markCurrentLine(true);
         shown.put(1, 0);
         shown.type(u"y\n\n"_s); // two lines above the marks
-        bands << shown.band();
+        bands << KenroTest::bandSummary(shown.editor);
         QCOMPARE(bands.join(u" / "), u"0:f 2:r 3:m / 0:f 2:g 3:m / 0:f 1:r 2:r 3:r 4:g 5:m 6:M"_s);
         QCOMPARE(shown.editor.markedLine(), 6);
         QCOMPARE(shown.document.marksAt(6), QList<CodeMark *>({&mark}));
@@ -239,67 +218,59 @@ private Q_SLOTS:
         auto *band = shown.editor.findChild<QWidget *>(u"extraArea"_s);
         auto click = [&](int line) {
             QTest::mouseClick(band, Qt::LeftButton, {},
-                              QPoint(band->width() - 3, shown.at(line, 0).y()));
+                              QPoint(band->width() - 3,
+                                     shown.editor.cursorRect(shown.cursor(line, 0)).center().y()));
         };
-        QStringList out{shown.band()};
+        QStringList out{KenroTest::bandSummary(shown.editor)};
         click(0);
-        out << shown.visibleLines() + u' ' + shown.band();
+        out << shown.visibleLines() + u' ' + KenroTest::bandSummary(shown.editor);
         click(4);
         click(6); // the last line of the file stays
         click(7); // the last line: nothing to fold
         out << shown.visibleLines();
         click(0);
         click(2); // a line with no fold box
-        out << shown.visibleLines() + u' ' + shown.band();
+        out << shown.visibleLines() + u' ' + KenroTest::bandSummary(shown.editor);
         QCOMPARE(out.join(u" / "),
                  u"0:f 4:f 6:f / v-vvvvvv 0:f 4:f 6:f / v-vvv-vv / vvvvv-vv 0:f 4:f 6:f"_s);
         QCOMPARE(shown.document.toPlainText(), u"[A]\na = 1\n\n; b\n[B]\nb = 2\n[C]\nc = 3"_s);
     }
 
-    void currentLine_data()
-    {
-        QTest::addColumn<int>("line");
-        QTest::addColumn<int>("type");
-        QTest::addColumn<QString>("expected"); // cursor line, first line in view
-        addRow("within the first screen", 3, int(CodeEditor::Centre), "3 0");
-        addRow("bottom", 100, int(CodeEditor::Bottom), "100 100");
-        addRow("centre", 100, int(CodeEditor::Centre), "100 centre");
-        addRow("centre near the end", 198, int(CodeEditor::Centre), "198 end");
-    }
     void currentLine()
     {
         Shown shown(QString(u"a\n"_s).repeated(199) + u"a"_s);
         QVERIFY(QTest::qWaitForWindowExposed(&shown.editor));
-        QFETCH(int, line);
-        QFETCH(int, type);
-        QFETCH(QString, expected);
-        shown.editor.setCurrentLine(unsigned(line), CodeEditor::LineType(type));
-        int const top = shown.editor.cursorForPosition({0, 0}).blockNumber();
-        int const fits = shown.editor.viewport()->height() /
-            shown.editor.cursorRect(QTextCursor(shown.block(0))).height();
+        int const fits = shown.editor.viewport()->height() / shown.editor.cursorRect().height();
         int const n = shown.editor.displayedLineCount();
-        expected.replace(u"centre"_s, QString::number(line + n / 2 - fits + 1))
-            .replace(u"end"_s, QString::number(200 - fits));
-        QCOMPARE(u"%1 %2"_s.arg(shown.editor.textCursor().blockNumber()).arg(top), expected);
+        QStringList out; // the cursor's line @ the first line in view
+        int const lines[] = {3, 100, 100, 198};
+        for (CodeEditor::LineType type :
+             {CodeEditor::Centre, CodeEditor::Bottom, CodeEditor::Centre, CodeEditor::Centre}) {
+            shown.editor.setCurrentLine(0, CodeEditor::Top);
+            shown.editor.setCurrentLine(unsigned(lines[out.size()]), type);
+            out << u"%1@%2"_s.arg(shown.editor.textCursor().blockNumber())
+                       .arg(shown.editor.cursorForPosition({0, 0}).blockNumber());
+        }
+        QCOMPARE(out.join(u' '),
+                 u"3@0 100@100 100@%1 198@%2"_s.arg(100 + n / 2 - fits + 1).arg(200 - fits));
     }
 
     void keystrokeRepaints()
     {
         Shown shown(u"[Stat 0]\ntrigger1 = time\n\n[Size]\n"_s + u"x = 1\n"_s.repeated(5));
         QVERIFY(QTest::qWaitForWindowExposed(&shown.editor));
-        PaintSpy spy;
-        shown.editor.viewport()->installEventFilter(&spy);
         QStringList out;
         auto step = [&](int line, int column, QString const &keys) {
             shown.put(line, column);
-            QCoreApplication::processEvents();
-            spy.painted = QRegion();
+            QSignalSpy spy(&shown.editor, &QPlainTextEdit::updateRequest);
             shown.type(keys);
-            QCoreApplication::processEvents();
+            QRegion painted;
+            for (QList<QVariant> const &request : spy)
+                painted += request.at(0).toRect();
             QString rows;
             for (int l = 0; l < shown.document.blockCount(); ++l)
-                rows += spy.painted.intersects(shown.editor.cursorRect(shown.cursor(l, 0))) ? u'p'
-                                                                                            : u'.';
+                rows +=
+                    painted.intersects(shown.editor.cursorRect(shown.cursor(l, 0))) ? u'p' : u'.';
             out << rows;
         };
         // Past the lines that changed the layout looks a little further ahead.
@@ -307,16 +278,6 @@ private Q_SLOTS:
         step(0, 5, u"e"_s); // a heading of another kind: its section too
         step(1, 0, u"\n"_s); // a new line: all below it
         QCOMPARE(out.join(u' '), u"....pp.... ppppppp... ppppppppppp"_s);
-    }
-
-    void toolTipOfMessage()
-    {
-        Shown shown(u"[State 0]\ntrigger1 = (a"_s);
-        QVERIFY(QTest::qWaitForWindowExposed(&shown.editor));
-        QHelpEvent help(QEvent::ToolTip, shown.at(1, 11),
-                        shown.editor.viewport()->mapToGlobal(shown.at(1, 11)));
-        QApplication::sendEvent(shown.editor.viewport(), &help);
-        QCOMPARE(QToolTip::text(), u"'(' is not closed"_s);
     }
 
     void randomInput()

@@ -8,11 +8,8 @@
 
 namespace KenroTest {
 
-/**
- * What the band of \a editor shows on the lines in view, read from its
- * pixels as "line:flags": f a fold box, r and g change bars, m a mark drawn
- * in magenta, M the line mark.
- */
+// What the band of \a editor shows on the lines in view, read from its pixels as "line:flags":
+// f a fold box, r and g change bars, m a mark drawn in magenta, M the line mark.
 inline QString bandSummary(Kenro::CodeEditor const &editor)
 {
     QImage const image = editor.findChild<QWidget *>(QStringLiteral("extraArea"))->grab().toImage();

@@ -16,7 +16,6 @@
 #include "testengine.h"
 #include "testinterface.h"
 
-#include <QAction>
 #include <QDirIterator>
 #include <QFileInfo>
 #include <QTextBlock>
@@ -50,16 +49,6 @@ public:
     }
 };
 
-// A script of the game as the engine reads it, with a document of its kind.
-CodeDocument *load(QString const &path)
-{
-    CodeDocument *document = path.endsWith(u".air"_s, Qt::CaseInsensitive)
-        ? static_cast<CodeDocument *>(new Ikemen::AirDocument)
-        : new Ikemen::ScriptDocument;
-    document->fromFile(FileSystemArchive::instance(), path, 0, nullptr);
-    return document;
-}
-
 bool show(CodeEditor &editor, CodeDocument *document)
 {
     editor.setDocument(document);
@@ -68,10 +57,24 @@ bool show(CodeEditor &editor, CodeDocument *document)
     return QTest::qWaitForWindowExposed(&editor);
 }
 
-int lineOf(QTextDocument *document, QString const &text)
+// A script of the game as the engine reads it, with a document of its kind, in an editor.
+struct Opened
 {
-    return document->find(text).blockNumber();
-}
+    CodeDocument *document;
+    CodeEditor editor;
+    explicit Opened(QString const &path)
+        : document(path.endsWith(u".air"_s, Qt::CaseInsensitive)
+                       ? static_cast<CodeDocument *>(new Ikemen::AirDocument)
+                       : new Ikemen::ScriptDocument)
+    {
+        document->fromFile(FileSystemArchive::instance(), path, 0, nullptr);
+    }
+    ~Opened()
+    {
+        editor.setDocument(nullptr);
+        document->release();
+    }
+};
 
 } // namespace
 
@@ -98,8 +101,8 @@ private Q_SLOTS:
     void everyScriptFolds()
     {
         QFETCH(QString, path);
-        CodeDocument *document = load(path);
-        CodeEditor editor;
+        Opened opened(path);
+        auto &[document, editor] = opened;
         QVERIFY(show(editor, document));
         QString const text = document->toPlainText();
         int folds = 0, hidden = 0;
@@ -109,8 +112,7 @@ private Q_SLOTS:
             folds += CodeBlockData::testBlockData(b) && CodeBlockData::testBlockData(b)->isFolded();
             hidden += !b.isVisible();
         }
-        QVERIFY2(folds > 0 && hidden > 0,
-                 qPrintable(u"%1 folds, %2 lines hidden"_s.arg(folds).arg(hidden)));
+        QVERIFY(folds > 0 && hidden > 0);
         QCOMPARE(document->lineCount(), document->blockCount() - hidden);
         for (QTextBlock b = document->lastBlock(); b.isValid(); b = b.previous()) {
             if (CodeBlockData::testBlockData(b) && CodeBlockData::testBlockData(b)->isFolded())
@@ -118,8 +120,6 @@ private Q_SLOTS:
         }
         QCOMPARE(document->lineCount(), document->blockCount());
         QCOMPARE(document->toPlainText(), text);
-        editor.setDocument(nullptr);
-        document->release();
     }
 
     void foldBoxes_data()
@@ -142,13 +142,11 @@ private Q_SLOTS:
         KENRO_REQUIRE_TESTDATA(data);
         QFETCH(QString, file);
         QFETCH(int, line);
-        CodeDocument *document = load(data + u"/game/"_s + file);
-        CodeEditor editor;
+        Opened opened(data + u"/game/"_s + file);
+        auto &[document, editor] = opened;
         QVERIFY(show(editor, document));
         editor.setCurrentLine(unsigned(line), CodeEditor::Centre);
         QTEST(KenroTest::bandSummary(editor).split(u' ').contains(u"%1:f"_s.arg(line)), "box");
-        editor.setDocument(nullptr);
-        document->release();
     }
 
     void links_data()
@@ -164,8 +162,8 @@ private Q_SLOTS:
                "kfm.cns:3333");
         addRow("common state", "kfm.cns", "value = 0", int(Qt::ControlModifier), "common1.cns:30");
         addRow("no Ctrl", "kfm.def", "kfm.cmd", 0, "");
-        addRow("Ctrl and Shift", "kfm.def", "kfm.cmd",
-               int(Qt::ControlModifier | Qt::ShiftModifier), "");
+        addRow("Ctrl and Shift", "kfm.def", "kfm.cmd", int(Qt::ControlModifier | Qt::ShiftModifier),
+               "");
         addRow("not a state", "kfm.cns", "value = 190", int(Qt::ControlModifier), "");
     }
     void links()
@@ -204,27 +202,21 @@ private Q_SLOTS:
     void picture()
     {
         KENRO_REQUIRE_TESTDATA(data);
-        CodeDocument *document = load(data + u"/game/chars/kfm/kfm.cns"_s);
-        CodeEditor editor;
+        Opened opened(data + u"/game/chars/kfm/kfm.cns"_s);
+        auto &[document, editor] = opened;
         QVERIFY(show(editor, document));
         // A folded state controller, an edited line, a marked line, and the
         // cursor on a heading's bracket with its partner.
-        int const top = lineOf(document, u"[Statedef 200]"_s);
-        editor.toggleBlockVisible(
-            document->findBlockByNumber(lineOf(document, u"[State 200, 1]"_s)));
+        int const top = document->find(u"[Statedef 200]"_s).blockNumber();
+        editor.toggleBlockVisible(document->find(u"[State 200, 1]"_s).block());
         editor.setCurrentLine(unsigned(top), CodeEditor::Bottom);
-        QTextCursor edit(document->findBlockByNumber(top + 1));
-        edit.movePosition(QTextCursor::EndOfBlock);
-        edit.insertText(u" "_s);
+        QTextCursor(document->findBlockByNumber(top + 1)).insertText(u" "_s);
         editor.setCurrentLine(unsigned(top + 3), CodeEditor::Top);
         editor.markCurrentLine(true);
-        editor.setTextCursor(
-            QTextCursor(document->findBlockByNumber(lineOf(document, u"[State 200, 2]"_s))));
+        editor.setTextCursor(QTextCursor(document->find(u"[State 200, 2]"_s).block()));
         QMetaObject::invokeMethod(editor.findChild<QTimer *>(u"parenTimer"_s), "timeout");
         QString const path = KenroTest::picturePath(u"codeeditor_kfm_cns.png"_s);
         QVERIFY(editor.grab().save(path));
-        editor.setDocument(nullptr);
-        document->release();
     }
 };
 
