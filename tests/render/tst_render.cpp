@@ -8,8 +8,8 @@
 #include <kenro/render/texture.h>
 
 #include "localgl_p.h"
-#include "sffreader.h"
 #include "scenerenderer.h"
+#include "sffreader.h"
 #include "testdata.h"
 
 #include <QOpenGLContext>
@@ -116,8 +116,7 @@ private Q_SLOTS:
         row("not padded", indexed, false, {100, 33}, {1, 1}, Texture::Indexed);
         row("power of two", QImage(64, 32, QImage::Format_RGB888), true, {64, 32}, {1, 1},
             Texture::RGB);
-        row("one pixel", QImage(1, 1, QImage::Format_ARGB32), true, {1, 1}, {1, 1},
-            Texture::RGBA);
+        row("one pixel", QImage(1, 1, QImage::Format_ARGB32), true, {1, 1}, {1, 1}, Texture::RGBA);
         row("16 bits", QImage(3, 5, QImage::Format_RGB16), true, {4, 8}, {0.75, 0.625},
             Texture::RGB);
         row("1 bit", mono, false, {9, 3}, {1, 1}, Texture::Indexed);
@@ -163,8 +162,8 @@ private Q_SLOTS:
         image.setPixel(1, 1, qRgba(255, 3, 254, 1));
         Texture::ImageData data;
         Texture::dataFromImage(image, data);
-        QByteArray const expected("\x64\x32\x19\x80\x00\x00\x00\x00\x0a\x14\x1e\xff\x01\x00\x00\x01",
-                                  16);
+        QByteArray const expected(
+            "\x64\x32\x19\x80\x00\x00\x00\x00\x0a\x14\x1e\xff\x01\x00\x00\x01", 16);
         QCOMPARE(data.data, expected);
     }
 
@@ -316,10 +315,50 @@ private Q_SLOTS:
         QImage map;
         int const largest = largestDifference(software, gl, &differing, &map);
         map.save(picturePath(name + QStringLiteral("-differences.png")));
-        QVERIFY2(largest <= 1, qPrintable(QStringLiteral("%1 pixels differ, by up to %2; see %3")
-                                              .arg(differing)
-                                              .arg(largest)
-                                              .arg(picturePath(name))));
+        QVERIFY2(largest <= 1,
+                 qPrintable(QStringLiteral("%1 pixels differ, by up to %2; see %3")
+                                .arg(differing)
+                                .arg(largest)
+                                .arg(picturePath(name))));
+    }
+
+    void geometry_data()
+    {
+        QTest::addColumn<uchar>("flip");
+        QTest::addColumn<float>("topScale");
+        QTest::addColumn<float>("topAnchor");
+        QTest::addColumn<QString>("topRow"); // first and last covered column of the top row
+        addRow("across", uchar(1), 1.0f, 0.5f, "100 139");
+        addRow("down", uchar(2), 1.0f, 0.5f, "100 139");
+        addRow("both", uchar(3), 1.0f, 0.5f, "100 139");
+        addRow("top x2 from the left", uchar(0), 2.0f, 0.0f, "100 178");
+        addRow("top x2 centred", uchar(0), 2.0f, 0.5f, "80 159");
+        addRow("top x2 from the right", uchar(0), 2.0f, 1.0f, "61 139");
+        addRow("top x0.5 centred", uchar(0), 0.5f, 0.5f, "110 129");
+    }
+    void geometry()
+    {
+        // The surfaces share a packet's geometry: checked on the software path alone.
+        QFETCH(uchar, flip);
+        QFETCH(float, topScale);
+        QFETCH(float, topAnchor);
+        QFETCH(QString, topRow);
+        QImage image(40, 30, QImage::Format_ARGB32);
+        for (int i = 0; i < 40 * 30; ++i)
+            image.setPixel(i % 40, i / 40, qRgb(i % 40 * 6, i / 40 * 8, 200));
+        SceneRenderer renderer;
+        renderer.items = {item(image, QPointF(100, 50))};
+        QImage const plain = draw(renderer, false).copy(100, 50, 40, 30);
+        SceneItem &shown = renderer.items[0];
+        shown.flip = flip, shown.topScale = topScale, shown.topAnchor = topAnchor;
+        QImage const drawn = draw(renderer, false);
+        QStringList covered;
+        for (int x = 0; x < drawn.width(); ++x)
+            if (drawn.pixelColor(x, 50) != renderer.background)
+                covered << QString::number(x);
+        QCOMPARE(covered.first() + u' ' + covered.last(), topRow);
+        if (topScale == 1.0f)
+            QCOMPARE(drawn.copy(100, 50, 40, 30), plain.mirrored(flip & 1, flip & 2));
     }
 
     void onScreenSurfaces()
@@ -456,7 +495,7 @@ private Q_SLOTS:
                     Texture b(images[(i + 1) % images.size()]);
                     a.swap(b);
                     named.fetchAndAddRelaxed((a.glId() && b.glId() && a.glId() != b.glId()) ? 1
-                                                                                             : 0);
+                                                                                            : 0);
                     b.reset();
                 }
             });
@@ -511,8 +550,9 @@ private Q_SLOTS:
         widget.setRenderer(&renderer);
         widget.show();
         QVERIFY(QTest::qWaitForWindowExposed(&widget));
-        widget.setCustomPixelShader(nullptr, "uniform highp vec4 tint;\n"
-                                             "void main() { gl_FragColor = tint; }\n");
+        widget.setCustomPixelShader(nullptr,
+                                    "uniform highp vec4 tint;\n"
+                                    "void main() { gl_FragColor = tint; }\n");
         int told = 0;
         connect(&widget, &GLRenderWidget::setCustomShaderUniformValues, this,
                 [&told](QOGLShaderProgram *program) {
@@ -559,13 +599,13 @@ private Q_SLOTS:
         QKeyEvent repeat(QEvent::KeyRelease, Qt::Key_B, Qt::NoModifier, QStringLiteral("b"), true);
         QCoreApplication::sendEvent(widget.get(), &repeat);
         QWheelEvent wheel(QPointF(5, 5), widget->mapToGlobal(QPointF(5, 5)), QPoint(),
-                          QPoint(0, -240), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
-                          false);
+                          QPoint(0, -240), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
         QCoreApplication::sendEvent(widget.get(), &wheel);
         widget->resize(200, 100);
         QTRY_VERIFY(renderer.events.contains(QStringLiteral("size 200x100")));
         QStringList expected{QStringLiteral("press 10,20 1 %1").arg(int(Qt::ShiftModifier)),
-                             QStringLiteral("move 30,40 0"), QStringLiteral("release 31,41 2 0"),
+                             QStringLiteral("move 30,40 0"),
+                             QStringLiteral("release 31,41 2 0"),
                              QStringLiteral("press key %1 0").arg(Qt::Key_A),
                              QStringLiteral("release key %1 0").arg(Qt::Key_A),
                              QStringLiteral("text a %1").arg(Qt::Key_A)};
@@ -577,10 +617,7 @@ private Q_SLOTS:
         QCOMPARE(renderer.events, expected);
     }
 
-    void randomInput_data()
-    {
-        events_data();
-    }
+    void randomInput_data() { events_data(); }
     void randomInput()
     {
         // Thousands of events and frames in any order: each reaches the renderer once.

@@ -46,8 +46,8 @@ void SceneRenderer::render(QPainter &painter)
 void SceneRenderer::renderGL(QPainter &painter)
 {
     while (m_paletteTextures.size() < size_t(palettes.size()))
-        m_paletteTextures.push_back(std::make_unique<Texture>(
-            palettes[qsizetype(m_paletteTextures.size())].constData()));
+        m_paletteTextures.push_back(
+            std::make_unique<Texture>(palettes[qsizetype(m_paletteTextures.size())].constData()));
     while (m_images.size() < size_t(items.size()))
         m_images.push_back(std::make_unique<Texture>(items[qsizetype(m_images.size())].image));
     glBeginDrawImage(painter);
@@ -111,10 +111,9 @@ void SceneRenderer::renderSoftware(QPainter &painter)
             setPacketGeometry(packet, size, uv, view * model(item), item.flip, item.topScale,
                               item.topAnchor);
         else
-            setTiledPacketGeometry(packet, size, uv, item.tiles, item.step, view * model(item),
-                                   item.flip,
-                                   canRepeatByTexture(size, uv, item.step,
-                                                      Texture::hasNonPowerOfTwo()));
+            setTiledPacketGeometry(
+                packet, size, uv, item.tiles, item.step, view * model(item), item.flip,
+                canRepeatByTexture(size, uv, item.step, Texture::hasNonPowerOfTwo()));
         if (cull && glCullRenderPacket(packet, QRectF(-1.0, -1.0, 2.0, 2.0))) {
             ++culled;
             continue;

@@ -15,8 +15,7 @@
 namespace Kenro {
 
 GLRenderWidget::GLRenderWidget(QWidget *parent)
-    : QOpenGLWidget(parent)
-    , d(new GLRenderWidgetPrivate)
+    : QOpenGLWidget(parent), d(new GLRenderWidgetPrivate)
 {
     d->widget = this;
     setAutoFillBackground(false);
@@ -178,8 +177,7 @@ void GLRenderWidget::mousePressEvent(QMouseEvent *event)
     QOpenGLWidget::mousePressEvent(event);
     QWidget::setFocus();
     if (d->renderer)
-        d->renderer->mousePressed(event->position().toPoint(), event->button(),
-                                  event->modifiers());
+        d->renderer->mousePressed(event->position().toPoint(), event->button(), event->modifiers());
 }
 
 void GLRenderWidget::mouseReleaseEvent(QMouseEvent *event)

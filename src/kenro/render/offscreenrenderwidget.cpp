@@ -154,8 +154,8 @@ void OffScreenRenderWidget::update()
 QImage OffScreenRenderWidget::output()
 {
     if (d->gl && d->makeCurrent()) {
-        d->image = d->framebuffer->toImage(true).convertToFormat(
-            QImage::Format_ARGB32_Premultiplied);
+        d->image =
+            d->framebuffer->toImage(true).convertToFormat(QImage::Format_ARGB32_Premultiplied);
         d->restoreContext();
     }
     return d->image;

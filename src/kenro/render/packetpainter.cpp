@@ -69,10 +69,7 @@ bool ownsEdge(Vertex const &a, Vertex const &b)
 
 } // namespace
 
-PacketPainter::PacketPainter(QImage *target)
-    : m_target(target)
-{
-}
+PacketPainter::PacketPainter(QImage *target) : m_target(target) {}
 
 void PacketPainter::draw(Renderer::RenderPacket const &packet, QImage const &image,
                          RGBA const *palette)

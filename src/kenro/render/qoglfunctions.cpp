@@ -40,10 +40,7 @@ void checkThread()
 
 QOGLFunctions::QOGLFunctions() = default;
 
-QOGLFunctions::QOGLFunctions(QOpenGLContext *context)
-    : QOpenGLFunctions(context)
-{
-}
+QOGLFunctions::QOGLFunctions(QOpenGLContext *context) : QOpenGLFunctions(context) {}
 
 void QOGLFunctions::initializeOpenGLFunctions()
 {

@@ -16,9 +16,8 @@ namespace Kenro {
 namespace {
 
 GLenum const equations[2] = {GL_FUNC_ADD, GL_FUNC_REVERSE_SUBTRACT};
-GLenum const factors[8] = {GL_ZERO,      GL_ONE,
-                           GL_SRC_COLOR, GL_DST_COLOR,
-                           GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA,
+GLenum const factors[8] = {GL_ZERO,           GL_ONE,           GL_SRC_COLOR,
+                           GL_DST_COLOR,      GL_SRC_ALPHA,     GL_ONE_MINUS_SRC_ALPHA,
                            GL_CONSTANT_COLOR, GL_CONSTANT_ALPHA};
 GLenum const primitives[3] = {GL_TRIANGLES, GL_TRIANGLE_STRIP, GL_TRIANGLE_FAN};
 

@@ -81,12 +81,9 @@ public:
     /// Behind a key release whose event has text.
     virtual void keyString(QString text, int key) {}
     virtual void mousePressed(QPoint pos, Qt::MouseButton button, Qt::KeyboardModifiers modifiers)
-    {
-    }
-    virtual void mouseReleased(QPoint pos, Qt::MouseButton button,
-                               Qt::KeyboardModifiers modifiers)
-    {
-    }
+    {}
+    virtual void mouseReleased(QPoint pos, Qt::MouseButton button, Qt::KeyboardModifiers modifiers)
+    {}
     /// Also with no button down: mouse tracking is on.
     virtual void mouseMoved(QPoint pos, Qt::KeyboardModifiers modifiers) {}
     virtual void mouseWheel(int delta) {}
@@ -128,8 +125,7 @@ public:
                                        QPoint tiles, QSizeF step, QMatrix4x4 const &matrix,
                                        uchar flip, bool hardwareRepeat);
     /// Whether an image of \a size reaching \a maximumUV can be tiled \a step apart by the texture.
-    static bool canRepeatByTexture(QSize size, QSizeF maximumUV, QSizeF step,
-                                   bool nonPowerOfTwo);
+    static bool canRepeatByTexture(QSize size, QSizeF maximumUV, QSizeF step, bool nonPowerOfTwo);
     /**
      * The orthographic projection of a surface of \a width x \a height pixels
      * with y downward, which puts z = 0 on the pixel grid; with
@@ -151,8 +147,8 @@ protected:
                         Texture const *palette, uchar flip, float topScale, float topAnchor);
     /// As glRenderPacket(), repeated \a tiles times beyond the first, \a step apart.
     bool glRenderPacketTiled(RenderPacket &packet, QPoint tiles, QSizeF step,
-                             QMatrix4x4 const &model, Texture const *image,
-                             Texture const *palette, uchar flip);
+                             QMatrix4x4 const &model, Texture const *image, Texture const *palette,
+                             uchar flip);
     /**
      * True when \a packet falls wholly outside \a area, so it need not be
      * drawn. The area is in the view's normalised coordinates with y down:

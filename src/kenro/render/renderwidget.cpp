@@ -7,8 +7,7 @@
 
 namespace Kenro {
 
-RenderWidget::RenderWidget(QWidget *parent)
-    : QWidget(parent)
+RenderWidget::RenderWidget(QWidget *parent) : QWidget(parent)
 {
     setAutoFillBackground(false);
     setMouseTracking(true);
@@ -78,16 +77,14 @@ void RenderWidget::mousePressEvent(QMouseEvent *event)
     QWidget::mousePressEvent(event);
     QWidget::setFocus();
     if (m_renderer)
-        m_renderer->mousePressed(event->position().toPoint(), event->button(),
-                                 event->modifiers());
+        m_renderer->mousePressed(event->position().toPoint(), event->button(), event->modifiers());
 }
 
 void RenderWidget::mouseReleaseEvent(QMouseEvent *event)
 {
     QWidget::mouseReleaseEvent(event);
     if (m_renderer)
-        m_renderer->mouseReleased(event->position().toPoint(), event->button(),
-                                  event->modifiers());
+        m_renderer->mouseReleased(event->position().toPoint(), event->button(), event->modifiers());
 }
 
 void RenderWidget::mouseMoveEvent(QMouseEvent *event)

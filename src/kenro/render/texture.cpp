@@ -233,20 +233,17 @@ Texture::Texture()
     QLocalGL::textures().insert(this);
 }
 
-Texture::Texture(QImage const &image)
-    : Texture()
+Texture::Texture(QImage const &image) : Texture()
 {
     fromImage(image);
 }
 
-Texture::Texture(Kenro::RGBA const palette[])
-    : Texture()
+Texture::Texture(Kenro::RGBA const palette[]) : Texture()
 {
     fromPalette(palette);
 }
 
-Texture::Texture(ImageData const &data)
-    : Texture()
+Texture::Texture(ImageData const &data) : Texture()
 {
     fromData(data);
 }
@@ -342,8 +339,8 @@ void Texture::dataFromImage(QImage const &image, ImageData &data)
             std::memcpy(out + y * tw, indexed.constScanLine(y), size_t(w));
     } else if (data.depth > 24) {
         data.data.fill(0, 4 * tw * data.textureHeight);
-        QImage const argb = image.format() == QImage::Format_ARGB32 ||
-                image.format() == QImage::Format_RGB32
+        QImage const argb =
+            image.format() == QImage::Format_ARGB32 || image.format() == QImage::Format_RGB32
             ? image
             : image.convertToFormat(QImage::Format_ARGB32);
         // Premultiplied RGBA, rows of the texture's width apart like the other depths.
