@@ -3,8 +3,11 @@
 #include <kenro/editors/codeeditor.h>
 
 #include <QBasicTimer>
+#include <QHash>
 #include <QMap>
+#include <QPixmap>
 #include <QPointer>
+#include <QStaticText>
 #include <QTextBlock>
 #include <QTextCursor>
 #include <QTimer>
@@ -12,6 +15,7 @@
 
 class QCompleter;
 class QStringListModel;
+class QStyle;
 
 namespace Kenro {
 
@@ -131,6 +135,26 @@ public:
     void onLayoutUpdate(QRectF const &rect);
 
     // The band.
+    // The line numbers drawn so far, plain and bold, each laid out once in numberFont.
+    QHash<int, QStaticText> numberTexts[2];
+    QFont numberFont;
+    QStaticText const &numberText(int number, bool bold, QFont const &font);
+    // The fold boxes, open and closed, as the style drew them for foldBoxKey.
+    struct FoldBoxKey
+    {
+        QStyle const *style = nullptr;
+        qint64 palette = 0;
+        QSize size;
+        qreal ratio = 0;
+        bool operator==(FoldBoxKey const &other) const
+        {
+            return style == other.style && palette == other.palette && size == other.size &&
+                ratio == other.ratio;
+        }
+    };
+    QPixmap foldBoxes[2];
+    FoldBoxKey foldBoxKey;
+
     int foldBoxWidth() const;
     int bandWidth() const;
     void updateBandWidth();
@@ -139,6 +163,7 @@ public:
     void updateRow(int line);
     void paintBand(QPaintEvent *event);
     void paintFoldBox(QPainter &painter, QRect const &box, bool folded);
+    void drawFoldBox(QPainter &painter, QRect const &box, bool folded);
     QTextBlock blockAtY(int y) const;
     bool inFoldArea(int x) const;
     void bandPress(QMouseEvent *event);

@@ -19,6 +19,8 @@ CodeEditorExtraArea::CodeEditorExtraArea(CodeEditor *editor, CodeEditorPrivate *
 {
     setObjectName(QStringLiteral("extraArea"));
     setMouseTracking(true);
+    // The band fills all it repaints: the frame below it stays as it is.
+    setAttribute(Qt::WA_OpaquePaintEvent);
 }
 
 QSize CodeEditorExtraArea::sizeHint() const
@@ -92,9 +94,10 @@ void CodeEditorPrivate::updateBandWidth()
 
 void CodeEditorPrivate::updateBand(QRect const &rect, int dy)
 {
+    // Requests narrower than the text are the cursor's, which leave the band as it is.
     if (dy)
         extraArea->scroll(0, dy);
-    else
+    else if (rect.width() >= q->viewport()->width())
         extraArea->update(0, rect.y(), extraArea->width(), rect.height());
 }
 
@@ -150,6 +153,25 @@ QTextBlock CodeEditorPrivate::blockAtY(int y) const
 
 void CodeEditorPrivate::paintFoldBox(QPainter &painter, QRect const &box, bool folded)
 {
+    // The style draws each kind of box once; the band copies it.
+    qreal const ratio = extraArea->devicePixelRatioF();
+    FoldBoxKey const key{q->style(), extraArea->palette().cacheKey(), box.size(), ratio};
+    if (!(key == foldBoxKey)) {
+        foldBoxKey = key;
+        for (bool const closed : {false, true}) {
+            QPixmap &pixmap = foldBoxes[closed];
+            pixmap = QPixmap((QSizeF(box.size()) * ratio).toSize());
+            pixmap.setDevicePixelRatio(ratio);
+            pixmap.fill(Qt::transparent);
+            QPainter boxPainter(&pixmap);
+            drawFoldBox(boxPainter, QRect(QPoint(), box.size()), closed);
+        }
+    }
+    painter.drawPixmap(box.topLeft(), foldBoxes[folded]);
+}
+
+void CodeEditorPrivate::drawFoldBox(QPainter &painter, QRect const &box, bool folded)
+{
     QByteArray const style = q->style()->metaObject()->className();
     if (style == "QGtkStyle" || style == "QMacStyle") {
         QIcon const icon(folded ? QStringLiteral(":/kenro_icons/icons/expand.png")
@@ -195,6 +217,11 @@ void CodeEditorPrivate::paintBand(QPaintEvent *event)
     QFont const plain = q->font();
     QFont bold = plain;
     bold.setBold(true);
+    if (plain != numberFont) {
+        numberFont = plain;
+        numberTexts[0].clear();
+        numberTexts[1].clear();
+    }
 
     for (BlocksInView view(q); view.next();) {
         QTextBlock const &block = view.block;
@@ -202,7 +229,7 @@ void CodeEditorPrivate::paintBand(QPaintEvent *event)
         int const height = qRound(view.rect.height());
         if (top > rect.bottom())
             break;
-        if (top + height < rect.top())
+        if (top + height <= rect.top())
             continue;
         int const number = block.blockNumber();
         CodeBlockData const *data = CodeBlockData::testBlockData(block);
@@ -237,13 +264,33 @@ void CodeEditorPrivate::paintBand(QPaintEvent *event)
             painter.fillRect(QRect(barLeft, top, 3, height),
                              block.revision() < 0 ? Qt::darkGreen : Qt::red);
         if (formatting.lineNumbers) {
+            // Right-aligned and centred in the row.
             bool const selected = number >= selectionFirst && number <= selectionLast;
-            painter.setFont(selected ? bold : plain);
+            QFont const &font = selected ? bold : plain;
+            QStaticText const &text = numberText(number + 1, selected, font);
+            QSizeF const size = text.size();
+            painter.setFont(font);
             painter.setPen(palette.color(QPalette::WindowText));
-            painter.drawText(QRect(marksWidth, top, barLeft - marksWidth - 2, height),
-                             Qt::AlignRight | Qt::AlignVCenter, QString::number(number + 1));
+            painter.drawStaticText(
+                QPointF(barLeft - 2 - size.width(), top + (height - size.height()) / 2), text);
         }
     }
+}
+
+QStaticText const &CodeEditorPrivate::numberText(int number, bool bold, QFont const &font)
+{
+    QHash<int, QStaticText> &texts = numberTexts[bold];
+    auto found = texts.find(number);
+    if (found == texts.end()) {
+        // Scrolling far draws many numbers once each.
+        if (texts.size() > 4096)
+            texts.clear();
+        QStaticText text(QString::number(number));
+        text.setTextFormat(Qt::PlainText);
+        text.prepare(QTransform(), font);
+        found = texts.insert(number, text);
+    }
+    return *found;
 }
 
 void CodeEditorPrivate::selectLines(int from, int to)
