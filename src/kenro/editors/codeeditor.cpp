@@ -57,6 +57,7 @@ void CodeEditor::setDocument(CodeDocument *document)
     if (d->document)
         disconnect(d->document, nullptr, d, nullptr);
     d->clearLink();
+    d->cacheLines(QTextBlock());
     d->markCursor = QTextCursor();
     d->markedLine = -1;
     d->highlightedBlock = d->pendingBlock = -1;
@@ -78,6 +79,8 @@ void CodeEditor::setDocument(CodeDocument *document)
                 qOverload<>(&QWidget::update));
         connect(document, &QObject::destroyed, d, [this] {
             d->document = nullptr;
+            for (QTextCursor &line : d->cachedLines)
+                line = QTextCursor();
             QPlainTextEdit::setDocument(nullptr);
         });
     }

@@ -69,6 +69,10 @@ public:
 
     QPointer<CodeDocument> document;
     QTextCursor markCursor; // keeps the marked line through edits
+    // On the lines whose layouts keep their shaped text: the cursor's line
+    // and the two around it.
+    QTextCursor cachedLines[3];
+    void cacheLines(QTextBlock const &block);
     QList<QTextEdit::ExtraSelection> parenSelections;
     QTextEdit::ExtraSelection linkSelection;
     int linkLine = -1;

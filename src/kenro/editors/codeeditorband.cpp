@@ -94,11 +94,20 @@ void CodeEditorPrivate::updateBandWidth()
 
 void CodeEditorPrivate::updateBand(QRect const &rect, int dy)
 {
-    // Requests narrower than the text are the cursor's, which leave the band as it is.
-    if (dy)
+    if (dy) {
         extraArea->scroll(0, dy);
-    else if (rect.width() >= q->viewport()->width())
-        extraArea->update(0, rect.y(), extraArea->width(), rect.height());
+        return;
+    }
+    // Requests narrower than the text are the cursor's, which leave the band
+    // as it is. The text asks for its lines and a pixel around them, inside
+    // the view: the band repaints the lines alone.
+    QRect const view = q->viewport()->rect();
+    if (rect.width() < view.width())
+        return;
+    int const top = rect.top() > view.top() ? rect.top() + 1 : rect.top();
+    int const bottom = rect.bottom() < view.bottom() ? rect.bottom() - 1 : rect.bottom();
+    if (bottom >= top)
+        extraArea->update(0, top, extraArea->width(), bottom - top + 1);
 }
 
 void CodeEditorPrivate::updateRow(int line)

@@ -134,9 +134,35 @@ void CodeEditor::toggleBlockVisible(QTextBlock const &block)
     d->blockTimer.start();
 }
 
+void CodeEditorPrivate::cacheLines(QTextBlock const &block)
+{
+    // The line being typed in keeps its shaped text from the layout of a
+    // keystroke to the cursor's placing and the paint, and the lines above
+    // and below it, which each keystroke repaints a pixel of, keep theirs;
+    // without the cache each of them is shaped again every time. Each line
+    // is held by a cursor that follows it through edits.
+    if (!cachedLines[1].isNull() && cachedLines[1].block() == block)
+        return;
+    for (QTextCursor &line : cachedLines) {
+        if (!line.isNull())
+            line.block().layout()->setCacheEnabled(false);
+        line = QTextCursor();
+    }
+    if (!block.isValid())
+        return;
+    QTextBlock const lines[] = {block.previous(), block, block.next()};
+    for (int i = 0; i < 3; ++i) {
+        if (lines[i].isValid()) {
+            lines[i].layout()->setCacheEnabled(true);
+            cachedLines[i] = QTextCursor(lines[i]);
+        }
+    }
+}
+
 void CodeEditorPrivate::onCursorMoved()
 {
     QTextCursor const cursor = q->textCursor();
+    cacheLines(document ? cursor.block() : QTextBlock());
     parenTimer.start(50);
     if (formatting.highlightBlocks)
         blockTimer.start();
@@ -203,7 +229,8 @@ void CodeEditorPrivate::onLayoutUpdate(QRectF const &rect)
     if (changed.isEmpty())
         return;
     q->viewport()->update(changed);
-    Q_EMIT q->updateRequest(changed, 0);
+    // With a pixel around the lines, as the base class asks for them.
+    Q_EMIT q->updateRequest(changed.adjusted(0, -1, 0, 1).intersected(q->viewport()->rect()), 0);
 }
 
 void CodeEditorPrivate::updateSelections()
