@@ -10,9 +10,11 @@
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QCompleter>
+#include <QPaintEvent>
 #include <QPainter>
 #include <QRandomGenerator>
 #include <QSignalSpy>
+#include <QStyleOption>
 #include <QTemporaryDir>
 #include <QTextBlock>
 #include <QTimer>
@@ -32,6 +34,19 @@ public:
     void drawIcon(QPainter *painter, QRect const &rect) const override
     {
         painter->fillRect(rect.adjusted(2, 2, -2, -2), Qt::magenta);
+    }
+};
+
+// The regions painted in the text and in the band of an editor.
+struct Painted : QObject
+{
+    QWidget *band = nullptr;
+    QRegion text, inBand;
+    bool eventFilter(QObject *object, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            (object == band ? inBand : text) += static_cast<QPaintEvent *>(event)->region();
+        return false;
     }
 };
 
@@ -255,32 +270,100 @@ private Q_SLOTS:
                  u"3@0 100@100 100@%1 198@%2"_s.arg(100 + n / 2 - fits + 1).arg(200 - fits));
     }
 
+    // The lines that a keystroke repaints whole, in the text and in the
+    // band, and the lines that keep their shaped text: the cursor's and
+    // the two around it.
     void keystrokeRepaints()
     {
         Shown shown(u"[Stat 0]\ntrigger1 = time\n\n[Size]\n"_s + u"x = 1\n"_s.repeated(5));
         QVERIFY(QTest::qWaitForWindowExposed(&shown.editor));
+        Painted painted;
+        painted.band = shown.editor.findChild<QWidget *>(u"extraArea"_s);
+        shown.editor.viewport()->installEventFilter(&painted);
+        painted.band->installEventFilter(&painted);
         QStringList out;
         auto step = [&](int line, int column, QString const &keys) {
             shown.put(line, column);
-            QSignalSpy spy(&shown.editor, &QPlainTextEdit::updateRequest);
+            QCoreApplication::processEvents();
+            painted.text = painted.inBand = QRegion();
             shown.type(keys);
-            QRegion painted;
-            for (QList<QVariant> const &request : spy)
-                painted += request.at(0).toRect();
-            QString rows;
-            for (int l = 0; l < shown.document.blockCount(); ++l)
-                rows += painted.contains(shown.editor.cursorRect(shown.cursor(l, 0)).center())
-                    ? u'p'
-                    : u'.';
-            out << rows;
+            QCoreApplication::processEvents();
+            QString rows, cached;
+            for (QTextBlock b = shown.document.begin(); b.isValid(); b = b.next()) {
+                QRect const line = shown.editor.cursorRect(QTextCursor(b));
+                QRegion const row(0, line.top(), 40, line.height());
+                bool const text = (painted.text & row) == row;
+                bool const band = (painted.inBand & row) == row;
+                rows += QLatin1Char(".btp"[text * 2 + band]);
+                cached += b.layout()->cacheEnabled() ? QString::number(b.blockNumber()) : QString();
+            }
+            out << rows + u'@' + cached;
         };
-        // The edited line and those whose colours or fold markers changed.
-        step(4, 5, u"0"_s); // a value: its line
+        step(4, 5, u"0"_s); // a value: its line, and the band as the file is now modified
         step(4, 6, u"\b"_s); // the pass looks a line further, which stays
         step(0, 5, u"e"_s); // a heading of another kind: its colours
         step(2, 0, u"a="_s); // a blank line joins the section: the marker above it too
         step(1, 0, u"\n"_s); // a new line: all below it
-        QCOMPARE(out.join(u' '), u"....p..... ....p..... pp........ .pp....... ppppppppppp"_s);
+        QCOMPARE(out.join(u' '),
+                 u"bbbbpbbbbb@345 ....p.....@345 pp........@01 .pp.......@123 ppppppppppp@123"_s);
+    }
+
+    // The band's numbers as QPainter::drawText writes them, bold on the
+    // selected lines, and its fold boxes as the style draws them, open and
+    // closed, in the palette of the moment.
+    void bandPicture()
+    {
+        Shown shown(u"[A]\na = 1\n[B]\nb = 2\n\n"_s.repeated(3));
+        QVERIFY(QTest::qWaitForWindowExposed(&shown.editor));
+        shown.editor.toggleBlockVisible(shown.block(5));
+        QTextCursor selection = shown.cursor(2, 1);
+        selection.setPosition(shown.block(3).position(), QTextCursor::KeepAnchor);
+        shown.editor.setTextCursor(selection);
+        auto *band = shown.editor.findChild<QWidget *>(u"extraArea"_s);
+        int const spacing = shown.editor.fontMetrics().lineSpacing();
+        int const box = spacing + 1 + spacing % 2, boxLeft = band->width() - box;
+        int const ground = shown.editor.cursorRect(shown.cursor(1, 0)).top();
+        QStringList out;
+        for (QColor const ink : {QColor(Qt::black), QColor(Qt::darkRed)}) {
+            QPalette palette = shown.editor.palette();
+            palette.setColor(QPalette::WindowText, ink);
+            shown.editor.setPalette(palette);
+            QImage const image = band->grab().toImage();
+            QImage expected = image;
+            QPainter painter(&expected);
+            QString differ;
+            for (QTextBlock b = shown.document.begin(); b.isValid(); b = b.next()) {
+                QRect const row = shown.editor.cursorRect(QTextCursor(b));
+                QRect const number(spacing, row.top(), boxLeft - 6 - spacing, row.height());
+                QRect const fold(boxLeft, row.top(), box, qMin(row.height(), box));
+                QFont font = shown.editor.font();
+                font.setBold(b.blockNumber() == 2 || b.blockNumber() == 3);
+                painter.setFont(font);
+                painter.setPen(ink);
+                painter.fillRect(number, palette.window());
+                painter.drawText(number, Qt::AlignRight | Qt::AlignVCenter,
+                                 QString::number(b.blockNumber() + 1));
+                if (b.text().startsWith(u'[')) {
+                    // On the band's own ground, that of the second line.
+                    painter.drawImage(fold, image, fold.translated(0, ground - row.top()));
+                    QStyleOption option;
+                    option.initFrom(band);
+                    option.rect = fold;
+                    option.state = QStyle::State_Item | QStyle::State_Children |
+                        QStyle::State_Enabled |
+                        (b.next().isVisible() ? QStyle::State_Open : QStyle::State_None);
+                    band->style()->drawPrimitive(QStyle::PE_IndicatorBranch, &option, &painter,
+                                                 band);
+                }
+                // The last line is taller by the document's margin.
+                if (b.isVisible() && b.next().isValid() &&
+                    (image.copy(number) != expected.copy(number) ||
+                     image.copy(fold) != expected.copy(fold)))
+                    differ += QString::number(b.blockNumber()) + u' ';
+            }
+            out << differ;
+        }
+        QCOMPARE(out.join(u'|'), u"|"_s);
     }
 
     void randomInput()

@@ -226,6 +226,8 @@ void CodeEditorPrivate::paintBand(QPaintEvent *event)
     QFont const plain = q->font();
     QFont bold = plain;
     bold.setBold(true);
+    // The height of the text as QPainter::drawText centres it.
+    qreal const numberHeights[] = {QFontMetricsF(plain).height(), QFontMetricsF(bold).height()};
     if (plain != numberFont) {
         numberFont = plain;
         numberTexts[0].clear();
@@ -277,11 +279,11 @@ void CodeEditorPrivate::paintBand(QPaintEvent *event)
             bool const selected = number >= selectionFirst && number <= selectionLast;
             QFont const &font = selected ? bold : plain;
             QStaticText const &text = numberText(number + 1, selected, font);
-            QSizeF const size = text.size();
             painter.setFont(font);
             painter.setPen(palette.color(QPalette::WindowText));
-            painter.drawStaticText(
-                QPointF(barLeft - 2 - size.width(), top + (height - size.height()) / 2), text);
+            painter.drawStaticText(QPointF(barLeft - 2 - text.size().width(),
+                                           top + (height - numberHeights[selected]) / 2),
+                                   text);
         }
     }
 }

@@ -141,16 +141,18 @@ void CodeEditorPrivate::cacheLines(QTextBlock const &block)
     // and below it, which each keystroke repaints a pixel of, keep theirs;
     // without the cache each of them is shaped again every time. Each line
     // is held by a cursor that follows it through edits.
-    if (!cachedLines[1].isNull() && cachedLines[1].block() == block)
+    QTextBlock const lines[] = {block.previous(), block, block.next()};
+    bool same = true;
+    for (int i = 0; i < 3; ++i)
+        same = same &&
+            (cachedLines[i].isNull() ? !lines[i].isValid() : cachedLines[i].block() == lines[i]);
+    if (same)
         return;
     for (QTextCursor &line : cachedLines) {
         if (!line.isNull())
             line.block().layout()->setCacheEnabled(false);
         line = QTextCursor();
     }
-    if (!block.isValid())
-        return;
-    QTextBlock const lines[] = {block.previous(), block, block.next()};
     for (int i = 0; i < 3; ++i) {
         if (lines[i].isValid()) {
             lines[i].layout()->setCacheEnabled(true);
