@@ -48,6 +48,7 @@ CodeEditor::~CodeEditor()
     // Closing the popup gives the focus back, which repaints: nothing may
     // reach the private part while it goes.
     disconnect(this, nullptr, d, nullptr);
+    d->cacheLines(QTextBlock());
     delete d->extraArea;
     delete d;
 }
