@@ -1,6 +1,7 @@
 #include <kenro/code/codedocument.h>
 
 #include "codedocument_p.h"
+#include "codedocumentlayout_p.h"
 
 #include <kenro/code/codeblockdata.h>
 #include <kenro/code/codenodefile.h>
@@ -169,19 +170,33 @@ CodeDocumentPrivate::CodeDocumentPrivate(CodeDocument *document)
     codec = TextCodecs::index("UTF-8");
     connect(document, &QTextDocument::contentsChange, this,
             [this](int position, int removed, int added) {
-                if (!inReformat)
-                    reformatBlocks(position, removed, added);
+                if (inReformat)
+                    return;
+                int const revision = m_document->revision();
+                if (!reformatBlocks(position, removed, added) || revision != m_document->revision())
+                    return;
+                // The layout hears of the edit and of the lines whose formats or
+                // fold markers the pass changed.
+                int first = position;
+                int last = qMax(position + removed + added - 1, 0);
+                if (changedFrom >= 0) {
+                    first = qMin(first, changedFrom);
+                    last = qMax(last, changedTo);
+                }
+                if (auto *layout = qobject_cast<CodeDocumentLayout *>(m_document->documentLayout()))
+                    layout->setChange(revision, first, last);
             });
     connect(&saveWatcher, &QFutureWatcher<void>::finished, this, [this] { completeSave(); });
     connect(&document->m_root, &RootCode::versionChanged, document, &CodeDocument::rehighlight);
     connect(&document->m_root, &RootCode::typeChanged, document, &CodeDocument::rehighlight);
 }
 
-void CodeDocumentPrivate::reformatBlocks(int position, int charsRemoved, int charsAdded)
+bool CodeDocumentPrivate::reformatBlocks(int position, int charsRemoved, int charsAdded)
 {
+    changedFrom = changedTo = -1;
     QTextBlock const first = m_document->findBlock(position);
     if (!first.isValid())
-        return;
+        return false;
     ++messageLock;
     bool const wasInPass = inPass;
     inPass = true;
@@ -207,6 +222,7 @@ void CodeDocumentPrivate::reformatBlocks(int position, int charsRemoved, int cha
     m_formatChanges.clear();
     inPass = wasInPass;
 
+    bool const local = !reparsePending && !rehighlightPending;
     if (reparsePending) {
         reparsePending = false;
         q->reparse();
@@ -218,6 +234,7 @@ void CodeDocumentPrivate::reformatBlocks(int position, int charsRemoved, int cha
     }
     if (--messageLock == 0)
         notifyUpdate();
+    return local;
 }
 
 void CodeDocumentPrivate::reformatBlock(QTextBlock const &block, bool highlight)
@@ -266,6 +283,7 @@ void CodeDocumentPrivate::reformatBlock(QTextBlock const &block, bool highlight)
         ranges.append(range);
     }
     if (ranges != previous) {
+        markChanged(block);
         layout->setFormats(ranges);
         bool const wasInReformat = inReformat;
         inReformat = true;
@@ -471,7 +489,7 @@ QVariant CodeDocumentRoot::data(QModelIndex const &index, int role) const
 
 CodeDocument::CodeDocument(short fileType) : m_root(this, fileType), d(nullptr)
 {
-    setDocumentLayout(new QPlainTextDocumentLayout(this));
+    setDocumentLayout(new CodeDocumentLayout(this));
     QFont font(QStringLiteral("Courier"), 10);
     font.setFixedPitch(true);
     font.setStyleHint(QFont::TypeWriter, QFont::PreferDefault);
@@ -653,6 +671,11 @@ void CodeDocument::setCodec(char const *name)
 bool CodeDocument::hasByteOrderMark() const
 {
     return d->byteOrderMark;
+}
+
+int CodeDocument::savedRevision() const
+{
+    return d->revision;
 }
 
 bool CodeDocument::hasSyntaxHighlight() const

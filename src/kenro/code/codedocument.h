@@ -93,6 +93,12 @@ public:
     void setCodec(char const *name);
     /// True when the file had a byte-order mark, which a save writes again.
     bool hasByteOrderMark() const;
+    /**
+     * The revision of the text at the last load or save. A line whose
+     * revision differs has changed since: negative when it changed before
+     * that save, positive when it changed after it.
+     */
+    int savedRevision() const;
 
     bool hasSyntaxHighlight() const;
     void setSyntaxHighlight(bool highlight);

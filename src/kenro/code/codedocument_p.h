@@ -124,7 +124,14 @@ public:
     PendingSave pendingSave;
     bool saving = false;
 
-    void reformatBlocks(int position, int charsRemoved, int charsAdded);
+    // The pass over the lines that an edit touched, and on as long as the
+    // line states keep changing; false when it ended in a whole pass.
+    bool reformatBlocks(int position, int charsRemoved, int charsAdded);
+    // The characters of the lines whose formats or fold markers the last
+    // pass changed; -1 for none.
+    int changedFrom = -1;
+    int changedTo = -1;
+    void markChanged(QTextBlock const &block);
     void reformatBlock(QTextBlock const &block, bool highlight);
     void wholeDocumentPass();
     /// The one way in which code changes text.
@@ -158,6 +165,7 @@ private:
     void addMessage(int type, TokenType token, QString const &text, int start, int end,
                     QColor const &underline);
     void updateFoldingIndent(CodeBlockData *data, CodeNode *context);
+    void setFoldingIndent(CodeBlockData *data, int indent);
     static int stateOf(CodeNode *node);
 
     QTextDocument *m_document;

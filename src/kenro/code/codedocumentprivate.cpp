@@ -348,15 +348,33 @@ void CodeDocumentPrivate::updateFoldingIndent(CodeBlockData *data, CodeNode *con
                 --indent;
         }
     }
-    data->d->foldingIndent = qMax(indent, 0);
+    setFoldingIndent(data, qMax(indent, 0));
 
     // Blank lines and comments stay with what follows them.
     for (QTextBlock line = block.previous(); line.isValid(); line = line.previous()) {
         CodeBlockData *lineData = CodeBlockData::blockData(line, this);
         if (!lineData || lineData->d->node)
             break;
-        lineData->d->foldingIndent = data->d->foldingIndent;
+        setFoldingIndent(lineData, data->d->foldingIndent);
     }
+}
+
+void CodeDocumentPrivate::setFoldingIndent(CodeBlockData *data, int indent)
+{
+    if (data->d->foldingIndent == indent)
+        return;
+    data->d->foldingIndent = indent;
+    // The fold marker of the line before depends on this line's indent too.
+    QTextBlock const block = data->d->block;
+    markChanged(block.previous().isValid() ? block.previous() : block);
+    markChanged(block);
+}
+
+void CodeDocumentPrivate::markChanged(QTextBlock const &block)
+{
+    int const end = block.position() + block.length() - 1;
+    changedFrom = changedFrom < 0 ? block.position() : qMin(changedFrom, block.position());
+    changedTo = qMax(changedTo, end);
 }
 
 void CodeDocumentPrivate::setFormat(TokenType type, int start, int end)

@@ -54,7 +54,31 @@ void CodeParserSyntax::setSyntaxFormat(TokenType type, QTextCharFormat const &fo
 }
 
 CodeParser::~CodeParser() = default;
+CodeLink::CodeLink(int start, int end) : m_start(start), m_end(end) {}
 CodeLink::~CodeLink() = default;
+
+int CodeLink::start() const
+{
+    return m_start;
+}
+
+int CodeLink::end() const
+{
+    return m_end;
+}
+
+bool CodeLink::contains(int column) const
+{
+    return column >= m_start && column < m_end;
+}
+
+bool CodeLink::follow()
+{
+    return false;
+}
+
 CodeMark::~CodeMark() = default;
+
+void CodeMark::drawIcon(QPainter *, QRect const &) const {}
 
 } // namespace Kenro

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QTextCharFormat>
 
+class QPainter;
+class QRect;
 class QTextBlock;
 
 namespace Kenro {
@@ -72,16 +74,31 @@ public:
                             CodeNode *context, RootCode *root, CodeParserSyntax *syntax) = 0;
 };
 
-/// A link in a line of code, read by the editor; the line owns it.
+/**
+ * A link in a line of code over the columns [start, end), which the editor
+ * underlines and follows on a click; the line owns it.
+ */
 class KENRO_EXPORT CodeLink
 {
 public:
+    explicit CodeLink(int start = 0, int end = 0);
     virtual ~CodeLink();
+
+    int start() const;
+    int end() const;
+    /// True when \a column lies in [start, end).
+    bool contains(int column) const;
+    /// Goes where the link leads; true when it got there. Nothing by default.
+    virtual bool follow();
+
+private:
+    int m_start;
+    int m_end;
 };
 
 class CodeDocument;
 
-/// A mark on a line, told when its line moves or goes.
+/// A mark on a line, told when its line moves or goes, drawn beside it by editors.
 class KENRO_EXPORT CodeMark
 {
 public:
@@ -92,6 +109,8 @@ public:
     virtual void setDocument(CodeDocument *document) = 0;
     /// The mark's line was removed.
     virtual void removed() = 0;
+    /// Draws the mark's icon into \a rect; nothing by default.
+    virtual void drawIcon(QPainter *painter, QRect const &rect) const;
 };
 
 } // namespace Kenro

@@ -76,7 +76,18 @@ unsigned int RootCode::childCount() const
 
 int RootCode::childIndex(CodeNode *child) const
 {
-    return m_childs.indexOf(child);
+    // A file may hold thousands of sections, and lookups come in runs on the
+    // same part of it: the search starts where the last one ended and
+    // widens from there.
+    qsizetype const size = m_childs.size();
+    qsizetype const hint = qBound<qsizetype>(0, m_hint, size - 1);
+    for (qsizetype distance = 0; distance <= hint || hint + distance < size; ++distance) {
+        if (hint + distance < size && m_childs.at(hint + distance) == child)
+            return static_cast<int>(m_hint = hint + distance);
+        if (distance > 0 && distance <= hint && m_childs.at(hint - distance) == child)
+            return static_cast<int>(m_hint = hint - distance);
+    }
+    return -1;
 }
 
 CodeNode *RootCode::childAt(unsigned int index) const
@@ -96,7 +107,7 @@ void RootCode::insertChild(CodeNode *child, unsigned int index)
 
 void RootCode::removeChild(CodeNode *child)
 {
-    int const row = m_childs.indexOf(child);
+    int const row = childIndex(child);
     if (row < 0) {
         setParentOf(child, nullptr);
         return;

@@ -71,6 +71,7 @@ private:
     QModelIndex parentIndex(ParentCode const *node) const;
 
     QList<CodeNode *> m_childs;
+    mutable qsizetype m_hint = 0; // where childIndex() found the last child
     unsigned short m_version = 0;
     short m_fileType;
 

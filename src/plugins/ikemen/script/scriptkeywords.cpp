@@ -280,4 +280,14 @@ bool ScriptKeywords::isTrigger(QStringView name)
     return find(triggers, name) >= 0;
 }
 
+QLatin1String ScriptKeywords::triggerName(unsigned int index)
+{
+    return index < triggers.size() ? triggers[index] : QLatin1String();
+}
+
+int ScriptKeywords::triggerCount()
+{
+    return static_cast<int>(triggers.size());
+}
+
 } // namespace Kenro::Ikemen

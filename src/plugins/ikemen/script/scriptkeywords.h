@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QLatin1String>
 #include <QStringView>
 
@@ -21,6 +22,20 @@ public:
     static int controllerCount();
     /// True for a trigger function or a redirection keyword.
     static bool isTrigger(QStringView name);
+    /// The spelling of trigger \a index; empty out of range.
+    static QLatin1String triggerName(unsigned int index);
+    /// The number of known triggers and redirections.
+    static int triggerCount();
+
+    /**
+     * The word lists of completion, as the "completer.xml" of the engine's
+     * folder holds them: section names behind "[", controller types behind
+     * "type =", triggers behind "triggerall =" and "trigger1 =" to
+     * "trigger9 =", the parameter names of the constants behind "const(" and
+     * of the get-hit variables behind "gethitvar(", and the letters of the
+     * state types, move types and physics behind their names.
+     */
+    static QByteArray completerXml();
 };
 
 } // namespace Kenro::Ikemen

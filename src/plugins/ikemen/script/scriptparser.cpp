@@ -1,6 +1,7 @@
 #include "scriptparser.h"
 
 #include "scriptkeywords.h"
+#include "scriptlinks.h"
 #include "scriptvalue.h"
 
 #include <kenro/code/codedocument.h>
@@ -68,6 +69,8 @@ public:
         if (m_syntax)
             m_syntax->addParenthesis(opening, character, static_cast<unsigned int>(position));
     }
+    bool reporting() const { return m_syntax; }
+    void link(CodeLink *link) const { m_syntax->addLink(link); }
 
 private:
     static CodeParserSyntax::TokenType type(ScriptParser::Token token)
@@ -260,6 +263,25 @@ ParentCode *joiningGroup(CodeNode *context)
             return nullptr;
     }
     return nullptr;
+}
+
+// True when the controller of \a group goes to a state of the player's own
+// by its "value": ChangeState, SelfState and TargetState.
+bool changesState(ParentCode *group)
+{
+    auto *section = dynamic_cast<GroupCode *>(group);
+    ValueCode *type = nullptr;
+    for (unsigned int i = 0; section && !type && i < section->valueCount(); ++i) {
+        ValueCode *value = section->valueAt(i);
+        if (value->name().compare(QLatin1String("type"), Qt::CaseInsensitive) == 0)
+            type = value;
+    }
+    if (!type || type->valueType() != ValueCode::Keyword)
+        return false;
+    QLatin1String const name =
+        ScriptKeywords::controllerName(static_cast<unsigned int>(type->rawValue().toInt()));
+    return name == QLatin1String("ChangeState") || name == QLatin1String("SelfState") ||
+        name == QLatin1String("TargetState");
 }
 
 // Numbers, strings, trigger names and brackets of an expression in
@@ -547,6 +569,16 @@ CodeNode *ScriptParser::parse(QString const &text, QTextBlock const &block, Code
             scanExpression(text, valueBegin, line.end, states, states, report);
         else
             report.format(String, valueBegin, line.end);
+    }
+
+    if (report.reporting()) {
+        int const start = static_cast<int>(valueBegin), end = static_cast<int>(line.end);
+        if (type == ValueCode::File)
+            report.link(new ScriptFileLink(start, end, value.toString(), block));
+        else if (type == ValueCode::Int && kind == ScriptGroup::State &&
+                 key.compare(QLatin1String("value"), Qt::CaseInsensitive) == 0 &&
+                 changesState(joiningGroup(context)))
+            report.link(new ScriptStateLink(start, end, value.toInt(), block));
     }
 
     QString const keyName = key.toString();
