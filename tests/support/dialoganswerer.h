@@ -5,15 +5,19 @@
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QTimer>
+
+#include <functional>
 
 namespace KenroTest {
 
 // Answers every modal dialog shown while it lives, so that no test blocks: a
 // message box with `answer` if offered (else its escape or default button), a
 // file dialog with the next paths of `files`; the rest are rejected. All that
-// was shown is in `seen`.
+// was shown is in `seen`. A dialog for which `handle` returns true is left to it,
+// and not handed to it again.
 class DialogAnswerer : public QObject
 {
     Q_OBJECT
@@ -38,6 +42,7 @@ public:
     QMessageBox::StandardButton answer;
     QList<QStringList> files;
     QList<Seen> seen;
+    std::function<bool(QDialog *)> handle;
 
     QStringList titles() const
     {
@@ -51,15 +56,20 @@ private:
     void poll()
     {
         QWidget *modal = QApplication::activeModalWidget();
+        if (m_handled.contains(modal))
+            modal = nullptr;
         // Offscreen windows are not always activated: look for any visible dialog.
         for (QWidget *widget : QApplication::topLevelWidgets()) {
-            if (!modal && widget->isVisible() && qobject_cast<QDialog *>(widget))
+            if (!modal && widget->isVisible() && qobject_cast<QDialog *>(widget) &&
+                !m_handled.contains(widget))
                 modal = widget;
         }
         auto *dialog = qobject_cast<QDialog *>(modal);
         if (!dialog)
             return;
         seen.append({dialog->windowTitle(), QString(), {}, QString(), {}, {}});
+        if (handle && handle(dialog))
+            return m_handled.append(dialog);
         if (auto *box = qobject_cast<QMessageBox *>(dialog)) {
             seen.last().text = box->text();
             seen.last().buttons = box->standardButtons();
@@ -93,6 +103,7 @@ private:
     }
 
     QTimer m_timer;
+    QList<QPointer<QWidget>> m_handled;
 };
 
 } // namespace KenroTest

@@ -4,6 +4,7 @@
 #include <kenro/editors/interface/interface.h>
 #include <kenro/engine/ktranslator.h>
 
+#include <QAction>
 #include <QCoreApplication>
 #include <QIcon>
 #include <QPixmap>
@@ -33,6 +34,9 @@ public:
     int refreshes = 0, dpiFactor = 1;
     Kenro::ProgressProvider *provider = nullptr;
     Kenro::Engine *currentEngine = nullptr;
+    QMap<int, QString> status; ///< the status bar's fields
+    QStringList registered; ///< "key=label" of each action registered
+    QWidget *workspace = nullptr;
 
     QString text(int id) override { return Kenro::KTranslator::instance()->text(id); }
     QString toolTip(int id) override { return Kenro::KTranslator::instance()->toolTip(id); }
@@ -82,8 +86,13 @@ public:
         return options.value(key, value);
     }
     void setOption(QString const &key, QVariant const &value) override { options[key] = value; }
-    void setStatusText(int, QString const &) override {}
-    QWidget *registerAction(QString const &, Kenro::ActionInfo const &) override { return nullptr; }
+    void setStatusText(int field, QString const &text) override { status[field] = text; }
+    QWidget *registerAction(QString const &key, Kenro::ActionInfo const &info) override
+    {
+        auto const *action = qobject_cast<QAction *>(info.object);
+        registered.append(key + u'=' + (action ? action->text() : QString()));
+        return nullptr;
+    }
     void unregisterAction(QString const &) override {}
     QToolButton *toolButton(QString const &) override { return nullptr; }
     QMenu *menu(QString const &) override { return nullptr; }
@@ -107,7 +116,7 @@ public:
             editor->activate();
     }
     void setExtraEditor(Kenro::ExtraEditor *) override {}
-    void setWorkspace(QWidget *) override {}
+    void setWorkspace(QWidget *widget) override { workspace = widget; }
 
 private:
     QTemporaryDir m_settings;

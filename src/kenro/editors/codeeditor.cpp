@@ -63,6 +63,7 @@ void CodeEditor::setDocument(CodeDocument *document)
     d->markedLine = -1;
     d->highlightedBlock = d->pendingBlock = -1;
     d->parenSelections.clear();
+    d->foundSelections.clear();
     d->blockStarts.clear();
     d->blockEnds.clear();
     d->blockIndents.clear();
@@ -88,6 +89,12 @@ void CodeEditor::setDocument(CodeDocument *document)
     d->lastLine = -1;
     d->updateBandWidth();
     d->onCursorMoved();
+}
+
+void CodeEditor::setFoundSelections(QList<QTextEdit::ExtraSelection> const &selections)
+{
+    d->foundSelections = selections;
+    d->updateSelections();
 }
 
 CodeDocument *CodeEditor::codeDocument() const

@@ -98,6 +98,8 @@ public:
     static void setLineMarkIcon(QIcon const &icon);
     /// The number of lines that the view shows at once.
     int displayedLineCount() const;
+    /// Marks \a selections, such as search hits, under the editor's own; empty clears them.
+    void setFoundSelections(QList<QTextEdit::ExtraSelection> const &selections);
     /// Works out the highlight of the blocks around the cursor again.
     void updateBlockHighlight();
     /**

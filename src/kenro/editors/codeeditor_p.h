@@ -74,6 +74,7 @@ public:
     QTextCursor cachedLines[3];
     void cacheLines(QTextBlock const &block);
     QList<QTextEdit::ExtraSelection> parenSelections;
+    QList<QTextEdit::ExtraSelection> foundSelections;
     QTextEdit::ExtraSelection linkSelection;
     int linkLine = -1;
     bool mouseHidden = false;

@@ -237,7 +237,7 @@ void CodeEditorPrivate::onLayoutUpdate(QRectF const &rect)
 
 void CodeEditorPrivate::updateSelections()
 {
-    QList<QTextEdit::ExtraSelection> selections = parenSelections;
+    QList<QTextEdit::ExtraSelection> selections = foundSelections + parenSelections;
     if (link)
         selections << linkSelection;
     q->setExtraSelections(selections);
