@@ -4,6 +4,7 @@
 #include <kenro/editors/interface/interface.h>
 #include <kenro/engine/ktranslator.h>
 
+#include <QAction>
 #include <QCoreApplication>
 #include <QIcon>
 #include <QPixmap>
@@ -83,13 +84,17 @@ public:
     }
     void setOption(QString const &key, QVariant const &value) override { options[key] = value; }
     void setStatusText(int, QString const &) override {}
-    QWidget *registerAction(QString const &, Kenro::ActionInfo const &) override { return nullptr; }
+    QMap<QString, QAction *> actions; ///< registered, by key
+    QWidget *registerAction(QString const &key, Kenro::ActionInfo const &info) override
+    {
+        return actions[key] = qobject_cast<QAction *>(info.object), nullptr;
+    }
     void unregisterAction(QString const &) override {}
     QToolButton *toolButton(QString const &) override { return nullptr; }
     QMenu *menu(QString const &) override { return nullptr; }
     QAction *menuAction(char const *, int) override { return nullptr; }
     QAction *addMenuAction(char const *, int, QAction *action) override { return action; }
-    QAction *action(char const *) override { return nullptr; }
+    QAction *action(char const *key) override { return actions.value(QLatin1String(key)); }
     void showStatusMessage(QString const &, int) override {}
     void clearStatusMessage() override {}
     QObject *timeSlider(int) override { return nullptr; }
