@@ -166,7 +166,8 @@ private Q_SLOTS:
         addRow("zoom_level past 255, zoom, centre",
                "zoom_level=300 reconfig zoomIn zoomIn zoomOut @center_origin",
                "zoom 0 0 1; origin 0,0");
-        addRow("tool bar", "@rulers @attack_box @collision_box @main_cross",
+        addRow("tool bar, dialog closed",
+               "@rulers @attack_box @collision_box @main_cross @extra_cross kyEscape",
                "actions M0S1E0C0A0R0G0");
         addRow("spin boxes, silent setExtraAxis", "@extra_cross kxUp X3,4 kyDown",
                "axis 1,0; axis 3,3; actions M1S1E1C1A1R1G0; extra 3,3 1 11");
