@@ -87,10 +87,12 @@ public:
     }
     void setOption(QString const &key, QVariant const &value) override { options[key] = value; }
     void setStatusText(int field, QString const &text) override { status[field] = text; }
+    QMap<QString, QAction *> actions; ///< registered, by key
     QWidget *registerAction(QString const &key, Kenro::ActionInfo const &info) override
     {
-        auto const *action = qobject_cast<QAction *>(info.object);
+        auto *action = qobject_cast<QAction *>(info.object);
         registered.append(key + u'=' + (action ? action->text() : QString()));
+        actions[key] = action;
         return nullptr;
     }
     void unregisterAction(QString const &) override {}
@@ -98,7 +100,7 @@ public:
     QMenu *menu(QString const &) override { return nullptr; }
     QAction *menuAction(char const *, int) override { return nullptr; }
     QAction *addMenuAction(char const *, int, QAction *action) override { return action; }
-    QAction *action(char const *) override { return nullptr; }
+    QAction *action(char const *key) override { return actions.value(QLatin1String(key)); }
     void showStatusMessage(QString const &, int) override {}
     void clearStatusMessage() override {}
     QObject *timeSlider(int) override { return nullptr; }

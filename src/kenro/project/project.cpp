@@ -111,6 +111,16 @@ bool Project::isModified() const
     return false;
 }
 
+QSize Project::size() const
+{
+    return QSize(320, 240);
+}
+
+QSizeF Project::scale() const
+{
+    return QSizeF(1.0, 1.0);
+}
+
 bool Project::saveAll(Archive &target, QString const &directory, bool copy, QStringList *files)
 {
     if (&target != &FileSystemArchive::instance() && target.isReadOnly())

@@ -7,6 +7,8 @@
 #include <QMap>
 #include <QObject>
 #include <QPair>
+#include <QSize>
+#include <QSizeF>
 #include <QStringList>
 #include <QVariant>
 
@@ -79,6 +81,13 @@ public:
      * read-only target.
      */
     virtual bool saveAll(Archive &target, QString const &directory, bool copy, QStringList *files);
+    /**
+     * The screen that the content is made for, in the content's own units:
+     * 320 x 240 unless the engine reads another from the project.
+     */
+    virtual QSize size() const;
+    /// How much the content is scaled on that screen per axis; 1 x 1 unless the engine says.
+    virtual QSizeF scale() const;
 
     ParentProject *parent() const;
     /// The archive of the project, taken from the parent.

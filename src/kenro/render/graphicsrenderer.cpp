@@ -201,6 +201,17 @@ void GraphicsRenderer::setVisibility(bool mainCross, bool secondaryCross, bool e
     update();
 }
 
+QList<bool> GraphicsRenderer::visibility() const
+{
+    return {d->crosses[MainCross].visible,
+            d->crosses[SecondaryCross].visible,
+            d->crosses[ExtraCross].visible,
+            d->boxesVisible[ContactBoxCode::Collision - 1],
+            d->boxesVisible[ContactBoxCode::Attack - 1],
+            d->rulersVisible,
+            d->guidesVisible};
+}
+
 void GraphicsRenderer::setBackground(QColor const &first, QColor const &second, BackgroundType type,
                                      QPoint position, QString const &file, QSize resolution)
 {

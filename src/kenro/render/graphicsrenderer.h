@@ -71,6 +71,11 @@ public:
     void setVisibility(bool mainCross, bool secondaryCross, bool extraCross, bool collisionBoxes,
                        bool attackBoxes, bool rulers, bool guides) override;
     /**
+     * What is shown, a flag for each part in the order of setVisibility(): the three crosses,
+     * the collision and attack boxes, the rulers and the guides.
+     */
+    QList<bool> visibility() const;
+    /**
      * A gradient from \a first at the top to \a second at the bottom, with
      * the picture of \a type: the template of the screen \a resolution, the
      * image \a file placed at \a position in world units, or none.

@@ -33,7 +33,8 @@ struct GraphicsRendererStatics
     void updateStages() const;
 };
 
-GraphicsRendererStatics &graphicsStatics();
+/// Exported for the suites, which read what the settings made of it.
+KENRO_EXPORT GraphicsRendererStatics &graphicsStatics();
 
 /// A rectangle in world units whose width and height may be negative while it is drawn.
 struct StageBox

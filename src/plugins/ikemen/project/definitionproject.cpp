@@ -241,6 +241,30 @@ QString DefinitionProject::comment() const
     return m_definition.value(QStringLiteral("Info"), QStringLiteral("displayname"));
 }
 
+QSize DefinitionProject::size() const
+{
+    // "localcoord = width, height"; a width alone stands for a 4:3 screen.
+    QString const section = type() == Stage ? QStringLiteral("StageInfo") : QStringLiteral("Info");
+    QStringList const values =
+        m_definition.value(section, QStringLiteral("localcoord")).split(u',');
+    int const width = values.value(0).trimmed().toInt();
+    int const height = values.size() > 1 ? values[1].trimmed().toInt() : width * 3 / 4;
+    return width > 0 && height > 0 ? QSize(width, height) : Project::size();
+}
+
+QSizeF DefinitionProject::scale() const
+{
+    // A stage says how its sprites are drawn; a character's scale lies in its states.
+    if (type() != Stage)
+        return Project::scale();
+    auto factor = [this](char const *key) {
+        double const value =
+            m_definition.value(QStringLiteral("StageInfo"), QLatin1String(key)).toDouble();
+        return value > 0 ? value : 1.0;
+    };
+    return QSizeF(factor("xscale"), factor("yscale"));
+}
+
 void DefinitionProject::fileList(QList<FileEntry> &list) const
 {
     list += m_entries;

@@ -95,6 +95,10 @@ public:
     QString author() const override;
     /// [Info] "displayname".
     QString comment() const override;
+    /// [Info] "localcoord" of a character, [StageInfo] "localcoord" of a stage.
+    QSize size() const override;
+    /// [StageInfo] "xscale" and "yscale" of a stage; 1 x 1 for a character.
+    QSizeF scale() const override;
     /**
      * The files found inside the project's folder, each once, as (type,
      * "/" + name relative to the folder). Files found elsewhere, such as

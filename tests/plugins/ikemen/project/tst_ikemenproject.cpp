@@ -159,33 +159,35 @@ private Q_SLOTS:
     void definitions_data()
     {
         QTest::addColumn<QString>("files"); // "path|content" separated by "#"; the first opens
-        QTest::addColumn<QString>("opened"); // name|game|listed files|scripts|messages|errors
+        QTest::addColumn<QString>("opened"); // name|game|listed|scripts|messages|errors|size scale
         QString const hero = u"%1hero.def|[Files]\nst = hero.cns\nstcommon = common1.cns\n"
                              "st1 = gone.cns\n#%1hero.cns|[Statedef 0]\n"_s;
         QString const game = u"#/game/data/system.def|[Files]\n"_s;
         QString const gone = u"0@3 The file 'gone.cns' named by 'st1' does not exist|"_s;
         addRow("files",
-               u"/lone/hero.def|[Info]\nname = Hero\nversiondate = 1.0\nauthor = Me\n[Files]\n"
-               "sprite = hero.sff\nsound = gone.snd\nanim = hero.air\n[Arcade]\n"
-               "intro.storyboard = intro.def\n#/lone/hero.sff|xxxx#"
+               u"/lone/hero.def|[Info]\nname = Hero\nversiondate = 1.0\nauthor = Me\n"
+               "localcoord = 640\n[Files]\nsprite = hero.sff\nsound = gone.snd\nanim = hero.air\n"
+               "[Arcade]\nintro.storyboard = intro.def\n#/lone/hero.sff|xxxx#"
                "/lone/hero.air|[Begin Action 0]\n0,0, 0,0, 5\n"_s,
-               u"Hero 1.0 Me||3:hero.air||0@5 The file 'hero.sff' named by 'sprite' could not be "
-               "read; 0@6 The file 'gone.snd' named by 'sound' does not exist; 0@9 The file "
-               "'intro.def' named by 'intro.storyboard' does not exist|3"_s);
+               u"Hero 1.0 Me||3:hero.air||0@6 The file 'hero.sff' named by 'sprite' could not be "
+               "read; 0@7 The file 'gone.snd' named by 'sound' does not exist; 0@10 The file "
+               "'intro.def' named by 'intro.storyboard' does not exist|3|640x480 1"_s);
         addRow("states alone", hero.arg(u"/lone/"_s),
                u"||4:hero.cns|/lone/hero.cns|2@2 The file 'common1.cns' named by 'stcommon' is "
                "looked for in the game's data folder; no game folder lies around this "
                "character; "_s +
-                   gone + u'1');
+                   gone + u"1|320x240 1"_s);
         addRow("states missing", hero.arg(u"/game/chars/hero/"_s) + game,
                u"|/game/|4:hero.cns|/game/chars/hero/hero.cns|0@2 The file 'common1.cns' named "
                "by 'stcommon' does not exist; "_s +
-                   gone + u'2');
+                   gone + u"2|320x240 1"_s);
         addRow("states found",
                hero.arg(u"/game/chars/hero/"_s) + game +
                    u"#/game/data/common1.cns|[Statedef 5]\n"_s,
                u"|/game/|4:hero.cns|/game/chars/hero/hero.cns /game/data/common1.cns|"_s + gone +
-                   u'1');
+                   u"1|320x240 1"_s);
+        addRow("stage", u"/lone/st.def|[StageInfo]\nlocalcoord = 1280,720\nxscale = 2\n[BGdef]"_s,
+               u"|||||0|1280x720 2"_s);
     }
 
     void definitions()
@@ -204,11 +206,13 @@ private Q_SLOTS:
         QString const name = QStringList({project->name(), project->version(), project->author()})
                                  .join(u' ')
                                  .trimmed();
-        QCOMPARE(u"%1|%2|%3|%4|%5|%6"_s
+        QCOMPARE(u"%1|%2|%3|%4|%5|%6|%7"_s
                      .arg(name, static_cast<GameProject *>(project->parent())->gameDirectory(),
                           KenroTest::listedFiles(*project).join(u' '), scripts.join(u' '),
                           problems(*project).join(u"; "_s))
-                     .arg(project->messages()->errorCount()),
+                     .arg(project->messages()->errorCount())
+                     .arg(QString::asprintf("%dx%d %g", project->size().width(),
+                                            project->size().height(), project->scale().width())),
                  opened);
         project->release();
     }
