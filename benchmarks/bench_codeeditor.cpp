@@ -18,6 +18,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "ratioreporter.h"
+
 #include <cstdio>
 #include <map>
 
@@ -186,33 +188,6 @@ void BM_FoldAllCodeEditor(benchmark::State &state)
     editor.setDocument(nullptr);
 }
 
-// Keeps each benchmark's CPU time, the median of its repetitions where there
-// are several, to print it against its baseline. The work is on one thread,
-// and the machines it runs on are shared: CPU time leaves out the waiting.
-class RatioReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(std::vector<Run> const &runs) override
-    {
-        for (Run const &run : runs) {
-            if (run.run_type == Run::RT_Iteration || run.aggregate_name == "median")
-                times[run.run_name.str()] = run.GetAdjustedCPUTime();
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-
-    void printRatio(char const *name, char const *baseline) const
-    {
-        auto const a = times.find(name);
-        auto const b = times.find(baseline);
-        if (a == times.end() || b == times.end() || b->second <= 0)
-            return;
-        std::printf("%s: %.3f of %s\n", name, a->second / b->second, baseline);
-    }
-
-    std::map<std::string, double> times;
-};
-
 } // namespace
 
 BENCHMARK(BM_KeystrokePlain)->Arg(1000)->Arg(100000)->Unit(benchmark::kMicrosecond);
@@ -226,7 +201,7 @@ int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
     benchmark::Initialize(&argc, argv);
-    RatioReporter reporter;
+    RatioReporter reporter(RatioReporter::Cpu);
     benchmark::RunSpecifiedBenchmarks(&reporter);
     reporter.printRatio("BM_KeystrokeCodeEditor/1000", "BM_KeystrokePlain/1000");
     reporter.printRatio("BM_KeystrokeCodeEditor/100000", "BM_KeystrokePlain/100000");

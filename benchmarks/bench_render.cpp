@@ -16,6 +16,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "ratioreporter.h"
+
 #include <cstdio>
 #include <map>
 
@@ -141,29 +143,6 @@ void BM_GLFrameAllCulled(benchmark::State &state)
 {
     glBenchmark(state, false, true);
 }
-
-// Keeps each benchmark's time, to print it against its baseline.
-class RatioReporter : public benchmark::ConsoleReporter
-{
-public:
-    void ReportRuns(std::vector<Run> const &runs) override
-    {
-        for (Run const &run : runs)
-            times[run.benchmark_name()] = run.GetAdjustedRealTime();
-        ConsoleReporter::ReportRuns(runs);
-    }
-
-    void printRatio(char const *name, char const *baseline) const
-    {
-        auto const a = times.find(name);
-        auto const b = times.find(baseline);
-        if (a == times.end() || b == times.end() || b->second <= 0)
-            return;
-        std::printf("%s: %.3f of %s\n", name, a->second / b->second, baseline);
-    }
-
-    std::map<std::string, double> times;
-};
 
 } // namespace
 
